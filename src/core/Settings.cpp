@@ -1,0 +1,95 @@
+// Start-up reading of the user's settings and the commands that change them.
+#include "core/AppState.h"
+
+#include "core/PathUtils.h"
+#include "core/PreferenceKeys.h"
+#include "core/Preferences.h"
+#include "core/UiFontSize.h"
+#include "filesystem/FileSystemService.h"
+
+#include <QFileInfo>
+
+namespace {
+
+// A boolean whose absence is told apart from a stored false.
+bool boolSetting(const Preferences& preferences, const QString& key, bool fallback) {
+    return preferences.contains(key) ? preferences.boolValue(key) : fallback;
+}
+
+} // namespace
+
+void AppState::resolveStartupDirectory() {
+    startupDirectory = PathUtils::homeDirectory();
+    const QString stored = m_preferences.stringValue(PreferenceKeys::startupDirectory);
+    if (stored.isEmpty()) {
+        return;
+    }
+    const QString candidate = PathUtils::standardizedPath(stored);
+    if (QFileInfo(candidate).isDir()) {
+        startupDirectory = candidate;
+    }
+}
+
+void AppState::readSettings() {
+    const Preferences& p = m_preferences;
+    sortMode =
+        sortModeFromRaw(p.stringValue(PreferenceKeys::filerSortMode)).value_or(FilerSortMode::name);
+    alwaysPreviewMode = boolSetting(p, PreferenceKeys::alwaysPreviewMode, false);
+    readJumpBookmarks();
+    showHiddenFiles = boolSetting(p, PreferenceKeys::showHiddenFiles, false);
+    showLocalizedNames = boolSetting(p, PreferenceKeys::showLocalizedNames, true);
+    showAllFileExtensions = boolSetting(p, PreferenceKeys::showAllFileExtensions,
+                                        FileSystemService::systemShowsAllExtensions());
+    const double storedSize = p.doubleValue(PreferenceKeys::uiFontSize);
+    uiFontSize = UiFontSize::isChoosable(storedSize) ? storedSize : UiFontSize::defaultSize;
+    UiFontSize::set(uiFontSize);
+    appLanguage = appLanguageFromRaw(p.stringValue(PreferenceKeys::appLanguage))
+                      .value_or(AppLanguage::system);
+    m_preferences.setValue(PreferenceKeys::appLanguage, rawValue(appLanguage));
+}
+
+void AppState::readJumpBookmarks() {
+    const QStringList stored = m_preferences.stringListElements(PreferenceKeys::jumpBookmarks);
+    if (stored.isEmpty()) {
+        return;
+    }
+    QStringList normalized;
+    for (const QString& path : stored) {
+        const QString key = FileSystemService::normalizedPathKey(path);
+        if (!normalized.contains(key)) {
+            normalized.append(key);
+        }
+    }
+    jumpBookmarks = normalized;
+    if (normalized != stored) {
+        m_preferences.setValue(PreferenceKeys::jumpBookmarks, normalized);
+    }
+}
+
+void AppState::setUIFontSize(double size) {
+    uiFontSize = size;
+    UiFontSize::set(size);
+    m_preferences.setValue(PreferenceKeys::uiFontSize, size);
+    notifyChanged();
+}
+
+void AppState::setAppLanguage(AppLanguage language) {
+    appLanguage = language;
+    m_preferences.setValue(PreferenceKeys::appLanguage, rawValue(language));
+    notifyChanged();
+}
+
+void AppState::requestQuit() {
+    const bool somethingStands = createItemKind || isRenamePromptOpen || copyMovePathKind ||
+                                 pendingCopyMove || pendingDelete || isSortPickerOpen ||
+                                 isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen ||
+                                 isOpenWithPickerOpen || isAttributePromptOpen ||
+                                 isEncodingPickerOpen || pendingLargeEditURL || pendingLayoutMode ||
+                                 pendingExitEditorToViewer || errorMessage;
+    if (somethingStands) {
+        return;
+    }
+    pendingQuit = true;
+    dosDialogActionIndex = 0;
+    notifyChanged();
+}

@@ -1,0 +1,32 @@
+#include "filesystem/FileSystemError.h"
+
+#include "core/PathUtils.h"
+
+QString FileSystemError::description() const {
+    switch (kind) {
+    case Kind::notADirectory:
+        return QStringLiteral("Not a directory: ") + payload;
+    case Kind::unreadableText:
+        return QStringLiteral("Cannot read as text: ") + PathUtils::lastPathComponent(payload);
+    case Kind::encodeFailed:
+        return QStringLiteral("この内容を ") + payload +
+               QStringLiteral(" で保存できません（未対応の文字があります）");
+    case Kind::alreadyExists:
+        return QStringLiteral("Already exists: ") + PathUtils::lastPathComponent(payload);
+    case Kind::createFailed:
+        return QStringLiteral("Cannot create: ") + PathUtils::lastPathComponent(payload);
+    case Kind::invalidName:
+        return QStringLiteral("Invalid name");
+    case Kind::sameDirectory:
+        return QStringLiteral("Source and destination are the same directory");
+    case Kind::invalidDestination:
+        return QStringLiteral("Destination is not an existing folder");
+    case Kind::invalidMode:
+        return QStringLiteral("Invalid mode (use rwxr-xr-x or octal 644)");
+    case Kind::invalidAttributeDate:
+        return QStringLiteral("Invalid date/time (yy-MM-dd HH:mm:ss)");
+    case Kind::system:
+        break;
+    }
+    return systemError.description();
+}

@@ -1,0 +1,199 @@
+#include "filesystem/FileSystemService.h"
+
+#include "archive/ArchiveKind.h"
+#include "core/NaturalOrder.h"
+#include "core/PathUtils.h"
+#include "filesystem/AccountNames.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <cerrno>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace FileSystemService {
+
+namespace {
+
+QDateTime dateFromStat(const struct stat& st) {
+    const qint64 msecs = qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1000000;
+    return QDateTime::fromMSecsSinceEpoch(msecs, Qt::UTC);
+}
+
+FileEntry parentRow(const QString& folder, const QString& parent) {
+    FileEntry row;
+    row.id = QStringLiteral("parent:") + folder;
+    row.name = row.localizedName = QStringLiteral("..");
+    row.url = parent;
+    row.isDirectory = row.isParent = true;
+    row.isReadable = row.isWritable = true;
+    row.permissionMode = QStringLiteral("drwx------");
+    row.ownerName = row.groupName = QStringLiteral("-");
+    struct stat st;
+    if (::stat(QFile::encodeName(parent).constData(), &st) == 0) {
+        row.modificationDate = dateFromStat(st);
+    }
+    return row;
+}
+
+FileEntry itemRow(const QString& path, const QString& name, const struct stat& st) {
+    FileEntry row;
+    row.id = path;
+    row.name = name;
+    row.localizedName = name;
+    row.url = path;
+    row.isDirectory = S_ISDIR(st.st_mode);
+    row.isHidden = name.startsWith(QLatin1Char('.'));
+    row.isZipArchive = !row.isDirectory && ArchiveService::archiveKind(name) != ArchiveKind::other;
+    if (!row.isDirectory) {
+        row.size = int64_t(st.st_size);
+    }
+    row.modificationDate = dateFromStat(st);
+    const auto rights = accessRights(path, row.isDirectory, row.isZipArchive, &st);
+    row.isReadable = rights.readable;
+    row.isWritable = rights.writable;
+    row.permissionMode = rights.mode;
+    row.ownerName = rights.owner;
+    row.groupName = rights.group;
+    return row;
+}
+
+struct DirCloser {
+    void operator()(DIR* dir) const { ::closedir(dir); }
+};
+
+// Reads every item of an open folder; the first item that can't be read ends
+// the listing.
+FsResult<QList<FileEntry>> readItems(DIR* dir, const QString& folder, bool showHidden) {
+    QList<FileEntry> rows;
+    const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    const int dirFd = ::dirfd(dir);
+    errno = 0;
+    while (const struct dirent* item = ::readdir(dir)) {
+        const char* raw = item->d_name;
+        if (raw[0] == '.' && (raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
+            continue;
+        }
+        struct stat st;
+        if (::fstatat(dirFd, raw, &st, AT_SYMLINK_NOFOLLOW) != 0) {
+            return fail(FileSystemError::fromErrno(errno));
+        }
+        const QString name = QFile::decodeName(raw);
+        if (!showHidden && name.startsWith(QLatin1Char('.'))) {
+            continue;
+        }
+        rows.append(itemRow(prefix + name, name, st));
+        errno = 0;
+    }
+    if (errno != 0) {
+        return fail(FileSystemError::fromErrno(errno));
+    }
+    return rows;
+}
+
+QString typeLetter(bool isDirectory, bool isArchive, const struct stat& st) {
+    if (isDirectory) {
+        return QStringLiteral("d");
+    }
+    if (isArchive) {
+        return QStringLiteral("-");
+    }
+    return S_ISLNK(st.st_mode) ? QStringLiteral("l") : QStringLiteral("-");
+}
+
+FileAccessMemory::Record rightsFromStat(bool isDirectory, bool isArchive, const struct stat& st) {
+    const auto mode = uint16_t(st.st_mode);
+    FileAccessMemory::Record record;
+    record.mode = typeLetter(isDirectory, isArchive, st) + permissionBits(mode);
+    record.owner = AccountNames::userName(st.st_uid);
+    record.group = AccountNames::groupName(st.st_gid);
+    // Only the owner's bits count; a folder needs read and search.
+    record.readable = isDirectory ? (mode & 0500) == 0500 : (mode & 0400) != 0;
+    record.writable = (mode & 0200) != 0;
+    return record;
+}
+
+} // namespace
+
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName) {
+    const QString folder = PathUtils::standardizedPath(url);
+    const QByteArray encoded = QFile::encodeName(folder);
+    struct stat st;
+    if (::stat(encoded.constData(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        return fail(FileSystemError::make(FileSystemError::Kind::notADirectory, folder));
+    }
+    std::unique_ptr<DIR, DirCloser> dir(::opendir(encoded.constData()));
+    if (!dir) {
+        return fail(FileSystemError::fromErrno(errno));
+    }
+    auto items = readItems(dir.get(), folder, showHidden);
+    if (!items) {
+        return items;
+    }
+    QList<FileEntry> rows;
+    rows.reserve(items->size() + 1);
+    const QString parent = PathUtils::parentPath(folder);
+    if (parent != folder) {
+        rows.append(parentRow(folder, parent));
+    }
+    rows.append(std::move(*items));
+    sortEntries(rows, sortMode, sortByLocalizedName);
+    FileAccessMemory::persist();
+    return rows;
+}
+
+FileAccessMemory::Record accessRights(const QString& url, bool isDirectory, bool isArchive) {
+    if (auto remembered = FileAccessMemory::rememberedRecord(url)) {
+        return *remembered;
+    }
+    struct stat st;
+    const bool readOk = ::lstat(QFile::encodeName(url).constData(), &st) == 0;
+    return accessRights(url, isDirectory, isArchive, readOk ? &st : nullptr);
+}
+
+FileAccessMemory::Record accessRights(const QString& url, bool isDirectory, bool isArchive,
+                                      const struct stat* itemStat) {
+    if (auto remembered = FileAccessMemory::rememberedRecord(url)) {
+        return *remembered;
+    }
+    FileAccessMemory::Record record;
+    if (itemStat) {
+        record = rightsFromStat(isDirectory, isArchive, *itemStat);
+    } else {
+        record.mode =
+            isDirectory || isArchive ? QStringLiteral("d---------") : QStringLiteral("----------");
+        record.owner = record.group = QStringLiteral("-");
+    }
+    FileAccessMemory::remember(record, url, false);
+    return record;
+}
+
+QString permissionBits(uint16_t mode) {
+    static const char letters[] = "rwxrwxrwx";
+    QString bits(9, QLatin1Char('-'));
+    for (int i = 0; i < 9; ++i) {
+        if (mode & (0400 >> i)) {
+            bits[i] = QLatin1Char(letters[i]);
+        }
+    }
+    return bits;
+}
+
+QString normalizedPathKey(const QString& url) {
+    QString path = PathUtils::standardizedPath(url);
+    while (path.size() >= 2 && path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    return path.normalized(QString::NormalizationForm_D);
+}
+
+bool systemShowsAllExtensions() {
+    return false;
+}
+
+} // namespace FileSystemService

@@ -1,0 +1,72 @@
+// Filling a pane: AppState::listLocation, reloadPane and refreshAll.
+#include "core/AppState.h"
+
+#include "archive/ArchiveKind.h"
+#include "core/PathUtils.h"
+#include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemService.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+Result<QList<FileEntry>, QString> AppState::listLocation(const FilerLocation& location) const {
+    if (const auto* directory = location.asDirectory()) {
+        auto rows = FileSystemService::listDirectory(directory->url, showHiddenFiles, sortMode,
+                                                     showLocalizedNames);
+        if (!rows) {
+            return fail(rows.error().description());
+        }
+        return std::move(rows).value();
+    }
+    const auto* zip = location.asZip();
+    const QString archive = PathUtils::standardizedPath(zip->archive);
+    if (!QFileInfo::exists(archive)) {
+        return fail(QStringLiteral("Archive not found: ") + PathUtils::lastPathComponent(archive));
+    }
+    // Browsing inside archives arrives with the archive readers.
+    return fail(QStringLiteral("Unsupported archive: ") + PathUtils::lastPathComponent(archive));
+}
+
+void AppState::reloadPane(PaneSide side, bool forgetRights) {
+    const FilerLocation location = locationFor(side);
+    if (forgetRights) {
+        if (const auto* directory = location.asDirectory()) {
+            FileAccessMemory::forget(directory->url);
+        }
+    }
+    auto rows = listLocation(location);
+    if (!rows) {
+        errorMessage = rows.error();
+        dosDialogActionIndex = 0;
+        notifyChanged();
+        return;
+    }
+    setEntries(side, std::move(rows).value());
+    setSelection(selectionFor(side), side);
+    notifyChanged();
+}
+
+void AppState::refreshAll() {
+    reloadPane(PaneSide::left, true);
+    if (rightMode == RightPaneMode::filer) {
+        reloadPane(PaneSide::right, true);
+    }
+}
+
+void AppState::setEntries(PaneSide side, QList<FileEntry> entries) {
+    if (side == PaneSide::left) {
+        leftEntries = std::move(entries);
+        ++leftListEpoch;
+    } else {
+        rightEntries = std::move(entries);
+        ++rightListEpoch;
+    }
+}
+
+void AppState::setSelection(int index, PaneSide side) {
+    const int count = int(visibleEntries(side).size());
+    const int clamped = count == 0 ? 0 : std::clamp(index, 0, count - 1);
+    (side == PaneSide::left ? leftSelection : rightSelection) = clamped;
+    notifyChanged();
+}

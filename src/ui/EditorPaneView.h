@@ -1,0 +1,20 @@
+#pragma once
+
+#include <QWidget>
+
+class AppState;
+
+// The right half in the viewer layout: the VIEWER or EDITOR header above the
+// shown file. The file's body is drawn by the preview views.
+class EditorPaneView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit EditorPaneView(AppState& state, QWidget* parent = nullptr);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    AppState& m_state;
+};

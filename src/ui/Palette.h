@@ -1,0 +1,64 @@
+#pragma once
+
+#include <QColor>
+
+// The named colours of the screen. All are fixed: there is no light or dark variant.
+namespace Palette {
+
+inline QColor rgb(double r, double g, double b) {
+    return QColor::fromRgbF(r, g, b);
+}
+
+inline QColor paneBackground() {
+    return rgb(0, 0, 0.5);
+}
+inline QColor baseText() {
+    return rgb(0.85, 0.85, 0.95);
+}
+inline QColor titleText() {
+    return rgb(1, 1, 0.55);
+}
+inline QColor dimText() {
+    return rgb(0.55, 0.55, 0.75);
+}
+inline QColor accentText() {
+    return rgb(0.45, 0.85, 1);
+}
+inline QColor cursorFill() {
+    return rgb(0, 0.55, 0.55);
+}
+inline QColor hairlineColor() {
+    return rgb(0.55, 0.55, 0.85);
+}
+inline QColor focusBar() {
+    return rgb(1, 1, 1);
+}
+inline QColor fileText() {
+    return rgb(1, 1, 1);
+}
+inline QColor readOnlyFileText() {
+    return rgb(0.85, 0.55, 1);
+}
+inline QColor unreadableFileText() {
+    return rgb(1, 0.4, 0.4);
+}
+inline QColor dirText() {
+    return rgb(0.55, 0.95, 1);
+}
+inline QColor unreadableDirText() {
+    return rgb(0.4, 0.55, 1);
+}
+inline QColor localizedDirText() {
+    return rgb(0.55, 0.92, 0.55);
+}
+inline QColor unreadableLocalizedDirText() {
+    return rgb(0.35, 0.65, 0.4);
+}
+inline QColor archiveText() {
+    return rgb(1, 0.92, 0.25);
+}
+inline QColor unreadableArchiveText() {
+    return rgb(0.75, 0.55, 0.1);
+}
+
+} // namespace Palette
