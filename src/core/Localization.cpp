@@ -4,6 +4,11 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+// Outside any namespace: the resource's registration function is global.
+static void registerLabelTables() {
+    Q_INIT_RESOURCE(i18n);
+}
+
 namespace Localization {
 
 QString languageCodeFrom(const QStringList& preferredLanguages) {
@@ -35,6 +40,10 @@ namespace {
 
 // Reads one table from the resources; an empty object when there is none.
 QJsonObject readTable(const QString& code) {
+    // The tables live in the core library's resources, which a static
+    // library must register by name.
+    static const bool registered = (registerLabelTables(), true);
+    Q_UNUSED(registered);
     QFile file(QStringLiteral(":/i18n/%1.json").arg(code));
     if (!file.open(QIODevice::ReadOnly)) {
         return {};

@@ -8,6 +8,7 @@
 #include <QFile>
 
 #include <algorithm>
+#include <vector>
 #include <cerrno>
 #include <dirent.h>
 #include <fcntl.h>
@@ -66,20 +67,34 @@ struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
-// Reads every item of an open folder; the first item that can't be read ends
-// the listing.
-FsResult<QList<FileEntry>> readItems(DIR* dir, const QString& folder, bool showHidden) {
-    QList<FileEntry> rows;
-    const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
-    const int dirFd = ::dirfd(dir);
+// The names of an open folder in the order the system gives them, "." and ".."
+// left out.
+FsResult<std::vector<QByteArray>> readNames(DIR* dir) {
+    std::vector<QByteArray> names;
     errno = 0;
     while (const struct dirent* item = ::readdir(dir)) {
         const char* raw = item->d_name;
         if (raw[0] == '.' && (raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
             continue;
         }
+        names.emplace_back(raw);
+        errno = 0;
+    }
+    if (errno != 0) {
+        return fail(FileSystemError::fromErrno(errno));
+    }
+    return names;
+}
+
+// Reads every named item; the first item that can't be read ends the listing.
+FsResult<QList<FileEntry>> readItems(int dirFd, const std::vector<QByteArray>& names,
+                                     const QString& folder, bool showHidden) {
+    QList<FileEntry> rows;
+    rows.reserve(qsizetype(names.size()) + 1);
+    const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    for (const QByteArray& raw : names) {
         struct stat st;
-        if (::fstatat(dirFd, raw, &st, AT_SYMLINK_NOFOLLOW) != 0) {
+        if (::fstatat(dirFd, raw.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
             return fail(FileSystemError::fromErrno(errno));
         }
         const QString name = QFile::decodeName(raw);
@@ -87,10 +102,6 @@ FsResult<QList<FileEntry>> readItems(DIR* dir, const QString& folder, bool showH
             continue;
         }
         rows.append(itemRow(prefix + name, name, st));
-        errno = 0;
-    }
-    if (errno != 0) {
-        return fail(FileSystemError::fromErrno(errno));
     }
     return rows;
 }
@@ -121,6 +132,12 @@ FileAccessMemory::Record rightsFromStat(bool isDirectory, bool isArchive, const 
 
 FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
                                          FilerSortMode sortMode, bool sortByLocalizedName) {
+    return listDirectory(url, showHidden, sortMode, sortByLocalizedName, {});
+}
+
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName,
+                                         const std::function<void()>& afterEnumeration) {
     const QString folder = PathUtils::standardizedPath(url);
     const QByteArray encoded = QFile::encodeName(folder);
     struct stat st;
@@ -131,7 +148,14 @@ FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
     if (!dir) {
         return fail(FileSystemError::fromErrno(errno));
     }
-    auto items = readItems(dir.get(), folder, showHidden);
+    auto names = readNames(dir.get());
+    if (!names) {
+        return fail(names.error());
+    }
+    if (afterEnumeration) {
+        afterEnumeration();
+    }
+    auto items = readItems(::dirfd(dir.get()), *names, folder, showHidden);
     if (!items) {
         return items;
     }

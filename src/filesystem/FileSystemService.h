@@ -8,6 +8,7 @@
 #include <QString>
 
 #include <cstdint>
+#include <functional>
 
 struct stat;
 
@@ -20,6 +21,11 @@ namespace FileSystemService {
 // whole listing with the system's text.
 FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
                                          FilerSortMode sortMode, bool sortByLocalizedName);
+// The same, calling afterEnumeration between reading the names and reading
+// the items, where the system may change the folder under the listing.
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName,
+                                         const std::function<void()>& afterEnumeration);
 
 // The row order: the parent row first, folders above files, then by mode.
 bool entryPrecedes(const FileEntry& a, const FileEntry& b, FilerSortMode mode, bool byLocalized);

@@ -1,0 +1,152 @@
+// Reading the user's settings at start-up: defaults, clamps, normalising and
+// the writes that start-up makes (and must not make).
+#include "core/AppState.h"
+#include "core/PathUtils.h"
+#include "core/Preferences.h"
+#include "core/UiFontSize.h"
+#include "support/TestDir.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(SettingsTest, EmptyStoreGivesTheDefaultsAndNormalisesTheLanguage) {
+    MemoryPreferences preferences;
+    AppState state(preferences);
+    EXPECT_FALSE(state.showHiddenFiles);
+    EXPECT_TRUE(state.showLocalizedNames);
+    EXPECT_FALSE(state.showAllFileExtensions);
+    EXPECT_FALSE(state.alwaysPreviewMode);
+    EXPECT_EQ(state.sortMode, FilerSortMode::name);
+    EXPECT_EQ(state.uiFontSize, 13);
+    EXPECT_EQ(state.appLanguage, AppLanguage::system);
+    EXPECT_TRUE(state.jumpBookmarks.isEmpty());
+    EXPECT_EQ(state.startupDirectory, PathUtils::homeDirectory());
+    EXPECT_EQ(state.leftLocation, FilerLocation::directory(PathUtils::homeDirectory()));
+    EXPECT_EQ(state.rightLocation, state.leftLocation);
+    EXPECT_TRUE(state.leftEntries.isEmpty()); // nothing is listed before the window shows
+    EXPECT_EQ(preferences.stringValue("appLanguage"), QStringLiteral("system"));
+    EXPECT_FALSE(preferences.contains("jumpBookmarks"));
+    EXPECT_FALSE(preferences.contains("uiFontSize"));
+}
+
+TEST(SettingsTest, FontSizeOutsideTheChoicesReadsAsThirteenAndTheStoredValueStays) {
+    for (const double stored : {15.0, 0.0, -3.0, 100.0}) {
+        MemoryPreferences preferences;
+        preferences.setValue("uiFontSize", stored);
+        AppState state(preferences);
+        EXPECT_EQ(state.uiFontSize, 13) << stored;
+        EXPECT_EQ(UiFontSize::current(), 13);
+        EXPECT_EQ(preferences.doubleValue("uiFontSize"), stored);
+    }
+    MemoryPreferences preferences;
+    preferences.setValue("uiFontSize", 16.0);
+    AppState state(preferences);
+    EXPECT_EQ(state.uiFontSize, 16);
+    EXPECT_EQ(UiFontSize::current(), 16);
+    state.setUIFontSize(11);
+    EXPECT_EQ(preferences.doubleValue("uiFontSize"), 11);
+    EXPECT_EQ(UiFontSize::current(), 11);
+}
+
+TEST(SettingsTest, UnknownLanguageIsWrittenBackAsSystem) {
+    MemoryPreferences preferences;
+    preferences.setValue("appLanguage", QStringLiteral("klingon"));
+    AppState state(preferences);
+    EXPECT_EQ(state.appLanguage, AppLanguage::system);
+    EXPECT_EQ(preferences.stringValue("appLanguage"), QStringLiteral("system"));
+
+    preferences.setValue("appLanguage", QStringLiteral("japanese"));
+    AppState japanese(preferences);
+    EXPECT_EQ(japanese.appLanguage, AppLanguage::japanese);
+    japanese.setAppLanguage(AppLanguage::english);
+    EXPECT_EQ(preferences.stringValue("appLanguage"), QStringLiteral("english"));
+}
+
+TEST(SettingsTest, BookmarksAreNormalisedAndStoredOnlyWhenThatChangedThem) {
+    MemoryPreferences preferences;
+    preferences.setValue("jumpBookmarks",
+                         QVariantList{QStringLiteral("/tmp/work/"), 42, QStringLiteral("/tmp/work"),
+                                      QStringLiteral("/usr//share")});
+    AppState state(preferences);
+    const QStringList expected = {"/tmp/work", "/usr/share"};
+    EXPECT_EQ(state.jumpBookmarks, expected);
+    EXPECT_EQ(preferences.stringListElements("jumpBookmarks"), expected);
+
+    MemoryPreferences clean;
+    clean.setValue("jumpBookmarks", QStringList{"/tmp/work", "/usr/share"});
+    const int writesBefore = clean.writeCount();
+    AppState untouched(clean);
+    EXPECT_EQ(untouched.jumpBookmarks, expected);
+    // Only the language is written back at start-up.
+    EXPECT_EQ(clean.writeCount(), writesBefore + 1);
+}
+
+TEST(SettingsTest, AStoredFalseIsToldApartFromAMissingKey) {
+    MemoryPreferences preferences;
+    preferences.setValue("showLocalizedNames", false);
+    preferences.setValue("showHiddenFiles", true);
+    preferences.setValue("alwaysPreviewMode", true);
+    preferences.setValue("showAllFileExtensions", true);
+    preferences.setValue("filerSortMode", QStringLiteral("timestamp"));
+    AppState state(preferences);
+    EXPECT_FALSE(state.showLocalizedNames);
+    EXPECT_TRUE(state.showHiddenFiles);
+    EXPECT_TRUE(state.alwaysPreviewMode);
+    EXPECT_TRUE(state.showAllFileExtensions);
+    EXPECT_EQ(state.sortMode, FilerSortMode::timestamp);
+
+    preferences.setValue("filerSortMode", QStringLiteral("random"));
+    EXPECT_EQ(AppState(preferences).sortMode, FilerSortMode::name);
+}
+
+TEST(SettingsTest, StartFolderIsTheStoredFolderOnlyWhenItStillExists) {
+    TestDir dir;
+    MemoryPreferences preferences;
+    preferences.setValue("startupDirectory", dir.path() + QStringLiteral("//sub/.."));
+    EXPECT_EQ(AppState(preferences).startupDirectory, dir.path());
+
+    const QString file = dir.makeFile(QStringLiteral("file"));
+    for (const QString& stored : {dir.filePath("gone"), file, QString()}) {
+        preferences.setValue("startupDirectory", stored);
+        EXPECT_EQ(AppState(preferences).startupDirectory, PathUtils::homeDirectory());
+        EXPECT_EQ(preferences.stringValue("startupDirectory"), stored);
+    }
+}
+
+TEST(SettingsTest, SettingsSurviveARealSettingsFile) {
+    TestDir dir;
+    const QString ini = dir.filePath("Dorvik.ini");
+    {
+        SettingsPreferences preferences(ini);
+        preferences.setValue("jumpBookmarks", QStringList{"/only/one"});
+        preferences.setValue("showLocalizedNames", false);
+        preferences.setValue("uiFontSize", 18.0);
+    }
+    SettingsPreferences preferences(ini);
+    AppState state(preferences);
+    EXPECT_EQ(state.jumpBookmarks, QStringList{"/only/one"});
+    EXPECT_FALSE(state.showLocalizedNames);
+    EXPECT_EQ(state.uiFontSize, 18);
+}
+
+TEST(SettingsTest, QuitIsAskedOnlyWhenNothingElseStands) {
+    MemoryPreferences preferences;
+    AppState state(preferences);
+    state.errorMessage = QStringLiteral("boom");
+    state.requestQuit();
+    EXPECT_FALSE(state.pendingQuit);
+    state.errorMessage.reset();
+    state.isSortPickerOpen = true;
+    state.requestQuit();
+    EXPECT_FALSE(state.pendingQuit);
+    state.isSortPickerOpen = false;
+    state.dosDialogActionIndex = 3;
+    state.requestQuit();
+    EXPECT_TRUE(state.pendingQuit);
+    EXPECT_EQ(state.dosDialogActionIndex, 0);
+}
+
+} // namespace

@@ -1,0 +1,211 @@
+// Listing a folder into pane rows: which rows appear, with which rights, in
+// which order, and how a failure reads.
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemService.h"
+#include "support/TestDir.h"
+
+#include <QFile>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Runs a check in a child process under the "nobody" account when the tests
+// run as root; returns 0 when the check held.
+int runAsUnprivilegedUser(const std::function<bool()>& check) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
+            ::_exit(2);
+        }
+        ::_exit(check() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 3;
+}
+
+class ListingTest : public ::testing::Test {
+protected:
+    void SetUp() override { FileAccessMemory::attach(&preferences); }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    QList<FileEntry> list(bool showHidden = false, FilerSortMode mode = FilerSortMode::name) {
+        auto rows = FileSystemService::listDirectory(dir.path(), showHidden, mode, true);
+        EXPECT_TRUE(rows.ok()) << (rows.ok() ? "" : rows.error().description().toStdString());
+        return rows.ok() ? rows.value() : QList<FileEntry>{};
+    }
+
+    static QStringList names(const QList<FileEntry>& rows) {
+        QStringList result;
+        for (const FileEntry& row : rows) {
+            result.append(row.name);
+        }
+        return result;
+    }
+
+    static const FileEntry* find(const QList<FileEntry>& rows, const QString& name) {
+        for (const FileEntry& row : rows) {
+            if (row.name == name) {
+                return &row;
+            }
+        }
+        return nullptr;
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+};
+
+TEST_F(ListingTest, EmptyFolderGivesTheParentRowAloneWithItsFixedValues) {
+    const QList<FileEntry> rows = list();
+    ASSERT_EQ(rows.size(), 1);
+    const FileEntry& parent = rows.first();
+    EXPECT_EQ(parent.id, QStringLiteral("parent:") + dir.path());
+    EXPECT_EQ(parent.name, QStringLiteral(".."));
+    EXPECT_EQ(parent.localizedName, QStringLiteral(".."));
+    EXPECT_EQ(parent.url, dir.path().section(QLatin1Char('/'), 0, -2));
+    EXPECT_TRUE(parent.isDirectory && parent.isParent && parent.isReadable && parent.isWritable);
+    EXPECT_FALSE(parent.isHidden || parent.isZipArchive || parent.size.has_value());
+    EXPECT_EQ(parent.permissionMode, QStringLiteral("drwx------"));
+    EXPECT_EQ(parent.ownerName, QStringLiteral("-"));
+    EXPECT_EQ(parent.groupName, QStringLiteral("-"));
+    EXPECT_TRUE(parent.modificationDate.has_value());
+}
+
+TEST_F(ListingTest, RootHasNoParentRow) {
+    auto rows =
+        FileSystemService::listDirectory(QStringLiteral("/"), false, FilerSortMode::name, true);
+    ASSERT_TRUE(rows.ok());
+    ASSERT_FALSE(rows->isEmpty());
+    for (const FileEntry& row : *rows) {
+        EXPECT_FALSE(row.isParent);
+        EXPECT_TRUE(row.id.startsWith(QLatin1String("/")) && row.id.count(QLatin1Char('/')) == 1);
+    }
+}
+
+TEST_F(ListingTest, HiddenItemsAppearOnlyWhenAskedAndLeaveNoTraceOtherwise) {
+    dir.makeFile(QStringLiteral(".secret"));
+    dir.makeFolder(QStringLiteral(".config"));
+    dir.makeFile(QStringLiteral("plain.txt"));
+    EXPECT_EQ(names(list(false)), (QStringList{"..", "plain.txt"}));
+    EXPECT_FALSE(FileAccessMemory::rememberedRecord(dir.filePath(".secret")).has_value());
+
+    const QList<FileEntry> all = list(true);
+    EXPECT_EQ(names(all), (QStringList{"..", ".config", ".secret", "plain.txt"}));
+    EXPECT_TRUE(find(all, ".secret")->isHidden);
+    EXPECT_FALSE(find(all, "plain.txt")->isHidden);
+}
+
+TEST_F(ListingTest, RowOfAFileCarriesItsValues) {
+    const QString path = dir.makeFile(QStringLiteral("notes.txt"), QByteArray(1234, 'x'));
+    dir.setMode(QStringLiteral("notes.txt"), 0644);
+    const QList<FileEntry> rows = list();
+    const FileEntry* row = find(rows, "notes.txt");
+    ASSERT_NE(row, nullptr);
+    EXPECT_EQ(row->id, path);
+    EXPECT_EQ(row->url, path);
+    EXPECT_EQ(row->size, 1234);
+    EXPECT_EQ(row->permissionMode, QStringLiteral("-rw-r--r--"));
+    EXPECT_TRUE(row->isReadable && row->isWritable);
+    EXPECT_FALSE(row->isDirectory || row->zipArchiveURL || row->zipEntryPath);
+    EXPECT_NE(row->ownerName, QStringLiteral("-"));
+    ASSERT_TRUE(row->modificationDate.has_value());
+    EXPECT_LT(qAbs(row->modificationDate->secsTo(QDateTime::currentDateTimeUtc())), 60);
+}
+
+TEST_F(ListingTest, OnlyTheOwnersBitsDecideReadableAndWritable) {
+    dir.makeFolder(QStringLiteral("noexec"));
+    dir.setMode(QStringLiteral("noexec"), 0600);
+    dir.makeFile(QStringLiteral("readonly"));
+    dir.setMode(QStringLiteral("readonly"), 0400);
+    dir.makeFolder(QStringLiteral("othersonly"));
+    dir.setMode(QStringLiteral("othersonly"), 0077);
+    const QList<FileEntry> rows = list();
+
+    const FileEntry* noexec = find(rows, "noexec");
+    EXPECT_FALSE(noexec->isReadable);
+    EXPECT_TRUE(noexec->isWritable);
+    EXPECT_EQ(noexec->permissionMode, QStringLiteral("drw-------"));
+
+    const FileEntry* readonly = find(rows, "readonly");
+    EXPECT_TRUE(readonly->isReadable);
+    EXPECT_FALSE(readonly->isWritable);
+    EXPECT_EQ(readonly->permissionMode, QStringLiteral("-r--------"));
+
+    const FileEntry* othersonly = find(rows, "othersonly");
+    EXPECT_FALSE(othersonly->isReadable);
+    EXPECT_EQ(othersonly->permissionMode, QStringLiteral("d---rwxrwx"));
+}
+
+TEST_F(ListingTest, ALinkIsNeverAFolderAndAnArchiveNameWinsOverTheLinkLetter) {
+    dir.makeFolder(QStringLiteral("real"));
+    dir.makeLink(QStringLiteral("tofolder"), dir.filePath("real"));
+    dir.makeFile(QStringLiteral("data.bin"));
+    dir.makeLink(QStringLiteral("bundle.zip"), dir.filePath("data.bin"));
+    const QList<FileEntry> rows = list();
+
+    const FileEntry* link = find(rows, "tofolder");
+    EXPECT_FALSE(link->isDirectory);
+    EXPECT_TRUE(link->permissionMode.startsWith(QLatin1Char('l')));
+    EXPECT_TRUE(link->size.has_value());
+
+    const FileEntry* archiveLink = find(rows, "bundle.zip");
+    EXPECT_TRUE(archiveLink->isZipArchive);
+    EXPECT_TRUE(archiveLink->permissionMode.startsWith(QLatin1Char('-')));
+}
+
+TEST_F(ListingTest, ArchiveNamesMarkFilesButNeverFolders) {
+    for (const char* name : {"a.zip", "b.TAR", "c.tar.gz", "d.tgz", "e.lzh", "f.lha", "g.7z"}) {
+        dir.makeFile(QString::fromLatin1(name));
+    }
+    dir.makeFolder(QStringLiteral("folder.zip"));
+    const QList<FileEntry> rows = list();
+    for (const char* name : {"a.zip", "b.TAR", "c.tar.gz", "d.tgz", "e.lzh", "f.lha"}) {
+        EXPECT_TRUE(find(rows, QString::fromLatin1(name))->isZipArchive) << name;
+    }
+    EXPECT_FALSE(find(rows, "g.7z")->isZipArchive);
+    EXPECT_FALSE(find(rows, "folder.zip")->isZipArchive);
+}
+
+TEST_F(ListingTest, MissingPathOrPlainFileIsNotADirectory) {
+    const QString file = dir.makeFile(QStringLiteral("file.txt"));
+    for (const QString& path : {dir.filePath("missing"), file}) {
+        auto rows = FileSystemService::listDirectory(path, false, FilerSortMode::name, true);
+        ASSERT_FALSE(rows.ok());
+        EXPECT_EQ(rows.error().kind, FileSystemError::Kind::notADirectory);
+        EXPECT_EQ(rows.error().description(), QStringLiteral("Not a directory: ") + path);
+    }
+}
+
+TEST_F(ListingTest, UnlistableFolderFailsWithTheSystemsText) {
+    // Root opens any folder, so the listing runs as an ordinary account.
+    ::chmod(QFile::encodeName(dir.path()).constData(), 0755);
+    dir.makeFolder(QStringLiteral("closed"));
+    dir.setMode(QStringLiteral("closed"), 0000);
+    const QString closed = dir.filePath("closed");
+    const int status = runAsUnprivilegedUser([&] {
+        auto rows = FileSystemService::listDirectory(closed, false, FilerSortMode::name, true);
+        return !rows.ok() && rows.error().kind == FileSystemError::Kind::system &&
+               rows.error().description() == QStringLiteral("Permission denied");
+    });
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(ListingTest, AnItemVanishingMidListingFailsTheWholeListing) {
+    dir.makeFile(QStringLiteral("stays"));
+    const QString goes = dir.makeFile(QStringLiteral("goes"));
+    auto rows = FileSystemService::listDirectory(dir.path(), false, FilerSortMode::name, true,
+                                                 [&] { QFile::remove(goes); });
+    ASSERT_FALSE(rows.ok());
+    EXPECT_EQ(rows.error().description(), QStringLiteral("No such file or directory"));
+}
+
+} // namespace
