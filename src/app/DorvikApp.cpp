@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
+#include "ui/KeyEventFilter.h"
 
 #include <QApplication>
 
@@ -15,10 +16,14 @@ DorvikApp::DorvikApp()
 
 DorvikApp::~DorvikApp() {
     m_window.reset();
+    m_keyFilter.reset();
     FileAccessMemory::attach(nullptr);
 }
 
 int DorvikApp::run(QApplication& application) {
+    // Every key passes through the state before any widget sees it.
+    m_keyFilter = std::make_unique<KeyEventFilter>(*m_state);
+    application.installEventFilter(m_keyFilter.get());
     m_window = std::make_unique<ContentView>(*m_state);
     m_window->resize(1280, 800);
     m_window->show();

@@ -4,6 +4,7 @@
 
 class AppState;
 class ContentView;
+class KeyEventFilter;
 class Preferences;
 class QApplication;
 
@@ -18,5 +19,6 @@ public:
 private:
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<AppState> m_state;
+    std::unique_ptr<KeyEventFilter> m_keyFilter;
     std::unique_ptr<ContentView> m_window;
 };

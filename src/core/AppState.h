@@ -1,6 +1,8 @@
 #pragma once
 
+#include "core/KeyEvent.h"
 #include "core/Model.h"
+#include "core/Result.h"
 
 #include <QDateTime>
 #include <QList>
@@ -10,14 +12,16 @@
 #include <QStringList>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
 class Preferences;
+class TextInputHost;
 class TreeSession;
 class FolderSearchService;
 class DirectoryWatcher;
-template <typename T, typename E> class Result;
+
 
 // The one state object: every field the screen shows, and the commands that
 // change them. Lives on the main thread for the whole process. After any
@@ -25,6 +29,8 @@ template <typename T, typename E> class Result;
 // its fields.
 class AppState : public QObject {
     Q_OBJECT
+
+    struct KeyPress;
 
 public:
     struct GalleryItem {
@@ -87,10 +93,199 @@ public:
     Result<QList<FileEntry>, QString> listLocation(const FilerLocation& location) const;
     void reloadPane(PaneSide side, bool forgetRights);
     void refreshAll();
-    void setSelection(int index, PaneSide side);
 
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
+
+    // --- Keyboard (KeyDispatch*.cpp)
+    // Every key-down passes here before any widget; true means consumed.
+    bool handleKeyDown(const KeyEvent& event);
+    void handleFlagsChanged(const KeyEvent& event);
+    // Shift with a main-row digit 1-4 switches the layout, by key code.
+    bool handleLayoutShortcut(const KeyEvent& event, bool shiftOnly);
+    // The keys of a pane in tree mode; false unless the active pane has a session.
+    bool handleTreeKey(const std::optional<QString>& key, uint16_t keyCode);
+    // Whether an input method is composing in the focused text field.
+    bool textInputHasMarkedText() const;
+    void setTextInputHost(TextInputHost* host) { m_textInputHost = host; }
+
+    // --- Cursor and location (Navigation.cpp)
+    void setSelection(int index, PaneSide side);
+    void moveCursor(int delta);
+    void moveCursorToTop();
+    void moveCursorToBottom();
+    void moveCursorByPage(int direction);
+    int pageStepForViewport() const;
+    bool focusPane(PaneSide side);
+    void openLocation(const FilerLocation& location, PaneSide side,
+                      const std::optional<QString>& selectName);
+    void goToFolder(const QString& url);
+    void goToStartupDirectory();
+    void goToHomeDirectory();
+    void goToRootDirectory();
+    void goToParentDirectory();
+    void openCursorEntry();
+    void activateSelection(PaneSide side);
+    void toggleHiddenFiles();
+    void toggleLocalizedNames();
+    void toggleAllExtensions();
+
+    // --- Layout (Layout.cpp)
+    enum class ResizePhase { live, settled };
+    void setLayoutMode(LayoutMode mode);
+    void applyLayoutMode(LayoutMode mode);
+    void toggleRightPaneMode();
+    void exitGallery();
+    void enterGalleryLayout();
+    void exitEditorToViewer();
+    void syncPreview();
+    void toggleAlwaysPreview();
+    bool pageAnimatedFrame(int delta);
+    bool stepViewerFile(int delta);
+    void noteWindowResized(double width, double height, ResizePhase phase);
+    void noteResizeEnded();
+    // Wall clock in seconds for the redraw throttle; tests set their own.
+    std::function<double()> wallClock = &AppState::systemWallClock;
+
+    // --- Filter (Filter.cpp)
+    QList<FileEntry> visibleTreeFiles(const QList<FileEntry>& files) const;
+    // Tree rows of depth 0 always stay; others when their name holds the query.
+    template <typename Row> QList<Row> visibleTreeRows(const QList<Row>& rows) const {
+        if (!isFilterNarrowing()) {
+            return rows;
+        }
+        QList<Row> kept;
+        for (const Row& row : rows) {
+            if (row.depth == 0 || nameMatchesFilter(row.name)) {
+                kept.append(row);
+            }
+        }
+        return kept;
+    }
+    void openFilter();
+    void closeFilter(bool keepCursorRow);
+    void applyFilter();
+    // Gives the keyboard back to the window, later in this turn of the loop.
+    void releaseTextFocus();
+
+    // --- Sort picker (SortPicker.cpp)
+    void openSortPicker();
+    void closeSortPicker();
+    void moveSortPickerSelection(int delta);
+    void confirmSortPicker(std::optional<int> index);
+    void applySortMode(FilerSortMode mode);
+
+    // --- Tags (Tags.cpp)
+    static QString tagKey(const FileEntry& entry);
+    // "dir:" or "zip:" key of a location; the gallery's scroll identity, not a tag.
+    static QString locationKey(const FilerLocation& location);
+    static QString wildcardRegexPattern(const QString& pattern);
+    bool isTagged(const FileEntry& entry) const;
+    void toggleTagAtCursor();
+    void toggleTag(const QString& key);
+    void openWildcardPrompt();
+    void cancelWildcardPrompt();
+    void applyWildcardTag();
+    QList<FileEntry> wildcardCandidates(PaneSide side) const;
+    // Tagged plain files sorted by path, or else the plain file under the cursor.
+    QStringList taggedFileURLs() const;
+    QString taggedSizeLabel() const;
+
+    // --- Commands whose areas are still to come (PendingCommands.cpp). They
+    // are routed from the keys already; until their area fills them they do
+    // nothing, and their keys are consumed all the same.
+    enum class DeleteKind { files, folders };
+    // DOS dialog
+    bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode,
+                            bool shift);
+    // Name prompts
+    void openCreateItemPrompt(CreateItemKind kind);
+    void cancelCreateItemPrompt();
+    void openRenamePrompt();
+    void cancelRenamePrompt();
+    // Attribute editing
+    void openAttributePrompt();
+    void cancelAttributePrompt();
+    void moveAttributeFocus(int delta);
+    void moveAttributeFieldCursor(int delta);
+    void toggleAttributeField();
+    void applyAttributePrompt();
+    void typeAttributeDigit(QChar digit);
+    // Copy, move, delete
+    void startCopyOrMove(CopyMoveKind kind);
+    void cancelCopyMovePathPrompt();
+    void startDelete(DeleteKind kind);
+    // Directory watching
+    void stopWatching(PaneSide side);
+    // VIEWER and EDITOR
+    void enterEditor();
+    void clearViewer();
+    void showFilePreview(const FileEntry& entry);
+    void showArchivePreview(const FileEntry& entry);
+    // Gallery
+    void rebuildGalleryItems();
+    void syncGallerySelection();
+    void moveGalleryCursor(int dx, int dy);
+    void openGallerySelection(std::optional<int> index);
+    // File search and its folder box
+    void enterFileSearchMode();
+    void exitFileSearchMode();
+    void cycleFileSearchFocus(int delta);
+    void moveFileSearchSelection(int delta);
+    void focusFileSearchResults();
+    void fileSearchSelectFirst();
+    void fileSearchSelectLast();
+    void fileSearchPage(int direction);
+    void cycleFileSearchSort(int delta);
+    void cycleFileSearchMatchMode(int delta);
+    void toggleFileSearchChoice();
+    void openSearchTreeBox();
+    void openFileSearchResult();
+    void editFileSearchResult();
+    void openFileSearchResultExternally();
+    void closeSearchTreeBox();
+    void moveSearchTreeBoxRow(int delta);
+    void collapseOrExpandSearchTreeBoxRow(bool expand);
+    void selectSearchTreeBoxRow(int index);
+    int searchTreeBoxRowCount() const;
+    void confirmSearchTreeBox();
+    // Tree mode
+    void toggleTreeMode();
+    void exitTreeModeByEsc();
+    void leaveTreeMode(PaneSide side);
+    void activateTreeSelection();
+    void moveTreeSelection(int delta);
+    void treeSelectFirst();
+    void treeSelectLast();
+    void treePage(int direction);
+    void treeStepLeft();
+    void treeStepRight();
+    void refreshTreeSessions();
+    void treeOpenFilter(PaneSide side);
+    void treeApplyFilter(PaneSide side);
+    void treeCloseFilterKeepingRow(PaneSide side);
+    void treeToggleTagAtCursor(PaneSide side);
+    QList<FileEntry> treeFiles(PaneSide side) const;
+    // Jump dialog and bookmarks
+    void openJumpDialog();
+    void closeJumpDialog();
+    void clearJumpSelection();
+    void moveJumpSelection(int delta);
+    void confirmJumpDialog();
+    void jumpToNumberedBookmark(int number);
+    void removeJumpBookmark();
+    void setStartupFromJumpSelection();
+    void addJumpBookmark();
+    void setStartupDirectoryToCurrent();
+    // Volume and open-with pickers
+    void openVolumePicker();
+    void closeVolumePicker();
+    void moveVolumePickerSelection(int delta);
+    void confirmVolumePicker(std::optional<int> index);
+    void openCursorEntryExternally();
+    void closeOpenWithPicker();
+    void moveOpenWithSelection(int delta);
+    void confirmOpenWith(std::optional<int> index);
 
     // --- Panes
     FilerLocation leftLocation;
@@ -257,6 +452,38 @@ private:
     void resolveStartupDirectory();
     void setEntries(PaneSide side, QList<FileEntry> entries);
 
+    // Key dispatch, one function per mode's table (KeyDispatch*.cpp).
+    std::optional<bool> dispatchModalKey(const KeyPress& press);
+    bool dispatchPaneKey(const KeyPress& press);
+    bool handleTextPromptKey(const KeyPress& press);
+    bool handleAttributePromptKey(const KeyPress& press);
+    bool handleFileSearchKey(const KeyPress& press);
+    bool handleSearchTreeBoxKey(const KeyPress& press);
+    bool handleSortPickerKey(const KeyPress& press);
+    bool handleVolumePickerKey(const KeyPress& press);
+    bool handleOpenWithPickerKey(const KeyPress& press);
+    bool handleJumpDialogKey(const KeyPress& press);
+    bool handleGalleryKey(const KeyPress& press);
+    bool handleEditorKey(const KeyPress& press);
+    bool handleViewerKey(const KeyPress& press);
+    bool handleFilterKey(const KeyPress& press);
+    bool handleFilterMoveKey(const KeyPress& press);
+    bool handleFilerKey(const KeyPress& press);
+    bool handleFilerLetterKey(const KeyPress& press);
+    bool handleFilerActionKey(const KeyPress& press);
+    bool handleFilerMoveKey(const KeyPress& press);
+    bool activePaneInTreeMode() const;
+
+    // Navigation and layout helpers.
+    void goUp(PaneSide side);
+    void showEntryInViewer(const FileEntry& entry);
+    void noteLayoutSettled();
+    static double systemWallClock();
+    bool isFilterNarrowing() const;
+    bool nameMatchesFilter(const QString& name) const;
+    bool anyPromptOrPickerOpen() const;
+
     Preferences& m_preferences;
+    TextInputHost* m_textInputHost = nullptr;
     bool m_changeScheduled = false;
 };

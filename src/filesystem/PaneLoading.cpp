@@ -63,10 +63,3 @@ void AppState::setEntries(PaneSide side, QList<FileEntry> entries) {
         ++rightListEpoch;
     }
 }
-
-void AppState::setSelection(int index, PaneSide side) {
-    const int count = int(visibleEntries(side).size());
-    const int clamped = count == 0 ? 0 : std::clamp(index, 0, count - 1);
-    (side == PaneSide::left ? leftSelection : rightSelection) = clamped;
-    notifyChanged();
-}

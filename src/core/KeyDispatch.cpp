@@ -1,0 +1,120 @@
+// The one entry of every key: handleKeyDown asks the dialog, the prompts, the
+// pickers and the modes in a fixed order; the first that is open decides the
+// key, and the filer's table decides it when none is.
+#include "core/KeyDispatch.h"
+
+#include "core/TextInputHost.h"
+
+namespace {
+
+bool isShiftOnly(const KeyEvent& event) {
+    return event.has(KeyModifier::shift) && !event.has(KeyModifier::option) &&
+           !event.has(KeyModifier::control);
+}
+
+} // namespace
+
+bool AppState::handleKeyDown(const KeyEvent& event) {
+    // Command keys belong to the menus and the text fields, in every mode.
+    if (event.has(KeyModifier::command)) {
+        return false;
+    }
+    KeyPress press{event, std::nullopt, isShiftOnly(event)};
+    if (isShiftKeyDown != press.shiftOnly) {
+        isShiftKeyDown = press.shiftOnly;
+        notifyChanged();
+    }
+    if (event.charactersIgnoringModifiers) {
+        press.key = event.charactersIgnoringModifiers->toLower();
+    }
+    if (handleDosDialogKey(press.key, event.keyCode, event.has(KeyModifier::shift))) {
+        return true;
+    }
+    if (std::optional<bool> modal = dispatchModalKey(press)) {
+        return *modal;
+    }
+    return dispatchPaneKey(press);
+}
+
+void AppState::handleFlagsChanged(const KeyEvent& event) {
+    const bool shiftAlone = event.has(KeyModifier::shift) && !event.has(KeyModifier::command) &&
+                            !event.has(KeyModifier::option) && !event.has(KeyModifier::control);
+    if (isShiftKeyDown != shiftAlone) {
+        isShiftKeyDown = shiftAlone;
+        notifyChanged();
+    }
+}
+
+bool AppState::textInputHasMarkedText() const {
+    return m_textInputHost && m_textInputHost->hasMarkedText();
+}
+
+// The prompts and pickers, in their order; none when none of them is open.
+std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
+    if (createItemKind || isWildcardPromptOpen || isRenamePromptOpen) {
+        return handleTextPromptKey(press);
+    }
+    if (isAttributePromptOpen) {
+        return textInputHasMarkedText() ? false : handleAttributePromptKey(press);
+    }
+    if (copyMovePathKind) {
+        return handleTextPromptKey(press);
+    }
+    if (isFileSearchMode) {
+        if (textInputHasMarkedText()) {
+            return false;
+        }
+        return isSearchTreeBoxOpen ? handleSearchTreeBoxKey(press) : handleFileSearchKey(press);
+    }
+    if (isSortPickerOpen) {
+        return handleSortPickerKey(press);
+    }
+    if (isVolumePickerOpen) {
+        return handleVolumePickerKey(press);
+    }
+    if (isOpenWithPickerOpen) {
+        return handleOpenWithPickerKey(press);
+    }
+    if (isJumpDialogOpen) {
+        return textInputHasMarkedText() ? false : handleJumpDialogKey(press);
+    }
+    return std::nullopt;
+}
+
+// The right half with the focus, then the filter, then the filer.
+bool AppState::dispatchPaneKey(const KeyPress& press) {
+    const bool rightFocused = focusedSide == PaneSide::right;
+    if (rightFocused && layoutMode == LayoutMode::filerGallery) {
+        return handleGalleryKey(press);
+    }
+    if (rightFocused && layoutMode == LayoutMode::filerViewer) {
+        if (rightMode == RightPaneMode::editor) {
+            return textInputHasMarkedText() ? false : handleEditorKey(press);
+        }
+        if (rightMode == RightPaneMode::viewer && handleViewerKey(press)) {
+            return true;
+        }
+    }
+    if (isSearching) {
+        return textInputHasMarkedText() ? false : handleFilterKey(press);
+    }
+    return handleFilerKey(press);
+}
+
+// Create, rename, wildcard and copy-move path prompts: their text field has
+// every key but Esc, and Esc too while an input method is composing.
+bool AppState::handleTextPromptKey(const KeyPress& press) {
+    if (!press.is(KeyCode::escape) || textInputHasMarkedText()) {
+        return false;
+    }
+    if (createItemKind) {
+        cancelCreateItemPrompt();
+    } else if (isWildcardPromptOpen) {
+        cancelWildcardPrompt();
+    } else if (isRenamePromptOpen) {
+        cancelRenamePrompt();
+    } else {
+        cancelCopyMovePathPrompt();
+    }
+    return true;
+}

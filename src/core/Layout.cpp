@@ -1,0 +1,212 @@
+// What the right half of the window is for, keeping VIEWER on the cursor's
+// file, and the throttled rebuild of the window after a resize.
+#include "core/AppState.h"
+
+#include "core/PathUtils.h"
+#include "core/PreferenceKeys.h"
+#include "core/Preferences.h"
+
+#include <QDateTime>
+
+namespace {
+
+// Rebuilding every view on each resize step is costly; one step per this many seconds.
+constexpr double kRedrawThrottleSeconds = 0.12;
+
+bool isPlainFile(const FileEntry& entry) {
+    return !entry.isDirectory && !entry.isParent && !entry.isZipArchive;
+}
+
+} // namespace
+
+double AppState::systemWallClock() {
+    return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
+}
+
+// From EDITOR the dialog asks first, dirty or not; its yes applies the mode.
+void AppState::setLayoutMode(LayoutMode mode) {
+    if (rightMode == RightPaneMode::editor) {
+        pendingLayoutMode = mode;
+        dosDialogActionIndex = 0;
+        notifyChanged();
+        return;
+    }
+    applyLayoutMode(mode);
+}
+
+void AppState::applyLayoutMode(LayoutMode mode) {
+    layoutMode = mode;
+    switch (mode) {
+    case LayoutMode::filerViewer:
+        rightMode = RightPaneMode::viewer;
+        stopWatching(PaneSide::right);
+        focusedSide = PaneSide::left;
+        syncPreview();
+        break;
+    case LayoutMode::dualFiler:
+        rightMode = RightPaneMode::filer;
+        reloadPane(PaneSide::right, false);
+        break;
+    case LayoutMode::filerGallery:
+        rightMode = RightPaneMode::gallery;
+        stopWatching(PaneSide::right);
+        rebuildGalleryItems();
+        syncGallerySelection();
+        break;
+    }
+    notifyChanged();
+}
+
+// Unlike setLayoutMode it asks nothing, not even from EDITOR.
+void AppState::toggleRightPaneMode() {
+    if (layoutMode != LayoutMode::dualFiler && rightMode != RightPaneMode::filer) {
+        applyLayoutMode(LayoutMode::dualFiler);
+        return;
+    }
+    layoutMode = LayoutMode::filerViewer;
+    rightMode = RightPaneMode::viewer;
+    stopWatching(PaneSide::right);
+    focusedSide = PaneSide::left;
+    syncPreview();
+    notifyChanged();
+}
+
+bool AppState::anyPromptOrPickerOpen() const {
+    return createItemKind || isRenamePromptOpen || copyMovePathKind || isAttributePromptOpen ||
+           pendingCopyMove || isSortPickerOpen || isJumpDialogOpen || isVolumePickerOpen ||
+           isWildcardPromptOpen;
+}
+
+void AppState::enterGalleryLayout() {
+    if (!activeFilerSide() || anyPromptOrPickerOpen()) {
+        return;
+    }
+    if (isFileSearchMode) {
+        exitFileSearchMode();
+    }
+    if (isSearching) {
+        closeFilter(true);
+    }
+    setLayoutMode(LayoutMode::filerGallery);
+}
+
+void AppState::exitGallery() {
+    if (layoutMode == LayoutMode::filerGallery) {
+        setLayoutMode(LayoutMode::filerViewer);
+    }
+    galleryItems.clear();
+    gallerySelection.reset();
+    notifyChanged();
+}
+
+// Unsaved text is never dropped without the save question.
+void AppState::exitEditorToViewer() {
+    if (rightMode != RightPaneMode::editor) {
+        return;
+    }
+    if (isDirty) {
+        pendingExitEditorToViewer = true;
+        dosDialogActionIndex = 0;
+    } else {
+        rightMode = RightPaneMode::viewer;
+        focusedSide = PaneSide::left;
+    }
+    notifyChanged();
+}
+
+// Keeps the right half on the file under the cursor while preview mode is on.
+void AppState::syncPreview() {
+    if (!alwaysPreviewMode || layoutMode != LayoutMode::filerViewer) {
+        return;
+    }
+    if (rightMode == RightPaneMode::editor && isDirty) {
+        return;
+    }
+    const std::optional<FileEntry> entry = currentEntry();
+    if (!entry || !isPlainFile(*entry)) {
+        clearViewer();
+        return;
+    }
+    showEntryInViewer(*entry);
+}
+
+void AppState::showEntryInViewer(const FileEntry& entry) {
+    if (entry.zipArchiveURL && entry.zipEntryPath) {
+        showArchivePreview(entry);
+    } else {
+        showFilePreview(entry);
+    }
+}
+
+void AppState::toggleAlwaysPreview() {
+    alwaysPreviewMode = !alwaysPreviewMode;
+    m_preferences.setValue(PreferenceKeys::alwaysPreviewMode, alwaysPreviewMode);
+    if (alwaysPreviewMode) {
+        syncPreview();
+    }
+    notifyChanged();
+}
+
+// Frames wrap around at both ends.
+bool AppState::pageAnimatedFrame(int delta) {
+    const bool viewerFocused = layoutMode == LayoutMode::filerViewer &&
+                               rightMode == RightPaneMode::viewer && focusedSide == PaneSide::right;
+    if (!viewerFocused || !animatedPreviewInfo || animatedPreviewInfo->frameCount < 2) {
+        return false;
+    }
+    const int count = animatedPreviewInfo->frameCount;
+    animatedFrameIndex = ((animatedFrameIndex + delta) % count + count) % count;
+    notifyChanged();
+    return true;
+}
+
+// Walks the left list from the file on show to the next plain file; off
+// either end nothing changes, and there is no wrap.
+bool AppState::stepViewerFile(int delta) {
+    if (layoutMode != LayoutMode::filerViewer || rightMode != RightPaneMode::viewer) {
+        return false;
+    }
+    const QList<FileEntry> visible = visibleEntries(PaneSide::left);
+    if (visible.isEmpty()) {
+        return true;
+    }
+    const auto isOnShow = [&](const FileEntry& e) {
+        if (viewerFromZip) {
+            return e.zipArchiveURL == viewerZipArchive && e.zipEntryPath == viewerZipEntry;
+        }
+        return editorURL && PathUtils::standardizedPath(e.url) == *editorURL;
+    };
+    const auto shown = std::find_if(visible.begin(), visible.end(), isOnShow);
+    int index = shown == visible.end() ? leftSelection : int(shown - visible.begin());
+    for (index += delta; index >= 0 && index < visible.size(); index += delta) {
+        if (isPlainFile(visible.at(index))) {
+            setSelection(index, PaneSide::left);
+            showEntryInViewer(visible.at(index));
+            focusedSide = PaneSide::right;
+            notifyChanged();
+            return true;
+        }
+    }
+    return true;
+}
+
+void AppState::noteWindowResized(double width, double height, ResizePhase phase) {
+    if (width <= 1 || height <= 1 || phase == ResizePhase::live) {
+        return;
+    }
+    noteLayoutSettled();
+}
+
+void AppState::noteResizeEnded() {
+    noteLayoutSettled();
+}
+
+void AppState::noteLayoutSettled() {
+    const double now = wallClock();
+    if (now - lastWindowRedrawAt < kRedrawThrottleSeconds) {
+        return;
+    }
+    lastWindowRedrawAt = now;
+    ++windowLayoutEpoch;
+    notifyChanged();
+}

@@ -1,0 +1,253 @@
+// Moving the cursor and changing a pane's location: setSelection and
+// openLocation are the only ways either happens.
+#include "core/AppState.h"
+
+#include "core/PathUtils.h"
+#include "core/PreferenceKeys.h"
+#include "core/Preferences.h"
+
+#include <QFileInfo>
+
+#include <algorithm>
+
+namespace {
+
+// A member path as archive locations keep it: "\" becomes "/", leading "./"
+// and then leading "/" are dropped, and one trailing "/". The empty text is
+// the archive's root.
+QString archiveInnerPath(QString path) {
+    path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    while (path.startsWith(QLatin1String("./"))) {
+        path.remove(0, 2);
+    }
+    while (path.startsWith(QLatin1Char('/'))) {
+        path.remove(0, 1);
+    }
+    if (path.endsWith(QLatin1Char('/'))) {
+        path.chop(1);
+    }
+    return path;
+}
+
+FilerLocation archiveRootLocation(const QString& archive) {
+    return FilerLocation::zip(PathUtils::standardizedPath(archive), QString());
+}
+
+FilerLocation archiveFolderLocation(const QString& archive, const QString& entryPath) {
+    return FilerLocation::zip(PathUtils::standardizedPath(archive), archiveInnerPath(entryPath));
+}
+
+// Where going up leads, and the name of the row just left, to select it there.
+struct UpwardStep {
+    FilerLocation location;
+    QString selectName;
+};
+
+UpwardStep stepUp(const FilerLocation& location) {
+    if (const auto* directory = location.asDirectory()) {
+        return {FilerLocation::directory(PathUtils::parentPath(directory->url)),
+                PathUtils::lastPathComponent(directory->url)};
+    }
+    const auto* zip = location.asZip();
+    const QString inner = archiveInnerPath(zip->innerPath);
+    if (inner.isEmpty()) {
+        return {FilerLocation::directory(PathUtils::parentPath(zip->archive)),
+                PathUtils::lastPathComponent(zip->archive)};
+    }
+    const qsizetype slash = inner.lastIndexOf(QLatin1Char('/'));
+    const QString parentInner = slash < 0 ? QString() : inner.left(slash);
+    return {archiveFolderLocation(zip->archive, parentInner), inner.mid(slash + 1)};
+}
+
+bool opensAsLocation(const FileEntry& entry) {
+    return entry.isDirectory || entry.isParent || entry.isZipArchive;
+}
+
+} // namespace
+
+void AppState::setSelection(int index, PaneSide side) {
+    const int count = int(visibleEntries(side).size());
+    const int clamped = count == 0 ? 0 : std::clamp(index, 0, count - 1);
+    (side == PaneSide::left ? leftSelection : rightSelection) = clamped;
+    if (side == PaneSide::left && layoutMode == LayoutMode::filerGallery) {
+        syncGallerySelection();
+    }
+    if (alwaysPreviewMode && activeFilerSide() == side) {
+        syncPreview();
+    }
+    notifyChanged();
+}
+
+void AppState::moveCursor(int delta) {
+    if (const auto side = activeFilerSide()) {
+        setSelection(selectionFor(*side) + delta, *side);
+    }
+}
+
+void AppState::moveCursorToTop() {
+    if (const auto side = activeFilerSide()) {
+        setSelection(0, *side);
+    }
+}
+
+void AppState::moveCursorToBottom() {
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    const int count = int(visibleEntries(*side).size());
+    if (count > 0) {
+        setSelection(count - 1, *side);
+    }
+}
+
+void AppState::moveCursorByPage(int direction) {
+    if (const auto side = activeFilerSide()) {
+        setSelection(selectionFor(*side) + direction * pageStepForViewport(), *side);
+    }
+}
+
+// A fixed page, from the font size and not the window's height.
+int AppState::pageStepForViewport() const {
+    const double rowHeight = std::max(12.0, uiFontSize + 4);
+    return std::max(8, int(400 / rowHeight));
+}
+
+bool AppState::focusPane(PaneSide side) {
+    focusedSide = side;
+    notifyChanged();
+    return true;
+}
+
+void AppState::openLocation(const FilerLocation& location, PaneSide side,
+                            const std::optional<QString>& selectName) {
+    // Tags never survive a change of location, on either side.
+    taggedKeys.clear();
+    (side == PaneSide::left ? leftLocation : rightLocation) = location;
+    reloadPane(side, false);
+    int index = 0;
+    if (selectName) {
+        const QList<FileEntry>& entries = entriesFor(side);
+        const auto found = std::find_if(entries.begin(), entries.end(),
+                                        [&](const FileEntry& e) { return e.name == *selectName; });
+        index = found == entries.end() ? 0 : int(found - entries.begin());
+    }
+    setSelection(index, side);
+    if (layoutMode == LayoutMode::filerGallery && side == PaneSide::left) {
+        rebuildGalleryItems();
+        syncGallerySelection();
+    }
+    notifyChanged();
+}
+
+void AppState::goUp(PaneSide side) {
+    const UpwardStep step = stepUp(locationFor(side));
+    openLocation(step.location, side, step.selectName);
+}
+
+void AppState::goToParentDirectory() {
+    if (const auto side = activeFilerSide()) {
+        goUp(*side);
+    }
+}
+
+void AppState::goToFolder(const QString& url) {
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    const QString path = PathUtils::standardizedPath(url);
+    if (!QFileInfo(path).isDir()) {
+        errorMessage = QStringLiteral("Cannot open:\n") + path;
+        dosDialogActionIndex = 0;
+        notifyChanged();
+        return;
+    }
+    if (isSearching) {
+        closeFilter(false);
+    }
+    if (treeModeFor(*side)) {
+        leaveTreeMode(*side);
+    }
+    openLocation(FilerLocation::directory(path), *side, std::nullopt);
+}
+
+void AppState::goToStartupDirectory() {
+    goToFolder(startupDirectory);
+}
+
+void AppState::goToHomeDirectory() {
+    goToFolder(PathUtils::homeDirectory());
+}
+
+void AppState::goToRootDirectory() {
+    goToFolder(QStringLiteral("/"));
+}
+
+void AppState::openCursorEntry() {
+    if (const auto side = activeFilerSide()) {
+        activateSelection(*side);
+    }
+}
+
+// What Enter does: folders, the parent row and archives are entered; a plain
+// file is shown in VIEWER and the focus stays where it is.
+void AppState::activateSelection(PaneSide side) {
+    if (layoutMode != LayoutMode::dualFiler && side == PaneSide::right &&
+        rightMode != RightPaneMode::filer) {
+        return;
+    }
+    const QList<FileEntry> visible = visibleEntries(side);
+    const int index = selectionFor(side);
+    if (index < 0 || index >= visible.size()) {
+        return;
+    }
+    const FileEntry entry = visible.at(index);
+    if (!opensAsLocation(entry)) {
+        showEntryInViewer(entry);
+        return;
+    }
+    if (!entry.isReadable) {
+        return;
+    }
+    focusedSide = side;
+    if (isSearching) {
+        closeFilter(false);
+    }
+    if (entry.isParent) {
+        goUp(side);
+    } else if (entry.isZipArchive) {
+        openLocation(archiveRootLocation(entry.url), side, std::nullopt);
+    } else if (entry.zipArchiveURL && entry.zipEntryPath) {
+        openLocation(archiveFolderLocation(*entry.zipArchiveURL, *entry.zipEntryPath), side,
+                     std::nullopt);
+    } else {
+        openLocation(FilerLocation::directory(PathUtils::standardizedPath(entry.url)), side,
+                     std::nullopt);
+    }
+}
+
+void AppState::toggleHiddenFiles() {
+    showHiddenFiles = !showHiddenFiles;
+    m_preferences.setValue(PreferenceKeys::showHiddenFiles, showHiddenFiles);
+    refreshAll();
+    refreshTreeSessions();
+    notifyChanged();
+}
+
+void AppState::toggleLocalizedNames() {
+    showLocalizedNames = !showLocalizedNames;
+    m_preferences.setValue(PreferenceKeys::showLocalizedNames, showLocalizedNames);
+    refreshAll();
+    refreshTreeSessions();
+    notifyChanged();
+}
+
+// Only how names are drawn changes: no reload, the panes redraw their rows.
+void AppState::toggleAllExtensions() {
+    showAllFileExtensions = !showAllFileExtensions;
+    m_preferences.setValue(PreferenceKeys::showAllFileExtensions, showAllFileExtensions);
+    ++leftListEpoch;
+    ++rightListEpoch;
+    notifyChanged();
+}

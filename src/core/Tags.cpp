@@ -1,0 +1,209 @@
+// Tags: a set of row keys that copy, move, delete and attributes act on
+// instead of the cursor's file. A tag is not stored with its row, so a reload
+// leaves it alone; only a change of location clears them all.
+#include "core/AppState.h"
+
+#include "core/Formats.h"
+#include "core/PathUtils.h"
+
+#include <QFileInfo>
+#include <QRegularExpression>
+
+#include <algorithm>
+
+namespace {
+
+const QString kArchiveKeyPrefix = QStringLiteral("zip:");
+
+bool isTaggable(const FileEntry& entry) {
+    return !entry.isParent && !entry.isDirectory && !entry.isInsideArchive();
+}
+
+std::optional<int64_t> sizeOfKey(const QString& key, const QList<FileEntry>& left,
+                                 const QList<FileEntry>& right) {
+    for (const QList<FileEntry>* list : {&left, &right}) {
+        for (const FileEntry& entry : *list) {
+            if (AppState::tagKey(entry) == key) {
+                return entry.size;
+            }
+        }
+    }
+    if (key.startsWith(kArchiveKeyPrefix)) {
+        return std::nullopt;
+    }
+    const QFileInfo info(key);
+    return info.isFile() ? std::optional<int64_t>(info.size()) : std::nullopt;
+}
+
+} // namespace
+
+QString AppState::tagKey(const FileEntry& entry) {
+    if (entry.zipArchiveURL && entry.zipEntryPath) {
+        return kArchiveKeyPrefix + *entry.zipArchiveURL + QLatin1Char('!') + *entry.zipEntryPath;
+    }
+    return PathUtils::standardizedPath(entry.url);
+}
+
+QString AppState::locationKey(const FilerLocation& location) {
+    if (const auto* directory = location.asDirectory()) {
+        return QStringLiteral("dir:") + directory->url;
+    }
+    const auto* zip = location.asZip();
+    return kArchiveKeyPrefix + zip->archive + QLatin1Char('!') + zip->innerPath;
+}
+
+bool AppState::isTagged(const FileEntry& entry) const {
+    return taggedKeys.contains(tagKey(entry));
+}
+
+void AppState::toggleTag(const QString& key) {
+    if (!taggedKeys.remove(key)) {
+        taggedKeys.insert(key);
+    }
+    notifyChanged();
+}
+
+// Space: tags the file and moves on, so that a run of Spaces tags a run of files.
+void AppState::toggleTagAtCursor() {
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    if (treeModeFor(*side) && treeSessionFor(*side)) {
+        treeToggleTagAtCursor(*side);
+        return;
+    }
+    const QList<FileEntry> visible = visibleEntries(*side);
+    const int index = selectionFor(*side);
+    if (index < 0 || index >= visible.size()) {
+        return;
+    }
+    if (isTaggable(visible.at(index))) {
+        toggleTag(tagKey(visible.at(index)));
+    }
+    setSelection(index + 1, *side);
+}
+
+void AppState::openWildcardPrompt() {
+    if (!activeFilerSide()) {
+        return;
+    }
+    if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
+        isSortPickerOpen || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+        return;
+    }
+    if (isFileSearchMode) {
+        exitFileSearchMode();
+    }
+    if (isSearching) {
+        closeFilter(true);
+    }
+    wildcardPattern = lastWildcardPattern;
+    isWildcardPromptOpen = true;
+    notifyChanged();
+}
+
+void AppState::cancelWildcardPrompt() {
+    isWildcardPromptOpen = false;
+    releaseTextFocus();
+    notifyChanged();
+}
+
+// "*" is any run, "?" one character; every other sign of a regular
+// expression stands for itself.
+QString AppState::wildcardRegexPattern(const QString& pattern) {
+    static const QString escaped = QStringLiteral(".+()[]{}\\^$|");
+    QString regex = QStringLiteral("^");
+    for (const QChar c : pattern) {
+        if (c == QLatin1Char('*')) {
+            regex += QStringLiteral(".*");
+        } else if (c == QLatin1Char('?')) {
+            regex += QLatin1Char('.');
+        } else if (escaped.contains(c)) {
+            regex += QLatin1Char('\\');
+            regex += c;
+        } else {
+            regex += c;
+        }
+    }
+    return regex + QLatin1Char('$');
+}
+
+// Adds the files of the pane whose whole name matches, ignoring case; tags
+// already set stay.
+void AppState::applyWildcardTag() {
+    const auto side = activeFilerSide();
+    if (!isWildcardPromptOpen || !side) {
+        return;
+    }
+    const QString pattern = wildcardPattern.trimmed();
+    isWildcardPromptOpen = false;
+    releaseTextFocus();
+    notifyChanged();
+    if (pattern.isEmpty()) {
+        errorMessage = QStringLiteral("パターンを入力してください");
+        dosDialogActionIndex = 0;
+        return;
+    }
+    const QRegularExpression expression(wildcardRegexPattern(pattern),
+                                        QRegularExpression::CaseInsensitiveOption);
+    QSet<QString> matched;
+    for (const FileEntry& entry : wildcardCandidates(*side)) {
+        if (expression.isValid() && expression.match(entry.name).hasMatch()) {
+            matched.insert(tagKey(entry));
+        }
+    }
+    if (matched.isEmpty()) {
+        errorMessage = QStringLiteral("一致なし: ") + pattern;
+        dosDialogActionIndex = 0;
+        return;
+    }
+    taggedKeys.unite(matched);
+    lastWildcardPattern = pattern;
+}
+
+// The unfiltered files of the pane. Members of an archive are candidates,
+// unlike with Space: taggedFileURLs leaves their keys out again.
+QList<FileEntry> AppState::wildcardCandidates(PaneSide side) const {
+    const bool tree = treeModeFor(side) && treeSessionFor(side);
+    const QList<FileEntry> rows = tree ? treeFiles(side) : entriesFor(side);
+    QList<FileEntry> candidates;
+    std::copy_if(rows.begin(), rows.end(), std::back_inserter(candidates),
+                 [](const FileEntry& e) { return !e.isParent && !e.isDirectory; });
+    return candidates;
+}
+
+QStringList AppState::taggedFileURLs() const {
+    QStringList files;
+    for (const QString& key : taggedKeys) {
+        if (key.startsWith(kArchiveKeyPrefix)) {
+            continue;
+        }
+        const QString path = PathUtils::standardizedPath(key);
+        const QFileInfo info(path);
+        if (info.exists() && !info.isDir()) {
+            files.append(path);
+        }
+    }
+    if (!files.isEmpty()) {
+        std::sort(files.begin(), files.end());
+        return files;
+    }
+    // Nothing tagged that can be carried: the plain file under the cursor.
+    const std::optional<FileEntry> entry = currentEntry();
+    if (entry && isTaggable(*entry)) {
+        return {PathUtils::standardizedPath(entry->url)};
+    }
+    return {};
+}
+
+QString AppState::taggedSizeLabel() const {
+    if (taggedKeys.isEmpty()) {
+        return {};
+    }
+    int64_t total = 0;
+    for (const QString& key : taggedKeys) {
+        total += sizeOfKey(key, leftEntries, rightEntries).value_or(0);
+    }
+    return QStringLiteral("タグ:") + Formats::formatCompactSize(total);
+}
