@@ -1,7 +1,7 @@
 // Filling a pane: AppState::listLocation, reloadPane and refreshAll.
 #include "core/AppState.h"
 
-#include "archive/ArchiveKind.h"
+#include "archive/ArchiveLocation.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
@@ -19,13 +19,12 @@ Result<QList<FileEntry>, QString> AppState::listLocation(const FilerLocation& lo
         }
         return std::move(rows).value();
     }
-    const auto* zip = location.asZip();
-    const QString archive = PathUtils::standardizedPath(zip->archive);
-    if (!QFileInfo::exists(archive)) {
-        return fail(QStringLiteral("Archive not found: ") + PathUtils::lastPathComponent(archive));
+    auto rows = ArchiveLocation::list(*location.asZip(), showHiddenFiles, sortMode,
+                                      showLocalizedNames);
+    if (!rows) {
+        return fail(rows.error().description());
     }
-    // Browsing inside archives arrives with the archive readers.
-    return fail(QStringLiteral("Unsupported archive: ") + PathUtils::lastPathComponent(archive));
+    return std::move(rows).value();
 }
 
 void AppState::reloadPane(PaneSide side, bool forgetRights) {

@@ -1,0 +1,234 @@
+#include "archive/ArchiveToolOutput.h"
+
+#include "text/TextDecoding.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QJsonValue>
+#include <QRegularExpression>
+
+namespace ArchiveToolOutput {
+
+namespace {
+
+std::optional<QString> nameFromEntry(const QJsonObject& entry) {
+    const QJsonValue fileName = entry.value(QLatin1String("XADFileName"));
+    if (fileName.isString() && isPlausibleName(fileName.toString())) {
+        return fileName.toString();
+    }
+    if (const auto raw = nameDataBytes(entry.value(QLatin1String("LHAExtFileNameData")))) {
+        if (auto decoded = TextDecoding::decodeStrict(*raw, TextFileEncoding::shiftJIS)) {
+            return decoded;
+        }
+        if (auto decoded = TextDecoding::decodeStrict(*raw, TextFileEncoding::cp932)) {
+            return decoded;
+        }
+    }
+    if (fileName.isString()) {
+        return fileName.toString();
+    }
+    return std::nullopt;
+}
+
+std::optional<LsarEntry> entryFromJson(const QJsonObject& object, qsizetype place) {
+    if (object.value(QLatin1String("XADIsArchive")).toBool()) {
+        return std::nullopt;
+    }
+    const auto name = nameFromEntry(object);
+    if (!name) {
+        return std::nullopt;
+    }
+    LsarEntry entry;
+    entry.name = *name;
+    entry.isDirectory = object.value(QLatin1String("XADIsDirectory")).toBool();
+    const QJsonValue size = object.value(QLatin1String("XADFileSize"));
+    entry.size = size.isDouble() ? int64_t(size.toDouble()) : 0;
+    const QJsonValue index = object.value(QLatin1String("XADIndex"));
+    entry.index = index.isDouble() ? int64_t(index.toDouble()) : int64_t(place);
+    return entry;
+}
+
+} // namespace
+
+std::optional<LsarListing> parseLsarJson(const QByteArray& json, const QString& requestedEncoding) {
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    LsarListing listing;
+    listing.encoding = requestedEncoding;
+    QJsonArray contents;
+    if (document.isArray()) {
+        contents = document.array();
+    } else if (document.isObject()) {
+        const QJsonObject top = document.object();
+        if (!top.value(QLatin1String("lsarContents")).isArray()) {
+            return std::nullopt;
+        }
+        contents = top.value(QLatin1String("lsarContents")).toArray();
+        const QJsonValue encoding = top.value(QLatin1String("lsarEncoding"));
+        if (encoding.isString()) {
+            listing.encoding = encoding.toString();
+        }
+    } else {
+        return std::nullopt;
+    }
+    for (qsizetype place = 0; place < contents.size(); ++place) {
+        if (auto entry = entryFromJson(contents.at(place).toObject(), place)) {
+            listing.entries.append(std::move(*entry));
+        }
+    }
+    return listing;
+}
+
+QList<ArchiveMember> membersFromLsar(const LsarListing& listing) {
+    QList<ArchiveMember> members;
+    for (const LsarEntry& entry : listing.entries) {
+        QString path = entry.name;
+        path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        while (path.startsWith(QLatin1Char('/'))) {
+            path.remove(0, 1);
+        }
+        if (path.isEmpty()) {
+            continue;
+        }
+        ArchiveMember member;
+        member.isDirectory = entry.isDirectory || path.endsWith(QLatin1Char('/'));
+        if (member.isDirectory && !path.endsWith(QLatin1Char('/'))) {
+            path += QLatin1Char('/');
+        }
+        member.path = path;
+        member.size = member.isDirectory ? 0 : entry.size;
+        members.append(std::move(member));
+    }
+    return members;
+}
+
+bool isWesternEncoding(const QString& encoding) {
+    const QString lower = encoding.toLower();
+    return lower.contains(QLatin1String("1252")) || lower.contains(QLatin1String("8859")) ||
+           lower.contains(QLatin1String("latin")) || lower == QLatin1String("iso-8859");
+}
+
+bool isPlausibleName(const QString& name) {
+    bool allAscii = true;
+    for (const char32_t scalar : name.toUcs4()) {
+        if ((scalar >= 0xFF66 && scalar <= 0xFF9D) || (scalar >= 0x3040 && scalar <= 0x30FF) ||
+            (scalar >= 0x3400 && scalar <= 0x9FFF)) {
+            return true;
+        }
+        allAscii = allAscii && scalar < 0x80;
+    }
+    if (allAscii) {
+        return true;
+    }
+    return !name.contains(QChar(0x0192)) && !name.contains(QChar(0x201A)) &&
+           !name.contains(QChar(0x201E));
+}
+
+std::optional<QByteArray> nameDataBytes(const QJsonValue& value) {
+    if (value.isString()) {
+        const QString text = value.toString();
+        bool byteValued = true;
+        bool highBytes = false;
+        for (const QChar c : text) {
+            byteValued = byteValued && c.unicode() <= 0xFF;
+            highBytes = highBytes || c.unicode() >= 0x80;
+        }
+        if (byteValued && highBytes) {
+            return text.toLatin1();
+        }
+        const auto base64 = QByteArray::fromBase64Encoding(text.toLatin1(),
+                                                           QByteArray::AbortOnBase64DecodingErrors);
+        if (byteValued && base64) {
+            return *base64;
+        }
+        return byteValued ? std::optional(text.toLatin1()) : std::nullopt;
+    }
+    if (value.isArray()) {
+        QByteArray bytes;
+        for (const QJsonValue& item : value.toArray()) {
+            const double number = item.toDouble(-1);
+            if (!item.isDouble() || number < 0 || number > 255) {
+                return std::nullopt;
+            }
+            bytes.append(char(int(number)));
+        }
+        return bytes;
+    }
+    return std::nullopt;
+}
+
+QList<ArchiveMember> parseLhaList(const QByteArray& output) {
+    QString text;
+    if (auto sjis = TextDecoding::decodeStrict(output, TextFileEncoding::shiftJIS)) {
+        text = *sjis;
+    } else if (auto utf8 = TextDecoding::decodeStrict(output, TextFileEncoding::utf8)) {
+        text = *utf8;
+    } else {
+        text = TextDecoding::decodeUTF8WithRepair(output);
+    }
+    QList<ArchiveMember> members;
+    for (const QString& piece : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        const QString line = piece.trimmed();
+        const QString lower = line.toLower();
+        if (line.isEmpty() || line.startsWith(QLatin1String("PERMISS")) ||
+            line.startsWith(QLatin1String("-----")) || line.startsWith(QLatin1String("Total")) ||
+            lower.startsWith(QLatin1String("lha:"))) {
+            continue;
+        }
+        const QStringList tokens =
+            line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        if (tokens.isEmpty() || tokens.last() == QLatin1String("NAME")) {
+            continue;
+        }
+        QString path = tokens.last();
+        const bool isDirectory = path.endsWith(QLatin1Char('/')) ||
+                                 path.endsWith(QLatin1Char('\\')) ||
+                                 lower.contains(QLatin1String(" directory"));
+        path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        while (path.startsWith(QLatin1Char('/'))) {
+            path.remove(0, 1);
+        }
+        if (isDirectory && !path.endsWith(QLatin1Char('/'))) {
+            path += QLatin1Char('/');
+        }
+        members.append(ArchiveMember{path, isDirectory, 0, std::nullopt});
+    }
+    return members;
+}
+
+QList<ArchiveMember> parseTarList(const QByteArray& output) {
+    const QString text = QString::fromUtf8(output);
+    QList<ArchiveMember> members;
+    for (const QString& piece : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
+        QString path = piece.trimmed();
+        path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        if (path.startsWith(QLatin1String("./"))) {
+            path.remove(0, 2);
+        }
+        while (path.startsWith(QLatin1Char('/'))) {
+            path.remove(0, 1);
+        }
+        if (path.isEmpty()) {
+            continue;
+        }
+        members.append(ArchiveMember{path, path.endsWith(QLatin1Char('/')), 0, std::nullopt});
+    }
+    return members;
+}
+
+QString normalizedMemberPath(const QString& path) {
+    QString result = path;
+    result.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    while (result.startsWith(QLatin1String("./"))) {
+        result.remove(0, 2);
+    }
+    while (result.startsWith(QLatin1Char('/'))) {
+        result.remove(0, 1);
+    }
+    if (result.endsWith(QLatin1Char('/'))) {
+        result.chop(1);
+    }
+    return result;
+}
+
+} // namespace ArchiveToolOutput

@@ -1,0 +1,274 @@
+// LHA archives through external tools: lsar (with its retries over Japanese
+// encodings) or lha for listing, unar or lha for extraction. LHA names are
+// CP932 bytes in practice and the tools misread them in several ways, hence
+// the chains of attempts below.
+#include "archive/ArchiveService.h"
+
+#include "archive/ArchiveToolOutput.h"
+#include "core/PathUtils.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QUuid>
+
+namespace ArchiveService {
+
+namespace {
+
+using ArchiveToolOutput::LsarListing;
+
+const QString kCp932 = QStringLiteral("cp932");
+
+ArchiveResult<LsarListing> runLsar(const QString& lsar, const QString& archive,
+                                   const QString& encoding) {
+    QStringList arguments = {QStringLiteral("-j"), QStringLiteral("-nr")};
+    if (!encoding.isEmpty()) {
+        arguments << QStringLiteral("-e") << encoding;
+    }
+    arguments << QStringLiteral("--") << archive;
+    auto output = runTool(lsar, arguments);
+    if (!output) {
+        return fail(output.error());
+    }
+    auto listing = ArchiveToolOutput::parseLsarJson(*output, encoding);
+    if (!listing) {
+        return fail(ArchiveError::listFailed(archive, QStringLiteral("Invalid lsar JSON")));
+    }
+    return std::move(*listing);
+}
+
+// Japanese encodings first, each failure swallowed; then lsar's own guess,
+// whose failure is the caller's. A Western guess means CP932 names came out
+// garbled, so CP932 gets one more chance.
+ArchiveResult<LsarListing> lsarListing(const QString& lsar, const QString& archive) {
+    for (const QString& encoding :
+         {kCp932, QStringLiteral("shift_jis"), QStringLiteral("japanese")}) {
+        auto listing = runLsar(lsar, archive, encoding);
+        if (listing && !listing->entries.isEmpty()) {
+            return listing;
+        }
+    }
+    auto guessed = runLsar(lsar, archive, {});
+    if (guessed && ArchiveToolOutput::isWesternEncoding(guessed->encoding)) {
+        auto again = runLsar(lsar, archive, kCp932);
+        if (again && !again->entries.isEmpty()) {
+            return again;
+        }
+    }
+    return guessed;
+}
+
+QString lastComponent(const QString& path) {
+    return path.section(QLatin1Char('/'), -1);
+}
+
+// The lsar index of a file member: by its whole path, or else by its last
+// path component when exactly one file has it.
+ArchiveResult<int64_t> lsarIndex(const QString& archive, const QString& member) {
+    const auto lsar = findTool({QStringLiteral("lsar")});
+    if (!lsar) {
+        return fail(ArchiveError::toolMissing(QStringLiteral("lsar")));
+    }
+    auto listing = lsarListing(*lsar, archive);
+    if (!listing) {
+        return fail(listing.error());
+    }
+    QList<std::pair<QString, int64_t>> files;
+    for (const auto& entry : listing->entries) {
+        if (!entry.isDirectory && !entry.name.endsWith(QLatin1Char('/')) &&
+            !entry.name.endsWith(QLatin1Char('\\'))) {
+            files.append({ArchiveToolOutput::normalizedMemberPath(entry.name), entry.index});
+        }
+    }
+    for (const auto& [name, index] : files) {
+        if (name == member) {
+            return index;
+        }
+    }
+    QList<int64_t> byName;
+    for (const auto& [name, index] : files) {
+        if (lastComponent(name) == lastComponent(member)) {
+            byName.append(index);
+        }
+    }
+    if (byName.size() == 1) {
+        return byName.first();
+    }
+    return fail(
+        ArchiveError::listFailed(archive, QStringLiteral("Entry not found in lsar listing")));
+}
+
+ArchiveResult<QByteArray> nonEmpty(ArchiveResult<QByteArray> output, const QString& member) {
+    if (output && output->isEmpty()) {
+        return fail(ArchiveError::extractFailed(member, QStringLiteral("Empty extract")));
+    }
+    return output;
+}
+
+// A fresh folder for one extraction, removed with its content whichever way
+// the extraction ends.
+class ExtractionFolder {
+public:
+    ExtractionFolder()
+        : m_path(QDir::tempPath() + QStringLiteral("/Dorvik-lha-") +
+                 QUuid::createUuid().toString(QUuid::WithoutBraces)) {
+        m_created = QDir().mkdir(m_path);
+    }
+    ~ExtractionFolder() {
+        if (m_created) {
+            QDir(m_path).removeRecursively();
+        }
+    }
+    ExtractionFolder(const ExtractionFolder&) = delete;
+    ExtractionFolder& operator=(const ExtractionFolder&) = delete;
+
+    bool created() const { return m_created; }
+    const QString& path() const { return m_path; }
+
+    // The bytes of a regular file that really lies inside the folder: a
+    // member named "../x" or a link the tool made never leads out of it.
+    std::optional<QByteArray> readInside(const QString& candidate) const {
+        const QFileInfo info(candidate);
+        const QString root = QFileInfo(m_path).canonicalFilePath() + QLatin1Char('/');
+        if (!info.isFile() || !info.canonicalFilePath().startsWith(root)) {
+            return std::nullopt;
+        }
+        QFile file(candidate);
+        if (!file.open(QIODevice::ReadOnly)) {
+            return std::nullopt;
+        }
+        return file.readAll();
+    }
+
+private:
+    QString m_path;
+    bool m_created = false;
+};
+
+ArchiveResult<QByteArray> extractThroughFolder(const QString& unar, const QString& archive,
+                                               const QString& member,
+                                               std::optional<int64_t> index) {
+    const auto notFound =
+        ArchiveError::extractFailed(member, QStringLiteral("Extracted file not found"));
+    ExtractionFolder folder;
+    if (!folder.created()) {
+        return fail(notFound);
+    }
+    QStringList arguments = {
+        QStringLiteral("-o"), folder.path(),         QStringLiteral("-D"), QStringLiteral("-f"),
+        QStringLiteral("-q"), QStringLiteral("-nr"), QStringLiteral("-e"), kCp932};
+    if (index) {
+        arguments << QStringLiteral("-i") << QStringLiteral("--") << archive
+                  << QString::number(*index);
+    } else {
+        arguments << QStringLiteral("--") << archive << member;
+    }
+    if (auto run = runTool(unar, arguments); !run) {
+        return fail(run.error());
+    }
+    const QString name = lastComponent(member);
+    for (const QString& candidate :
+         {folder.path() + QLatin1Char('/') + member, folder.path() + QLatin1Char('/') + name}) {
+        if (auto bytes = folder.readInside(candidate)) {
+            return std::move(*bytes);
+        }
+    }
+    QDirIterator walk(folder.path(), QDir::Files | QDir::Hidden | QDir::System,
+                      QDirIterator::Subdirectories);
+    while (walk.hasNext()) {
+        const QString found = walk.next();
+        if (walk.fileName() == name) {
+            if (auto bytes = folder.readInside(found)) {
+                return std::move(*bytes);
+            }
+        }
+    }
+    return fail(notFound);
+}
+
+ArchiveResult<QByteArray> extractWithUnar(const QString& unar, const QString& archive,
+                                          const QString& member) {
+    const auto index = lsarIndex(archive, member);
+    if (index) {
+        auto bytes = nonEmpty(
+            runTool(unar, {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
+                           QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-i"),
+                           QStringLiteral("--"), archive, QString::number(*index)}),
+            member);
+        if (bytes) {
+            return bytes;
+        }
+    }
+    auto bytes = nonEmpty(
+        runTool(unar, {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
+                       QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-D"),
+                       QStringLiteral("-e"), kCp932, QStringLiteral("--"), archive, member}),
+        member);
+    if (bytes) {
+        return bytes;
+    }
+    return extractThroughFolder(unar, archive, member,
+                                index ? std::optional(*index) : std::nullopt);
+}
+
+// lha has no "--": a name that begins with "-" only ever reaches it behind "./".
+ArchiveResult<QByteArray> extractWithLha(const QString& lha, const QString& archive,
+                                         const QString& member) {
+    for (const QString& operand : {member, QStringLiteral("./") + member, lastComponent(member)}) {
+        if (operand.startsWith(QLatin1Char('-'))) {
+            continue;
+        }
+        for (const QString& command : {QStringLiteral("pq"), QStringLiteral("p")}) {
+            auto bytes = runTool(lha, {command, archive, operand});
+            if (bytes && !bytes->isEmpty()) {
+                return bytes;
+            }
+        }
+    }
+    return fail(ArchiveError::extractFailed(member, QStringLiteral("lha produced empty output")));
+}
+
+} // namespace
+
+ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive) {
+    if (const auto lsar = findTool({QStringLiteral("lsar")})) {
+        auto listing = lsarListing(*lsar, archive);
+        if (!listing) {
+            return fail(listing.error());
+        }
+        return ArchiveToolOutput::membersFromLsar(*listing);
+    }
+    if (const auto lha = findTool({QStringLiteral("lha")})) {
+        auto output = runTool(*lha, {QStringLiteral("l"), archive});
+        if (!output) {
+            return fail(output.error());
+        }
+        return ArchiveToolOutput::parseLhaList(*output);
+    }
+    return fail(ArchiveError::toolMissing(QStringLiteral("lsar or lha")));
+}
+
+ArchiveResult<QByteArray> extractLhaMember(const QString& archive, const QString& memberPath) {
+    const QString member = ArchiveToolOutput::normalizedMemberPath(memberPath);
+    if (member.isEmpty()) {
+        return fail(ArchiveError::extractFailed(memberPath, QStringLiteral("Empty path")));
+    }
+    const auto unar = findTool({QStringLiteral("unar")});
+    if (unar) {
+        if (auto bytes = extractWithUnar(*unar, archive, member)) {
+            return bytes;
+        }
+    }
+    const auto lha = findTool({QStringLiteral("lha")});
+    if (lha) {
+        return extractWithLha(*lha, archive, member);
+    }
+    if (!unar) {
+        return fail(ArchiveError::toolMissing(QStringLiteral("unar or lha")));
+    }
+    return fail(ArchiveError::extractFailed(member, QStringLiteral("Extracted file not found")));
+}
+
+} // namespace ArchiveService
