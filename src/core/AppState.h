@@ -193,99 +193,100 @@ public:
 
     // --- Commands whose areas are still to come (PendingCommands.cpp). They
     // are routed from the keys already; until their area fills them they do
-    // nothing, and their keys are consumed all the same.
+    // nothing, and their keys are consumed all the same. They are virtual so
+    // that a test can see which of them a key reaches.
     enum class DeleteKind { files, folders };
     // DOS dialog
     bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode,
                             bool shift);
     // Name prompts
-    void openCreateItemPrompt(CreateItemKind kind);
-    void cancelCreateItemPrompt();
-    void openRenamePrompt();
-    void cancelRenamePrompt();
+    virtual void openCreateItemPrompt(CreateItemKind kind);
+    virtual void cancelCreateItemPrompt();
+    virtual void openRenamePrompt();
+    virtual void cancelRenamePrompt();
     // Attribute editing
-    void openAttributePrompt();
-    void cancelAttributePrompt();
-    void moveAttributeFocus(int delta);
-    void moveAttributeFieldCursor(int delta);
-    void toggleAttributeField();
-    void applyAttributePrompt();
-    void typeAttributeDigit(QChar digit);
+    virtual void openAttributePrompt();
+    virtual void cancelAttributePrompt();
+    virtual void moveAttributeFocus(int delta);
+    virtual void moveAttributeFieldCursor(int delta);
+    virtual void toggleAttributeField();
+    virtual void applyAttributePrompt();
+    virtual void typeAttributeDigit(QChar digit);
     // Copy, move, delete
-    void startCopyOrMove(CopyMoveKind kind);
-    void cancelCopyMovePathPrompt();
-    void startDelete(DeleteKind kind);
+    virtual void startCopyOrMove(CopyMoveKind kind);
+    virtual void cancelCopyMovePathPrompt();
+    virtual void startDelete(DeleteKind kind);
     // Directory watching
-    void stopWatching(PaneSide side);
+    virtual void stopWatching(PaneSide side);
     // VIEWER and EDITOR
-    void enterEditor();
-    void clearViewer();
-    void showFilePreview(const FileEntry& entry);
-    void showArchivePreview(const FileEntry& entry);
+    virtual void enterEditor();
+    virtual void clearViewer();
+    virtual void showFilePreview(const FileEntry& entry);
+    virtual void showArchivePreview(const FileEntry& entry);
     // Gallery
-    void rebuildGalleryItems();
-    void syncGallerySelection();
-    void moveGalleryCursor(int dx, int dy);
-    void openGallerySelection(std::optional<int> index);
+    virtual void rebuildGalleryItems();
+    virtual void syncGallerySelection();
+    virtual void moveGalleryCursor(int dx, int dy);
+    virtual void openGallerySelection(std::optional<int> index);
     // File search and its folder box
-    void enterFileSearchMode();
-    void exitFileSearchMode();
-    void cycleFileSearchFocus(int delta);
-    void moveFileSearchSelection(int delta);
-    void focusFileSearchResults();
-    void fileSearchSelectFirst();
-    void fileSearchSelectLast();
-    void fileSearchPage(int direction);
-    void cycleFileSearchSort(int delta);
-    void cycleFileSearchMatchMode(int delta);
-    void toggleFileSearchChoice();
-    void openSearchTreeBox();
-    void openFileSearchResult();
-    void editFileSearchResult();
-    void openFileSearchResultExternally();
-    void closeSearchTreeBox();
-    void moveSearchTreeBoxRow(int delta);
-    void collapseOrExpandSearchTreeBoxRow(bool expand);
-    void selectSearchTreeBoxRow(int index);
-    int searchTreeBoxRowCount() const;
-    void confirmSearchTreeBox();
+    virtual void enterFileSearchMode();
+    virtual void exitFileSearchMode();
+    virtual void cycleFileSearchFocus(int delta);
+    virtual void moveFileSearchSelection(int delta);
+    virtual void focusFileSearchResults();
+    virtual void fileSearchSelectFirst();
+    virtual void fileSearchSelectLast();
+    virtual void fileSearchPage(int direction);
+    virtual void cycleFileSearchSort(int delta);
+    virtual void cycleFileSearchMatchMode(int delta);
+    virtual void toggleFileSearchChoice();
+    virtual void openSearchTreeBox();
+    virtual void openFileSearchResult();
+    virtual void editFileSearchResult();
+    virtual void openFileSearchResultExternally();
+    virtual void closeSearchTreeBox();
+    virtual void moveSearchTreeBoxRow(int delta);
+    virtual void collapseOrExpandSearchTreeBoxRow(bool expand);
+    virtual void selectSearchTreeBoxRow(int index);
+    virtual int searchTreeBoxRowCount() const;
+    virtual void confirmSearchTreeBox();
     // Tree mode
-    void toggleTreeMode();
-    void exitTreeModeByEsc();
-    void leaveTreeMode(PaneSide side);
-    void activateTreeSelection();
-    void moveTreeSelection(int delta);
-    void treeSelectFirst();
-    void treeSelectLast();
-    void treePage(int direction);
-    void treeStepLeft();
-    void treeStepRight();
-    void refreshTreeSessions();
-    void treeOpenFilter(PaneSide side);
-    void treeApplyFilter(PaneSide side);
-    void treeCloseFilterKeepingRow(PaneSide side);
-    void treeToggleTagAtCursor(PaneSide side);
-    QList<FileEntry> treeFiles(PaneSide side) const;
+    virtual void toggleTreeMode();
+    virtual void exitTreeModeByEsc();
+    virtual void leaveTreeMode(PaneSide side);
+    virtual void activateTreeSelection();
+    virtual void moveTreeSelection(int delta);
+    virtual void treeSelectFirst();
+    virtual void treeSelectLast();
+    virtual void treePage(int direction);
+    virtual void treeStepLeft();
+    virtual void treeStepRight();
+    virtual void refreshTreeSessions();
+    virtual void treeOpenFilter(PaneSide side);
+    virtual void treeApplyFilter(PaneSide side);
+    virtual void treeCloseFilterKeepingRow(PaneSide side);
+    virtual void treeToggleTagAtCursor(PaneSide side);
+    virtual QList<FileEntry> treeFiles(PaneSide side) const;
     // Jump dialog and bookmarks
-    void openJumpDialog();
-    void closeJumpDialog();
-    void clearJumpSelection();
-    void moveJumpSelection(int delta);
-    void confirmJumpDialog();
-    void jumpToNumberedBookmark(int number);
-    void removeJumpBookmark();
-    void setStartupFromJumpSelection();
-    void addJumpBookmark();
-    void setStartupDirectoryToCurrent();
+    virtual void openJumpDialog();
+    virtual void closeJumpDialog();
+    virtual void clearJumpSelection();
+    virtual void moveJumpSelection(int delta);
+    virtual void confirmJumpDialog();
+    virtual void jumpToNumberedBookmark(int number);
+    virtual void removeJumpBookmark();
+    virtual void setStartupFromJumpSelection();
+    virtual void addJumpBookmark();
+    virtual void setStartupDirectoryToCurrent();
     // Volume and open-with pickers
-    void openVolumePicker();
-    void closeVolumePicker();
-    void moveVolumePickerSelection(int delta);
-    void confirmVolumePicker(std::optional<int> index);
-    void openCursorEntryExternally();
-    void closeOpenWithPicker();
-    void moveOpenWithSelection(int delta);
-    void confirmOpenWith(std::optional<int> index);
+    virtual void openVolumePicker();
+    virtual void closeVolumePicker();
+    virtual void moveVolumePickerSelection(int delta);
+    virtual void confirmVolumePicker(std::optional<int> index);
+    virtual void openCursorEntryExternally();
+    virtual void closeOpenWithPicker();
+    virtual void moveOpenWithSelection(int delta);
+    virtual void confirmOpenWith(std::optional<int> index);
 
     // --- Panes
     FilerLocation leftLocation;
