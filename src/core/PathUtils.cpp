@@ -4,13 +4,54 @@
 
 namespace PathUtils {
 
+namespace {
+
+// True when the path is already in standard form, the common case, which
+// then costs no copy.
+bool isStandard(const QString& path) {
+    if (!path.startsWith(QLatin1Char('/'))) {
+        return false;
+    }
+    if (path.size() == 1) {
+        return true;
+    }
+    if (path.endsWith(QLatin1Char('/')) || path.contains(QLatin1String("//"))) {
+        return false;
+    }
+    // "/." starts every "." or ".." component, and also hidden names: only
+    // those are told apart the slow way.
+    qsizetype at = path.indexOf(QLatin1String("/."));
+    while (at >= 0) {
+        const qsizetype next = at + 2;
+        if (next == path.size() || path[next] == QLatin1Char('/')) {
+            return false;
+        }
+        if (path[next] == QLatin1Char('.') &&
+            (next + 1 == path.size() || path[next + 1] == QLatin1Char('/'))) {
+            return false;
+        }
+        at = path.indexOf(QLatin1String("/."), next);
+    }
+    return true;
+}
+
+} // namespace
+
 QString standardizedPath(const QString& path) {
+    if (isStandard(path)) {
+        return path;
+    }
     if (path.isEmpty()) {
         return QDir::cleanPath(QDir::currentPath());
     }
     const QString absolute =
         path.startsWith(QLatin1Char('/')) ? path : QDir::currentPath() + QLatin1Char('/') + path;
-    return QDir::cleanPath(absolute);
+    QString clean = QDir::cleanPath(absolute);
+    // There is nothing above the root: "/../x" is "/x".
+    while (clean == QLatin1String("/..") || clean.startsWith(QLatin1String("/../"))) {
+        clean = clean.size() == 3 ? QStringLiteral("/") : clean.mid(3);
+    }
+    return clean;
 }
 
 QString parentPath(const QString& path) {
