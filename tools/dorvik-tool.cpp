@@ -1,11 +1,17 @@
 // dorvik-tool: the core of Dorvik on the command line, for benchmarks and
 // checks. Rows are printed as JSON Lines; a failure exits 1 with the message
 // the user would read on stderr.
+#include "archive/ArchiveLocation.h"
+#include "archive/ArchiveService.h"
+#include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemError.h"
 #include "filesystem/FileSystemService.h"
+#include "text/TextDecoding.h"
 
 #include <QCoreApplication>
+#include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
@@ -28,7 +34,12 @@ int failWith(const QString& message) {
 
 int usage() {
     return failWith(
-        QStringLiteral("usage: dorvik-tool list DIR [--hidden] [--sort name|timestamp|size]"));
+        QStringLiteral("usage: dorvik-tool list DIR [--hidden] [--sort name|timestamp|size]\n"
+                       "       dorvik-tool decode FILE [--truncated]\n"
+                       "       dorvik-tool encode LABEL < UTF-8 text\n"
+                       "       dorvik-tool archive-list ARCHIVE\n"
+                       "       dorvik-tool archive-rows ARCHIVE INNERPATH [--hidden]\n"
+                       "       dorvik-tool archive-cat ARCHIVE MEMBER"));
 }
 
 QJsonObject listRow(const FileEntry& entry) {
@@ -76,6 +87,133 @@ int listCommand(const QStringList& args) {
     return 0;
 }
 
+void writeBytes(const QByteArray& bytes) {
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
+}
+
+template <typename T, typename E> Result<T, QString> withMessage(Result<T, E>&& result) {
+    if (!result) {
+        return fail(result.error().description());
+    }
+    return std::move(result).value();
+}
+
+// The members of an archive of any kind the tool reads, or the user's message.
+Result<QList<ArchiveMember>, QString> archiveMembers(const QString& path) {
+    return withMessage(ArchiveService::listMembers(path));
+}
+
+Result<QByteArray, QString> archiveMemberBytes(const QString& path, const QString& member) {
+    return withMessage(ArchiveService::extractMemberData(path, member));
+}
+
+QJsonObject memberRow(const ArchiveMember& member) {
+    const QJsonValue date = member.modificationDate
+                                ? QJsonValue(member.modificationDate->toString(Qt::ISODate))
+                                : QJsonValue();
+    return {{"path", member.path},
+            {"isDirectory", member.isDirectory},
+            {"size", double(member.size)},
+            {"modificationDate", date}};
+}
+
+int archiveListCommand(const QStringList& args) {
+    if (args.size() != 1) {
+        return usage();
+    }
+    const auto members = archiveMembers(args[0]);
+    if (!members) {
+        return failWith(members.error());
+    }
+    for (const ArchiveMember& member : *members) {
+        printLine(memberRow(member));
+    }
+    return 0;
+}
+
+int archiveCatCommand(const QStringList& args) {
+    if (args.size() != 2) {
+        return usage();
+    }
+    const auto bytes = archiveMemberBytes(args[0], args[1]);
+    if (!bytes) {
+        return failWith(bytes.error());
+    }
+    writeBytes(*bytes);
+    return 0;
+}
+
+QJsonObject archiveRow(const FileEntry& entry) {
+    return {{"id", entry.id},
+            {"name", entry.name},
+            {"isDirectory", entry.isDirectory},
+            {"isParent", entry.isParent},
+            {"size", entry.size ? QJsonValue(double(*entry.size)) : QJsonValue()},
+            {"permissionMode", entry.permissionMode}};
+}
+
+// The rows a pane shows inside an archive, sorted by name.
+int archiveRowsCommand(const QStringList& args) {
+    QStringList operands = args;
+    const bool showHidden = operands.removeAll(QStringLiteral("--hidden")) > 0;
+    if (operands.size() != 2) {
+        return usage();
+    }
+    const auto rows = ArchiveLocation::list({PathUtils::standardizedPath(operands[0]), operands[1]},
+                                            showHidden, FilerSortMode::name, true);
+    if (!rows) {
+        return failWith(rows.error().description());
+    }
+    for (const FileEntry& entry : *rows) {
+        printLine(archiveRow(entry));
+    }
+    return 0;
+}
+
+int decodeCommand(const QStringList& args) {
+    QStringList files = args;
+    const bool truncated = files.removeAll(QStringLiteral("--truncated")) > 0;
+    if (files.size() != 1) {
+        return usage();
+    }
+    QFile file(files[0]);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return failWith(QStringLiteral("ファイルを開けませんでした"));
+    }
+    const auto decoded = TextDecoding::decode(file.readAll(), truncated);
+    if (!decoded) {
+        return failWith(QStringLiteral(
+            "文字コードを判定できませんでした（UTF-8 / CP932 / Shift_JIS / EUC-JP）"));
+    }
+    writeBytes(decoded->label.toUtf8() + '\n' + decoded->text.toUtf8());
+    return 0;
+}
+
+// An unknown label saves as UTF-8, as the editor does.
+int encodeCommand(const QStringList& args) {
+    if (args.size() != 1) {
+        return usage();
+    }
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly)) {
+        return failWith(QStringLiteral("Cannot read standard input"));
+    }
+    const auto text = TextDecoding::decodeStrict(input.readAll(), TextFileEncoding::utf8);
+    if (!text) {
+        return failWith(QStringLiteral("Standard input is not UTF-8"));
+    }
+    const TextFileEncoding encoding =
+        TextDecoding::textFileEncoding(args[0]).value_or(TextFileEncoding::utf8);
+    const auto bytes = TextDecoding::encodedBytes(*text, encoding);
+    if (!bytes) {
+        const QString label = TextDecoding::label(encoding);
+        return failWith(
+            FileSystemError::make(FileSystemError::Kind::encodeFailed, label).description());
+    }
+    writeBytes(*bytes);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -91,6 +229,11 @@ int main(int argc, char* argv[]) {
     const QString command = args.takeFirst();
     const std::map<QString, std::function<int(const QStringList&)>> commands = {
         {QStringLiteral("list"), listCommand},
+        {QStringLiteral("decode"), decodeCommand},
+        {QStringLiteral("encode"), encodeCommand},
+        {QStringLiteral("archive-list"), archiveListCommand},
+        {QStringLiteral("archive-cat"), archiveCatCommand},
+        {QStringLiteral("archive-rows"), archiveRowsCommand},
     };
     const auto found = commands.find(command);
     const int status = found == commands.end() ? usage() : found->second(args);

@@ -19,51 +19,77 @@ const uchar* bytesOf(QByteArrayView view) {
     return reinterpret_cast<const uchar*>(view.data());
 }
 
-// The well-formed UTF-8 of the Unicode standard: no overlong forms, no
-// surrogates, nothing above U+10FFFF, no character cut by the end.
-bool isValidUTF8(QByteArrayView bytes) {
+// The bytes a well-formed UTF-8 character may have after its lead, by
+// position (Unicode Table 3-7): no overlong forms, no surrogates, nothing
+// above U+10FFFF.
+struct UTF8Shape {
+    int length = 0;
+    uchar secondLow = 0x80;
+    uchar secondHigh = 0xBF;
+};
+
+UTF8Shape utf8Shape(uchar lead) {
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        return {2};
+    }
+    if (lead >= 0xE0 && lead <= 0xEF) {
+        return {3, uchar(lead == 0xE0 ? 0xA0 : 0x80), uchar(lead == 0xED ? 0x9F : 0xBF)};
+    }
+    if (lead >= 0xF0 && lead <= 0xF4) {
+        return {4, uchar(lead == 0xF0 ? 0x90 : 0x80), uchar(lead == 0xF4 ? 0x8F : 0xBF)};
+    }
+    return {};
+}
+
+// How many bytes at i belong to one character (complete == true), or to the
+// longest start of one that the bytes break off (complete == false; at least 1).
+std::pair<qsizetype, bool> utf8Character(const uchar* p, qsizetype n, qsizetype i) {
+    if (p[i] < 0x80) {
+        return {1, true};
+    }
+    const UTF8Shape shape = utf8Shape(p[i]);
+    if (shape.length == 0) {
+        return {1, false};
+    }
+    qsizetype k = 1;
+    for (; k < shape.length && i + k < n; ++k) {
+        const uchar low = k == 1 ? shape.secondLow : 0x80;
+        const uchar high = k == 1 ? shape.secondHigh : 0xBF;
+        if (p[i + k] < low || p[i + k] > high) {
+            return {k, false};
+        }
+    }
+    return {k, k == shape.length};
+}
+
+// The length of the longest well-formed UTF-8 start of the bytes.
+qsizetype validUTF8Prefix(QByteArrayView bytes) {
     const uchar* p = bytesOf(bytes);
     const qsizetype n = bytes.size();
     qsizetype i = 0;
     while (i < n) {
-        const uchar lead = p[i];
-        if (lead < 0x80) {
+        if (p[i] < 0x80) {
             ++i;
             continue;
         }
-        int length = 0;
-        char32_t value = 0;
-        char32_t smallest = 0;
-        if ((lead & 0xE0) == 0xC0) {
-            length = 2, value = lead & 0x1F, smallest = 0x80;
-        } else if ((lead & 0xF0) == 0xE0) {
-            length = 3, value = lead & 0x0F, smallest = 0x800;
-        } else if ((lead & 0xF8) == 0xF0) {
-            length = 4, value = lead & 0x07, smallest = 0x10000;
-        } else {
-            return false;
-        }
-        if (n - i < length) {
-            return false;
-        }
-        for (int k = 1; k < length; ++k) {
-            if ((p[i + k] & 0xC0) != 0x80) {
-                return false;
-            }
-            value = (value << 6) | (p[i + k] & 0x3F);
-        }
-        if (value < smallest || value > 0x10FFFF || (value >= 0xD800 && value <= 0xDFFF)) {
-            return false;
+        const auto [length, complete] = utf8Character(p, n, i);
+        if (!complete) {
+            break;
         }
         i += length;
     }
-    return true;
+    return i;
+}
+
+bool isValidUTF8(QByteArrayView bytes) {
+    return validUTF8Prefix(bytes) == bytes.size();
 }
 
 // A byte order mark is an ordinary character here: it is kept in the text so
 // that saving writes the file back as it was.
 QString utf8ToString(QByteArrayView bytes) {
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom);
+    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom |
+                                                     QStringDecoder::Flag::Stateless);
     return decoder.decode(bytes);
 }
 
@@ -281,8 +307,23 @@ std::optional<QString> decodeStrict(QByteArrayView bytes, TextFileEncoding encod
     return utf8ToString(bytes);
 }
 
+// Each maximal part of an ill-formed sequence becomes one U+FFFD, the
+// practice the Unicode standard recommends: "ab" E3 81 gives "ab\uFFFD".
 QString decodeUTF8WithRepair(QByteArrayView bytes) {
-    return utf8ToString(bytes);
+    const uchar* p = bytesOf(bytes);
+    const qsizetype n = bytes.size();
+    QString out;
+    qsizetype i = 0;
+    while (i < n) {
+        const qsizetype good = validUTF8Prefix(bytes.sliced(i));
+        out.append(utf8ToString(bytes.sliced(i, good)));
+        i += good;
+        if (i < n) {
+            out.append(QChar::ReplacementCharacter);
+            i += utf8Character(p, n, i).first;
+        }
+    }
+    return out;
 }
 
 // glibc's encoders substitute silently (U+00A5 becomes 0x5C, U+301C becomes

@@ -1,0 +1,100 @@
+#pragma once
+
+// Archives made by real tools in a test's temporary folder, and the few byte
+// patches that turn them into damaged or lying ones.
+#include "support/TestDir.h"
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QFile>
+#include <QList>
+#include <QProcess>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ZipFixtures {
+
+// Runs a tool in a folder and gives its standard output; a failure fails the test.
+inline QByteArray run(const QString& folder, const QString& program, const QStringList& args) {
+    QProcess process;
+    process.setWorkingDirectory(folder);
+    process.start(program, args);
+    const bool finished = process.waitForFinished(60000);
+    EXPECT_TRUE(finished && process.exitCode() == 0)
+        << program.toStdString() << ": " << process.readAllStandardError().toStdString();
+    return process.readAllStandardOutput();
+}
+
+inline QByteArray readFile(const QString& path) {
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << path.toStdString();
+    return file.readAll();
+}
+
+inline void writeFile(const QString& path, const QByteArray& bytes) {
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
+    file.write(bytes);
+}
+
+// A file whose name is raw bytes, as a Japanese Windows tool leaves them on
+// a Linux disk; QFile would re-encode the name.
+inline void makeRawNamedFile(const QString& folder, const QByteArray& name,
+                             const QByteArray& bytes) {
+    const QByteArray path = QFile::encodeName(folder) + '/' + name;
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    ASSERT_GE(fd, 0);
+    ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
+    ::close(fd);
+}
+
+// A folder of raw-named files, removed by rm: Qt cannot name what it holds.
+struct RemovedWithTheTest {
+    explicit RemovedWithTheTest(const QString& folder)
+        : folder(folder) {}
+    ~RemovedWithTheTest() { QProcess::execute("rm", {"-rf", folder}); }
+    QString folder;
+};
+
+inline void setModificationTime(const QString& path, const QDateTime& when) {
+    const timespec times[2] = {{when.toSecsSinceEpoch(), 0}, {when.toSecsSinceEpoch(), 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+}
+
+inline uint32_t le(const QByteArray& bytes, qsizetype at, int width) {
+    uint32_t value = 0;
+    for (int k = width - 1; k >= 0; --k) {
+        value = (value << 8) | uchar(bytes[at + k]);
+    }
+    return value;
+}
+
+inline void putLe(QByteArray& bytes, qsizetype at, int width, uint32_t value) {
+    for (int k = 0; k < width; ++k) {
+        bytes[at + k] = char((value >> (8 * k)) & 0xFF);
+    }
+}
+
+inline qsizetype endRecord(const QByteArray& zip) {
+    return zip.lastIndexOf(QByteArray("PK\x05\x06", 4));
+}
+
+// The offsets of the central-directory headers, walked from the end record.
+inline QList<qsizetype> centralHeaders(const QByteArray& zip) {
+    QList<qsizetype> offsets;
+    const qsizetype end = endRecord(zip);
+    qsizetype pos = le(zip, end + 16, 4);
+    for (uint32_t i = 0; i < le(zip, end + 10, 2); ++i) {
+        offsets.append(pos);
+        pos += 46 + le(zip, pos + 28, 2) + le(zip, pos + 30, 2) + le(zip, pos + 32, 2);
+    }
+    return offsets;
+}
+
+} // namespace ZipFixtures
