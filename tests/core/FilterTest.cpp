@@ -1,0 +1,158 @@
+// The incremental filter and the sort picker over a real folder.
+#include "core/KeyTestSupport.h"
+
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <QCoreApplication>
+
+#include <gtest/gtest.h>
+
+using namespace KeyTest;
+
+namespace {
+
+class FilterTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        // Sizes and names chosen so that each sort gives another order.
+        dir.makeFile(QStringLiteral("file10.txt"), "1");
+        dir.makeFile(QStringLiteral("file9.txt"), "333");
+        dir.makeFile(QStringLiteral("Straße.md"), "22");
+        dir.makeFolder(QStringLiteral("docs"));
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<RecordingState>(preferences);
+        state->setTextInputHost(&input);
+        state->refreshAll();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    QStringList visibleNames(PaneSide side = PaneSide::left) const {
+        QStringList names;
+        for (const FileEntry& entry : state->visibleEntries(side)) {
+            names << entry.name;
+        }
+        return names;
+    }
+    QString nameAtCursor() const { return visibleNames().at(state->leftSelection); }
+    void type(const QString& query) {
+        state->searchQuery = query;
+        state->applyFilter();
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    ComposingInput input;
+    std::unique_ptr<RecordingState> state;
+};
+
+TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    state->openFilter();
+    struct Case {
+        QString query;
+        QStringList expected;
+    };
+    const Case cases[] = {
+        {"", {"..", "docs", "file9.txt", "file10.txt", "Straße.md"}},
+        {"FILE", {"..", "file9.txt", "file10.txt"}},
+        {"strasse", {"..", "Straße.md"}},
+        {"nothing", {".."}},
+    };
+    for (const Case& c : cases) {
+        type(c.query);
+        EXPECT_EQ(visibleNames(), c.expected) << qPrintable(c.query);
+        EXPECT_EQ(visibleNames(PaneSide::right).size(), 5);
+    }
+}
+
+TEST_F(FilterTest, TypingKeepsTheIndexAndPullsBackACursorBeyondTheList) {
+    state->openFilter();
+    state->setSelection(4, PaneSide::left);
+    type(QStringLiteral("file"));
+    EXPECT_EQ(state->leftSelection, 2);
+    type(QStringLiteral("fil"));
+    EXPECT_EQ(state->leftSelection, 2);
+}
+
+TEST_F(FilterTest, EscKeepsTheRowAndTabKeepsTheIndex) {
+    state->openFilter();
+    type(QStringLiteral("file10"));
+    state->setSelection(1, PaneSide::left);
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
+    EXPECT_FALSE(state->isSearching);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("file10.txt"));
+
+    state->openFilter();
+    type(QStringLiteral("file10"));
+    state->setSelection(1, PaneSide::left);
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::tab)));
+    EXPECT_EQ(state->leftSelection, 1);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("docs"));
+}
+
+TEST_F(FilterTest, ClosingGivesTheKeyboardBackLater) {
+    state->openFilter();
+    state->closeFilter(true);
+    EXPECT_EQ(input.releases, 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(input.releases, 1);
+}
+
+TEST_F(FilterTest, OpeningTheFilterClosesPickersAndTheWildcardPrompt) {
+    state->isVolumePickerOpen = true;
+    state->isWildcardPromptOpen = true;
+    state->openFilter();
+    EXPECT_TRUE(state->isSearching);
+    EXPECT_FALSE(state->isVolumePickerOpen);
+    EXPECT_FALSE(state->isWildcardPromptOpen);
+}
+
+TEST_F(FilterTest, SortPickerReordersBothPanesAndStoresTheMode) {
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    state->openSortPicker();
+    EXPECT_EQ(state->sortPickerSelection, 0);
+    state->moveSortPickerSelection(-1);
+    EXPECT_EQ(state->sortPickerSelection, 2);
+    state->confirmSortPicker(std::nullopt);
+    EXPECT_FALSE(state->isSortPickerOpen);
+    EXPECT_EQ(state->sortMode, FilerSortMode::size);
+    EXPECT_EQ(preferences.stringValue(QStringLiteral("filerSortMode")), QStringLiteral("size"));
+    const QStringList bySize = {"..", "docs", "file9.txt", "Straße.md", "file10.txt"};
+    EXPECT_EQ(visibleNames(), bySize);
+    EXPECT_EQ(visibleNames(PaneSide::right), bySize);
+    state->openSortPicker();
+    EXPECT_EQ(state->sortPickerSelection, 2);
+    state->confirmSortPicker(5);
+    EXPECT_TRUE(state->isSortPickerOpen);
+}
+
+TEST_F(FilterTest, OpeningTheSortPickerClosesTheFilterKeepingTheRow) {
+    state->openFilter();
+    type(QStringLiteral("straße"));
+    state->setSelection(1, PaneSide::left);
+    state->openSortPicker();
+    EXPECT_FALSE(state->isSearching);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("Straße.md"));
+}
+
+TEST_F(FilterTest, TreeRowsKeepTheTopLevelAndTreeFilesHaveNoParentException) {
+    struct Row {
+        QString name;
+        int depth;
+    };
+    const QList<Row> rows = {{"top", 0}, {"match-me", 1}, {"other", 2}};
+    FileEntry parent;
+    parent.name = QStringLiteral("..");
+    parent.isParent = true;
+    state->openFilter();
+    type(QStringLiteral("match"));
+    const QList<Row> kept = state->visibleTreeRows(rows);
+    ASSERT_EQ(kept.size(), 2);
+    EXPECT_EQ(kept.at(1).name, QStringLiteral("match-me"));
+    EXPECT_TRUE(state->visibleTreeFiles({parent}).isEmpty());
+}
+
+} // namespace

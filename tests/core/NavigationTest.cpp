@@ -1,0 +1,250 @@
+// Cursor, folders and layouts in real temporary folders.
+#include "core/KeyTestSupport.h"
+
+#include "core/PathUtils.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <QDir>
+
+#include <gtest/gtest.h>
+
+using namespace KeyTest;
+
+namespace {
+
+class NavigationTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        dir.makeFolder(QStringLiteral("alpha"));
+        dir.makeFolder(QStringLiteral("beta/inner"));
+        dir.makeFile(QStringLiteral("c.txt"));
+        dir.makeFile(QStringLiteral("d.txt"));
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<RecordingState>(preferences);
+        state->refreshAll();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    QString nameAtCursor(PaneSide side = PaneSide::left) const {
+        return state->visibleEntries(side).at(state->selectionFor(side)).name;
+    }
+    FilerLocation folder(const char* relative) const {
+        return FilerLocation::directory(dir.filePath(QString::fromUtf8(relative)));
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<RecordingState> state;
+};
+
+TEST_F(NavigationTest, GoingUpReselectsTheFolderLeft) {
+    state->openLocation(folder("beta/inner"), PaneSide::left, std::nullopt);
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftLocation, folder("beta"));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("inner"));
+    EXPECT_TRUE(state->handleKeyDown(typed("-")));
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("beta"));
+}
+
+TEST_F(NavigationTest, GoingUpToAHiddenFolderSelectsTheFirstRow) {
+    dir.makeFolder(QStringLiteral(".secret/deep"));
+    state->openLocation(folder(".secret"), PaneSide::left, std::nullopt);
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftSelection, 0);
+}
+
+TEST_F(NavigationTest, TheRootIsItsOwnParent) {
+    state->openLocation(FilerLocation::directory("/"), PaneSide::left, std::nullopt);
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory("/"));
+    EXPECT_EQ(state->leftSelection, 0);
+}
+
+TEST_F(NavigationTest, AReloadThatShortensTheListClampsTheCursor) {
+    state->moveCursorToBottom();
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
+    QFile::remove(dir.filePath(QStringLiteral("d.txt")));
+    state->reloadPane(PaneSide::left, false);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
+}
+
+TEST_F(NavigationTest, CursorMovesClampWithoutWrapping) {
+    struct Case {
+        std::function<void()> move;
+        int expected;
+    };
+    const Case cases[] = {
+        {[&] { state->moveCursor(-1); }, 0},      {[&] { state->moveCursor(2); }, 2},
+        {[&] { state->moveCursor(10); }, 4},      {[&] { state->moveCursorByPage(-1); }, 0},
+        {[&] { state->moveCursorByPage(1); }, 4}, {[&] { state->moveCursorToTop(); }, 0},
+    };
+    for (const Case& c : cases) {
+        c.move();
+        EXPECT_EQ(state->leftSelection, c.expected);
+    }
+    state->leftEntries.clear();
+    state->moveCursor(1);
+    state->moveCursorToBottom();
+    EXPECT_EQ(state->leftSelection, 0);
+}
+
+TEST_F(NavigationTest, PageStepFollowsTheFontSizeOnly) {
+    const std::pair<double, int> sizes[] = {{11, 26}, {12, 25}, {13, 23},
+                                            {14, 22}, {16, 20}, {18, 18}};
+    for (const auto& [size, rows] : sizes) {
+        state->uiFontSize = size;
+        EXPECT_EQ(state->pageStepForViewport(), rows) << size;
+    }
+}
+
+TEST_F(NavigationTest, OpeningAFolderClearsTagsOfBothPanes) {
+    state->taggedKeys = {dir.filePath(QStringLiteral("c.txt")), QStringLiteral("/elsewhere/x")};
+    state->setSelection(1, PaneSide::left);
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+    EXPECT_EQ(state->leftLocation, folder("alpha"));
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+}
+
+TEST_F(NavigationTest, AnUnreadableFolderIsNotEntered) {
+    // Rights are what the listing remembered; tests may run as root, for
+    // whom no folder is unreadable, so the row says it instead.
+    state->leftEntries[1].isReadable = false;
+    state->setSelection(1, PaneSide::left);
+    state->openCursorEntry();
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_FALSE(state->errorMessage);
+}
+
+TEST_F(NavigationTest, GoToFolderReportsAMissingFolder) {
+    state->goToFolder(dir.filePath(QStringLiteral("gone")));
+    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot open:\n") + dir.filePath("gone"));
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    state->errorMessage.reset();
+    state->openFilter();
+    state->leftTreeMode = true;
+    state->goToFolder(dir.filePath(QStringLiteral("beta")));
+    EXPECT_EQ(state->leftLocation, folder("beta"));
+    EXPECT_FALSE(state->isSearching);
+    EXPECT_FALSE(state->leftTreeMode);
+}
+
+TEST_F(NavigationTest, GoingUpFromAnArchiveFolderStaysInTheArchiveUntilItsRoot) {
+    const QString archive = dir.makeFile(QStringLiteral("pack.zip"));
+    state->leftLocation = FilerLocation::zip(archive, QStringLiteral("a/b"));
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftLocation, FilerLocation::zip(archive, QStringLiteral("a")));
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftLocation, FilerLocation::zip(archive, QString()));
+    state->goToParentDirectory();
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("pack.zip"));
+}
+
+TEST_F(NavigationTest, SettingsTogglesAreStored) {
+    state->toggleHiddenFiles();
+    state->toggleLocalizedNames();
+    const auto epoch = state->leftListEpoch;
+    state->toggleAllExtensions();
+    EXPECT_TRUE(preferences.boolValue(QStringLiteral("showHiddenFiles")));
+    EXPECT_FALSE(preferences.boolValue(QStringLiteral("showLocalizedNames")));
+    EXPECT_TRUE(preferences.boolValue(QStringLiteral("showAllFileExtensions")));
+    EXPECT_EQ(state->leftListEpoch, epoch + 1);
+}
+
+TEST_F(NavigationTest, ShiftOneFromTheViewerSendsTheFocusLeftAndPreviewsAnew) {
+    state->alwaysPreviewMode = true;
+    state->setSelection(3, PaneSide::left);
+    state->focusedSide = PaneSide::right;
+    state->calls.clear();
+    EXPECT_TRUE(state->handleKeyDown(coded(KeyCode::mainRow1, "!", shift)));
+    EXPECT_EQ(state->focusedSide, PaneSide::left);
+    EXPECT_TRUE(state->calls.contains(QStringLiteral("showFilePreview(c.txt)")));
+}
+
+TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    EXPECT_EQ(state->rightMode, RightPaneMode::filer);
+    EXPECT_EQ(state->rightEntries.size(), 5);
+    state->focusedSide = PaneSide::right;
+    state->toggleRightPaneMode();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
+    EXPECT_EQ(state->focusedSide, PaneSide::left);
+    // From EDITOR with unsaved text the toggle asks nothing.
+    state->rightMode = RightPaneMode::editor;
+    state->isDirty = true;
+    state->toggleRightPaneMode();
+    EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
+    EXPECT_FALSE(state->pendingLayoutMode);
+}
+
+TEST_F(NavigationTest, LeavingEditorAsksOnlyWithUnsavedText) {
+    state->rightMode = RightPaneMode::editor;
+    state->focusedSide = PaneSide::right;
+    state->isDirty = true;
+    state->exitEditorToViewer();
+    EXPECT_TRUE(state->pendingExitEditorToViewer);
+    EXPECT_EQ(state->rightMode, RightPaneMode::editor);
+    state->setLayoutMode(LayoutMode::dualFiler);
+    EXPECT_EQ(state->pendingLayoutMode, LayoutMode::dualFiler);
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+}
+
+TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpenAndLeftEmpty) {
+    state->isJumpDialogOpen = true;
+    state->enterGalleryLayout();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    state->isJumpDialogOpen = false;
+    state->enterGalleryLayout();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
+    state->gallerySelection = 2;
+    state->exitGallery();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_FALSE(state->gallerySelection);
+}
+
+TEST_F(NavigationTest, AnimatedFramesWrapAtBothEnds) {
+    state->focusedSide = PaneSide::right;
+    EXPECT_FALSE(state->pageAnimatedFrame(1));
+    state->animatedPreviewInfo = AnimatedImageInfo{3, QStringLiteral("APNG")};
+    EXPECT_TRUE(state->pageAnimatedFrame(-1));
+    EXPECT_EQ(state->animatedFrameIndex, 2);
+    EXPECT_TRUE(state->pageAnimatedFrame(1));
+    EXPECT_EQ(state->animatedFrameIndex, 0);
+}
+
+TEST_F(NavigationTest, ViewerStepsOverFoldersAndStopsAtTheEnds) {
+    state->editorURL = dir.filePath(QStringLiteral("c.txt"));
+    state->setSelection(3, PaneSide::left);
+    state->calls.clear();
+    EXPECT_TRUE(state->stepViewerFile(-1));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
+    EXPECT_TRUE(state->calls.isEmpty());
+    EXPECT_TRUE(state->stepViewerFile(1));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
+    EXPECT_EQ(state->focusedSide, PaneSide::right);
+    EXPECT_TRUE(state->calls.contains(QStringLiteral("showFilePreview(d.txt)")));
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    EXPECT_FALSE(state->stepViewerFile(1));
+}
+
+TEST_F(NavigationTest, WindowRebuildsAreThrottled) {
+    double now = 100;
+    state->wallClock = [&] { return now; };
+    state->noteWindowResized(800, 600, AppState::ResizePhase::settled);
+    EXPECT_EQ(state->windowLayoutEpoch, 1u);
+    now += 0.05;
+    state->noteResizeEnded();
+    state->noteWindowResized(800, 600, AppState::ResizePhase::live);
+    now += 0.1;
+    state->noteWindowResized(1, 600, AppState::ResizePhase::settled);
+    EXPECT_EQ(state->windowLayoutEpoch, 1u);
+    state->noteResizeEnded();
+    EXPECT_EQ(state->windowLayoutEpoch, 2u);
+}
+
+} // namespace

@@ -1,0 +1,153 @@
+// Tagging by Space and by wildcard pattern, and what the tags resolve to.
+#include "core/KeyTestSupport.h"
+
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <gtest/gtest.h>
+
+using namespace KeyTest;
+
+namespace {
+
+class TagsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        for (const char* name : {"a.txt", "axb", "a.b", "a+b(1)", "B.TXT", ".hidden.txt"}) {
+            dir.makeFile(QString::fromUtf8(name), "12345");
+        }
+        dir.makeFolder(QStringLiteral("folder.txt"));
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<RecordingState>(preferences);
+        state->refreshAll();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    QStringList taggedNames() const {
+        QStringList names;
+        for (const QString& key : state->taggedKeys) {
+            names << key.section(QLatin1Char('/'), -1);
+        }
+        names.sort();
+        return names;
+    }
+    void applyPattern(const QString& pattern) {
+        state->taggedKeys.clear();
+        state->errorMessage.reset();
+        state->openWildcardPrompt();
+        state->wildcardPattern = pattern;
+        state->applyWildcardTag();
+    }
+    int rowOf(const QString& name) const {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows.at(i).name == name) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<RecordingState> state;
+};
+
+TEST_F(TagsTest, WildcardPatternsMatchWholeNamesIgnoringCase) {
+    struct Case {
+        QString pattern;
+        QStringList expected;
+    };
+    const Case cases[] = {
+        {"*.TXT", {"B.TXT", "a.txt"}},
+        {"a.b", {"a.b"}},
+        {"a+b(1)", {"a+b(1)"}},
+        {"a?b", {"a.b", "axb"}},
+        {"*", {"B.TXT", "a+b(1)", "a.b", "a.txt", "axb"}},
+        {"  a.txt\n", {"a.txt"}},
+    };
+    for (const Case& c : cases) {
+        applyPattern(c.pattern);
+        EXPECT_EQ(taggedNames(), c.expected) << qPrintable(c.pattern);
+        EXPECT_FALSE(state->isWildcardPromptOpen);
+    }
+    EXPECT_EQ(AppState::wildcardRegexPattern(QStringLiteral("a.b*")), QStringLiteral("^a\\.b.*$"));
+}
+
+TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
+    applyPattern(QStringLiteral("a.*"));
+    EXPECT_EQ(state->lastWildcardPattern, QStringLiteral("a.*"));
+    applyPattern(QStringLiteral("   "));
+    EXPECT_EQ(state->errorMessage, QStringLiteral("パターンを入力してください"));
+    applyPattern(QStringLiteral("*.a *.b"));
+    EXPECT_EQ(state->errorMessage, QStringLiteral("一致なし: *.a *.b"));
+    EXPECT_EQ(state->lastWildcardPattern, QStringLiteral("a.*"));
+    state->openWildcardPrompt();
+    EXPECT_EQ(state->wildcardPattern, QStringLiteral("a.*"));
+}
+
+TEST_F(TagsTest, HiddenFilesAreTaggedOnlyWhenListed) {
+    state->toggleHiddenFiles();
+    applyPattern(QStringLiteral("*.txt"));
+    EXPECT_EQ(taggedNames(), QStringList({".hidden.txt", "B.TXT", "a.txt"}));
+}
+
+TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
+    EXPECT_TRUE(state->handleKeyDown(coded(KeyCode::space, " ")));
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+    EXPECT_EQ(state->leftSelection, 1);
+    state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
+    state->toggleTagAtCursor();
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+    const int last = int(state->visibleEntries(PaneSide::left).size()) - 1;
+    state->setSelection(last, PaneSide::left);
+    state->toggleTagAtCursor();
+    EXPECT_EQ(state->taggedKeys.size(), 1);
+    EXPECT_EQ(state->leftSelection, last);
+    state->toggleTagAtCursor();
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+}
+
+TEST_F(TagsTest, ArchiveMembersAreKeyedByArchiveAndOnlyPatternsTagThem) {
+    FileEntry member;
+    member.name = QStringLiteral("inside.txt");
+    member.url = QStringLiteral("/pack.zip/inside.txt");
+    member.zipArchiveURL = QStringLiteral("/pack.zip");
+    member.zipEntryPath = QStringLiteral("dir/inside.txt");
+    EXPECT_EQ(AppState::tagKey(member), QStringLiteral("zip:/pack.zip!dir/inside.txt"));
+    state->leftEntries = {member};
+    state->setSelection(0, PaneSide::left);
+    state->toggleTagAtCursor();
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+    applyPattern(QStringLiteral("*"));
+    EXPECT_TRUE(state->taggedKeys.contains(AppState::tagKey(member)));
+    EXPECT_TRUE(state->taggedFileURLs().isEmpty());
+}
+
+TEST_F(TagsTest, TaggedFilesAreExistingPlainFilesSortedElseTheCursorFile) {
+    state->taggedKeys = {dir.filePath("axb"), dir.filePath("a.txt"), dir.filePath("folder.txt"),
+                         dir.filePath("gone.txt")};
+    EXPECT_EQ(state->taggedFileURLs(), QStringList({dir.filePath("a.txt"), dir.filePath("axb")}));
+    EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:10"));
+    state->taggedKeys = {dir.filePath("folder.txt")};
+    state->setSelection(rowOf(QStringLiteral("a.b")), PaneSide::left);
+    EXPECT_EQ(state->taggedFileURLs(), QStringList({dir.filePath("a.b")}));
+    state->taggedKeys.clear();
+    EXPECT_EQ(state->taggedSizeLabel(), QString());
+}
+
+TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {
+    applyPattern(QStringLiteral("a*"));
+    const auto tags = state->taggedKeys;
+    state->refreshAll();
+    state->applySortMode(FilerSortMode::size);
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    EXPECT_EQ(state->taggedKeys, tags);
+    state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
+    state->openCursorEntry();
+    EXPECT_TRUE(state->taggedKeys.isEmpty());
+}
+
+} // namespace
