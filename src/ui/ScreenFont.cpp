@@ -10,7 +10,9 @@ QFont font(double pointSize) {
                      << QStringLiteral("Noto Sans Mono CJK JP")
                      << QStringLiteral("DejaVu Sans Mono") << QStringLiteral("Monospace"));
     face.setStyleHint(QFont::Monospace);
-    face.setPointSizeF(pointSize);
+    // A point of the screen is one device-independent pixel, as the column
+    // widths are: the face is sized in pixels so both scale together.
+    face.setPixelSize(qMax(1, qRound(pointSize)));
     return face;
 }
 
