@@ -10,7 +10,10 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
+
+class QObject;
 
 // One view of every archive kind: what members an archive holds and the bytes
 // of one of them. ZIP is read by the program itself; tar, tar.gz and LHA by
@@ -49,5 +52,16 @@ ArchiveResult<QByteArray> extractTarMember(const QString& archive, ArchiveKind k
 // The members of an LHA archive, and the bytes of one of them.
 ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive);
 ArchiveResult<QByteArray> extractLhaMember(const QString& archive, const QString& memberPath);
+
+// The same three on the thread pool, for callers on the main thread. done
+// runs on context's thread; when context is gone by then, nothing runs.
+void listMembersInBackground(const QString& archive, QObject* context,
+                             std::function<void(ArchiveResult<QList<ArchiveMember>>)> done);
+void extractMemberDataInBackground(const QString& archive, const QString& memberPath,
+                                   QObject* context,
+                                   std::function<void(ArchiveResult<QByteArray>)> done);
+void extractMemberToTemporaryFileInBackground(const QString& archive, const QString& memberPath,
+                                              QObject* context,
+                                              std::function<void(ArchiveResult<QString>)> done);
 
 } // namespace ArchiveService

@@ -4,7 +4,11 @@
 #include "archive/ArchiveService.h"
 #include "support/TestDir.h"
 
+#include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
+#include <QThread>
+#include <QThreadPool>
 #include <QFile>
 #include <QFileInfo>
 
@@ -149,6 +153,34 @@ TEST_F(TarArchiveTest, KindsOutsideTheFourAreUnsupportedAndTheTemporaryCopyIsFre
         EXPECT_EQ(file.readAll(), "alpha");
         file.remove();
     }
+}
+
+TEST_F(TarArchiveTest, BackgroundWorkAnswersOnTheCallersThreadOrNotAtAll) {
+    dir.makeFile(QStringLiteral("src/a.txt"), "alpha");
+    const QString archive =
+        makeTar(QStringLiteral("a.tar"), {QStringLiteral("-cf")}, {QStringLiteral("a.txt")});
+    QObject context;
+    QEventLoop loop;
+    std::optional<ArchiveService::ArchiveResult<QByteArray>> answer;
+    Qt::HANDLE answeredOn = nullptr;
+    ArchiveService::extractMemberDataInBackground(archive, QStringLiteral("a.txt"), &context,
+                                                  [&](auto result) {
+                                                      answer = std::move(result);
+                                                      answeredOn = QThread::currentThreadId();
+                                                      loop.quit();
+                                                  });
+    loop.exec();
+    ASSERT_TRUE(answer && *answer);
+    EXPECT_EQ(answer->value(), "alpha");
+    EXPECT_EQ(answeredOn, QThread::currentThreadId());
+
+    bool called = false;
+    auto* gone = new QObject;
+    ArchiveService::listMembersInBackground(archive, gone, [&](auto) { called = true; });
+    delete gone;
+    QThreadPool::globalInstance()->waitForDone();
+    QCoreApplication::processEvents();
+    EXPECT_FALSE(called);
 }
 
 } // namespace
