@@ -94,7 +94,11 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
         {
             {"Esc without tree mode", named(KeyCode::escape), false},
             {"E", typed("e"), true, {"enterEditor"}},
-            {".", typed("."), true, {"refreshTreeSessions"}, [](auto& s) { return s.showHiddenFiles; }},
+            {".",
+             typed("."),
+             true,
+             {"refreshTreeSessions"},
+             [](auto& s) { return s.showHiddenFiles; }},
             {"Shift+period key",
              coded(KeyCode::period, ">", shift),
              true,
