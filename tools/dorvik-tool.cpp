@@ -12,6 +12,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
@@ -107,14 +108,49 @@ Result<QByteArray, QString> archiveMemberBytes(const QString& path, const QStrin
     return withMessage(ArchiveService::extractMemberData(path, member));
 }
 
-QJsonObject memberRow(const ArchiveMember& member) {
-    const QJsonValue date = member.modificationDate
-                                ? QJsonValue(member.modificationDate->toString(Qt::ISODate))
-                                : QJsonValue();
-    return {{"path", member.path},
-            {"isDirectory", member.isDirectory},
-            {"size", double(member.size)},
-            {"modificationDate", date}};
+// ISO 8601 with the local offset. Each local-time conversion makes glibc
+// look at /etc/localtime again, and archive members share few distinct
+// dates, so each distinct date is formatted once.
+QString isoDate(const QDateTime& date) {
+    static QHash<qint64, QString> formatted;
+    const qint64 key = date.date().toJulianDay() * 86'400'000 + date.time().msecsSinceStartOfDay();
+    auto found = formatted.constFind(key);
+    if (found == formatted.constEnd()) {
+        found =
+            formatted.insert(key, date.toOffsetFromUtc(date.offsetFromUtc()).toString(Qt::ISODate));
+    }
+    return *found;
+}
+
+// A JSON string: quotes, backslashes and control characters escaped.
+void appendJsonString(QByteArray& out, const QString& text) {
+    out.append('"');
+    for (const char c : text.toUtf8()) {
+        if (c == '"' || c == '\\') {
+            out.append('\\').append(c);
+        } else if (uchar(c) < 0x20) {
+            out.append(QByteArray("\\u00") +
+                       QByteArray::number(uchar(c), 16).rightJustified(2, '0'));
+        } else {
+            out.append(c);
+        }
+    }
+    out.append('"');
+}
+
+// Written by hand: a QJsonObject per row costs more than the listing itself.
+void appendMemberLine(QByteArray& out, const ArchiveMember& member) {
+    out.append("{\"path\":");
+    appendJsonString(out, member.path);
+    out.append(member.isDirectory ? ",\"isDirectory\":true" : ",\"isDirectory\":false");
+    out.append(",\"size\":").append(QByteArray::number(qint64(member.size)));
+    out.append(",\"modificationDate\":");
+    if (member.modificationDate) {
+        appendJsonString(out, isoDate(*member.modificationDate));
+    } else {
+        out.append("null");
+    }
+    out.append("}\n");
 }
 
 int archiveListCommand(const QStringList& args) {
@@ -125,9 +161,15 @@ int archiveListCommand(const QStringList& args) {
     if (!members) {
         return failWith(members.error());
     }
+    QByteArray out;
     for (const ArchiveMember& member : *members) {
-        printLine(memberRow(member));
+        appendMemberLine(out, member);
+        if (out.size() > (1 << 20)) {
+            writeBytes(out);
+            out.clear();
+        }
     }
+    writeBytes(out);
     return 0;
 }
 

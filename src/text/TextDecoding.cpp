@@ -86,8 +86,11 @@ bool isValidUTF8(QByteArrayView bytes) {
 }
 
 // A byte order mark is an ordinary character here: it is kept in the text so
-// that saving writes the file back as it was.
+// that saving writes the file back as it was. QString::fromUtf8 would drop it.
 QString utf8ToString(QByteArrayView bytes) {
+    if (!bytes.startsWith("\xEF\xBB\xBF")) {
+        return QString::fromUtf8(bytes);
+    }
     QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::ConvertInitialBom |
                                                      QStringDecoder::Flag::Stateless);
     return decoder.decode(bytes);
