@@ -2,6 +2,7 @@
 
 #include "core/PathUtils.h"
 #include "core/TextMatching.h"
+#include "filesystem/DirectoryWatcher.h"
 
 #include <QMetaObject>
 
@@ -12,6 +13,8 @@ AppState::AppState(Preferences& preferences, QObject* parent)
     leftLocation = FilerLocation::directory(startupDirectory);
     rightLocation = leftLocation;
     readSettings();
+    leftWatcher = std::make_shared<DirectoryWatcher>();
+    rightWatcher = std::make_shared<DirectoryWatcher>();
 }
 
 AppState::~AppState() = default;

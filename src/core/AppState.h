@@ -43,6 +43,7 @@ public:
         bool operator==(const PendingDelete&) const = default;
     };
     enum class CopyMoveKind { copy, move };
+    enum class DeleteKind { files, folders };
     struct PendingCopyMove {
         struct Conflict {
             QString source;
@@ -190,11 +191,29 @@ public:
     QStringList taggedFileURLs() const;
     QString taggedSizeLabel() const;
 
+    // --- Copy and move (CopyMoveFlow.cpp). The answers of the dialog's
+    // buttons are virtual so that a test can see which of them a key reaches.
+    virtual void commitCopyMovePathPrompt();
+    virtual void proceedCopyMove(bool shift);
+    virtual void skipCopyMoveItem(bool shift);
+    void beginCopyMove(CopyMoveKind kind, const QStringList& sources, const QString& destination);
+    void advanceCopyMove();
+    void performCopyMoveHead(bool overwrite);
+    // After file work: the visible filer panes reloaded, the trees refreshed,
+    // the VIEWER aligned.
+    void finishFileOperation();
+
+    // --- Delete (DeleteFlow.cpp)
+    QStringList deleteTargets(DeleteKind kind) const;
+    virtual void runPendingDelete();
+
+    // --- Directory watching (PaneWatching.cpp)
+    void watchPaneFolder(PaneSide side);
+
     // --- Commands whose areas are still to come (PendingCommands.cpp). They
     // are routed from the keys already; until their area fills them they do
     // nothing, and their keys are consumed all the same. They are virtual so
     // that a test can see which of them a key reaches.
-    enum class DeleteKind { files, folders };
     // DOS dialog
     bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode, bool shift);
     // Name prompts
@@ -406,6 +425,13 @@ public:
     QStringList copyMovePathSources;
     std::optional<QString> copyMovePathBaseURL;
     QString lastCopyMoveDestinationPath;
+
+    // Set while one item of a copy or move runs on a worker thread: every key
+    // is swallowed and no dialog stands meanwhile.
+    bool isFileOperationRunning = false;
+    // What the status line shows of an item that runs longer than half a
+    // second: its name and the bytes done of all; empty otherwise.
+    QString fileOperationProgressText;
 
     // --- Dialogs
     bool pendingQuit = false;

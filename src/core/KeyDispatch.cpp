@@ -15,6 +15,10 @@ bool isShiftOnly(const KeyEvent& event) {
 } // namespace
 
 bool AppState::handleKeyDown(const KeyEvent& event) {
+    // Nothing can be cancelled once an item of a copy or move is under way.
+    if (isFileOperationRunning) {
+        return true;
+    }
     // Command keys belong to the menus and the text fields, in every mode.
     if (event.has(KeyModifier::command)) {
         return false;

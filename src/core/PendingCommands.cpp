@@ -17,23 +17,6 @@ void AppState::cancelCreateItemPrompt() {}
 void AppState::openRenamePrompt() {}
 void AppState::cancelRenamePrompt() {}
 
-// Attribute editing fills these.
-void AppState::openAttributePrompt() {}
-void AppState::cancelAttributePrompt() {}
-void AppState::moveAttributeFocus(int) {}
-void AppState::moveAttributeFieldCursor(int) {}
-void AppState::toggleAttributeField() {}
-void AppState::applyAttributePrompt() {}
-void AppState::typeAttributeDigit(QChar) {}
-
-// The copy, move and delete flows fill these.
-void AppState::startCopyOrMove(CopyMoveKind) {}
-void AppState::cancelCopyMovePathPrompt() {}
-void AppState::startDelete(DeleteKind) {}
-
-// Directory watching fills this.
-void AppState::stopWatching(PaneSide) {}
-
 // EDITOR and the VIEWER's preview loading fill these.
 void AppState::enterEditor() {}
 void AppState::clearViewer() {}
@@ -114,12 +97,6 @@ void AppState::removeJumpBookmark() {}
 void AppState::setStartupFromJumpSelection() {}
 void AppState::addJumpBookmark() {}
 void AppState::setStartupDirectoryToCurrent() {}
-
-// The volume picker fills these.
-void AppState::openVolumePicker() {}
-void AppState::closeVolumePicker() {}
-void AppState::moveVolumePickerSelection(int) {}
-void AppState::confirmVolumePicker(std::optional<int>) {}
 
 // The open-with picker fills these.
 void AppState::openCursorEntryExternally() {}

@@ -3,12 +3,17 @@
 #include "core/Model.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemError.h"
+#include "text/TextDecoding.h"
 
+#include <QDateTime>
 #include <QList>
 #include <QString>
+#include <QStringList>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <optional>
 
 struct stat;
 
@@ -50,5 +55,89 @@ QString normalizedPathKey(const QString& url);
 // Whether the desktop asks for every file extension to be shown. Linux has no
 // such global setting, so this is false.
 bool systemShowsAllExtensions();
+
+// --- Copying and moving (CopyMove.cpp)
+
+// Bytes carried so far by a running copy, read by another thread for the
+// progress text. Folders, links and empty files add nothing.
+struct CopyProgress {
+    std::atomic<int64_t> bytesDone{0};
+};
+
+// Where an item lands inside a folder: the folder with the item's name, standardized.
+QString destinationItemURL(const QString& source, const QString& folder);
+// Copies an item into a folder: folders with everything in them, keeping
+// modes and modification times; links are copied as links. An item already
+// at the target is refused, or with overwrite removed first. A copy that
+// fails half way is removed again; the source is never touched.
+FsResult<Done> copyItem(const QString& source, const QString& folder, bool overwrite,
+                        CopyProgress* progress = nullptr);
+// Moves an item into a folder by renaming it. Across file systems the item is
+// copied, and the source is removed only after the whole copy succeeded.
+FsResult<Done> moveItem(const QString& source, const QString& folder, bool overwrite,
+                        CopyProgress* progress = nullptr);
+// The bytes a copy of the item carries: the sizes of its plain files.
+int64_t copyByteCount(const QString& source);
+// The folder named by the text of the copy/move path prompt: "~" forms as the
+// shell expands them, absolute paths, and relative ones from base (or the
+// current folder). The folder must exist; it is never created.
+FsResult<QString> resolveDestinationFolder(const QString& text,
+                                           const std::optional<QString>& base);
+// The shell's tilde expansion of "~", "~/x", "~user" and "~user/x"; any other
+// text, and an unknown user, come back unchanged.
+QString expandTilde(const QString& text);
+
+// --- Trash (Trash.cpp)
+
+// Moves an item to the Trash of its volume, where the desktop can restore it.
+// A volume without a usable trash is refused with the system's text, and
+// nothing is deleted.
+FsResult<Done> trashItem(const QString& url);
+
+// --- Writing text (TextWriting.cpp)
+
+// Writes the text in the encoding beside the file, flushes it to the disk and
+// renames it over the file, so a reader sees the old or the new content, never
+// a part. An existing file keeps its mode. Text that the encoding can't hold
+// leaves the file untouched.
+FsResult<Done> writeText(const QString& text, const QString& url, TextFileEncoding encoding);
+
+// --- Attributes (ItemAttributes.cpp)
+
+struct ItemAttributes {
+    uint16_t mode = 0;
+    QString modeText;
+    QString dateText;
+    QString timeText;
+    QString owner;
+    QString group;
+    bool operator==(const ItemAttributes&) const = default;
+};
+FsResult<ItemAttributes> readItemAttributes(const QString& url);
+// "rwxr-xr-x" (or with a leading "d", "l" or "-") to its mode bits.
+FsResult<uint16_t> parseModeText(const QString& text);
+// "yy-MM-dd" and "HH:mm:ss" in local time.
+FsResult<QDateTime> parseDateTime(const QString& date, const QString& time);
+// Both forget the item's remembered rights after success.
+FsResult<Done> setPosixPermissions(const QString& url, uint16_t mode);
+FsResult<Done> setModificationDate(const QString& url, const QDateTime& date);
+
+// --- Volumes (MountedVolumes.cpp)
+
+// A mounted file system as the system's mount table describes it.
+struct MountRecord {
+    QString rootPath;
+    QString device;
+    QString fileSystemType;
+    QString name;
+    bool operator==(const MountRecord&) const = default;
+};
+// The disks a user would name: the root first, then by name. Never fails; the
+// list always holds a root.
+QList<MountedVolume> mountedVolumes();
+// The same from given sources: mount records, and the folders whose children
+// are media mounts (such as /media/$USER).
+QList<MountedVolume> collectVolumes(const QList<MountRecord>& mounts,
+                                    const QStringList& mediaFolders);
 
 } // namespace FileSystemService

@@ -43,6 +43,7 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
     }
     setEntries(side, std::move(rows).value());
     setSelection(selectionFor(side), side);
+    watchPaneFolder(side);
     notifyChanged();
 }
 

@@ -1,0 +1,205 @@
+// The command A: a masked editor for the mode, date and time of the tagged
+// files or the file under the cursor. A cursor steps over fixed positions;
+// Space toggles letters and steps digits, digit keys type over digits.
+#include "core/AppState.h"
+
+#include "core/PathUtils.h"
+#include "filesystem/FileSystemService.h"
+
+namespace {
+
+constexpr int kModeLength = 9;
+constexpr int kDateTimeLength = 8;
+// Shown in the Old column when the targets disagree.
+const QString kMixedMode = QStringLiteral("\"\"\"\"\"\"\"\"*");
+const QString kMixedDateTime = QStringLiteral("\"\"\"\"\"\"\"\"");
+const QString kMixedName = QStringLiteral("*");
+
+void reportError(AppState& state, const QString& message) {
+    state.errorMessage = message;
+    state.dosDialogActionIndex = 0;
+    state.notifyChanged();
+}
+
+QString fitted(const QString& text, int length, QChar padding) {
+    return text.left(length).leftJustified(length, padding);
+}
+
+QString* focusedDateOrTime(AppState& state) {
+    if (state.attributeFocusField == 1) {
+        return &state.attributeNewDate;
+    }
+    if (state.attributeFocusField == 2) {
+        return &state.attributeNewTime;
+    }
+    return nullptr;
+}
+
+// The next digit position at or after from, none past the end.
+int digitAtOrAfter(const QString& text, int from) {
+    for (int i = std::max(from, 0); i < text.size(); ++i) {
+        if (text[i].isDigit()) {
+            return i;
+        }
+    }
+    return -1;
+}
+
+void fillFields(AppState& state, const QList<FileSystemService::ItemAttributes>& all) {
+    const auto& first = all.first();
+    bool sameMode = true, sameDateTime = true, sameOwnerGroup = true;
+    for (const auto& each : all) {
+        sameMode = sameMode && each.mode == first.mode;
+        sameDateTime =
+            sameDateTime && each.dateText == first.dateText && each.timeText == first.timeText;
+        sameOwnerGroup = sameOwnerGroup && each.owner == first.owner && each.group == first.group;
+    }
+    state.attributeNewMode = first.modeText;
+    state.attributeNewDate = first.dateText;
+    state.attributeNewTime = first.timeText;
+    state.attributeOldMode = sameMode ? first.modeText : kMixedMode;
+    state.attributeOldDate = sameDateTime ? first.dateText : kMixedDateTime;
+    state.attributeOldTime = sameDateTime ? first.timeText : kMixedDateTime;
+    state.attributeOldOwner = sameOwnerGroup ? first.owner : kMixedName;
+    state.attributeOldGroup = sameOwnerGroup ? first.group : kMixedName;
+}
+
+} // namespace
+
+void AppState::openAttributePrompt() {
+    if (isAttributePromptOpen || isRenamePromptOpen || createItemKind || copyMovePathKind ||
+        pendingCopyMove || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen ||
+        isOpenWithPickerOpen || isSortPickerOpen) {
+        return;
+    }
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    if (!locationFor(*side).asDirectory()) {
+        reportError(*this, QStringLiteral("Cannot change attributes inside an archive"));
+        return;
+    }
+    const QStringList targets = taggedFileURLs();
+    if (isFileSearchMode) {
+        exitFileSearchMode();
+    }
+    if (isSearching) {
+        closeFilter(true);
+    }
+    attributeTargetURLs = targets;
+    if (targets.isEmpty()) {
+        reportError(*this, QStringLiteral("No item (Space to tag, or select an item)"));
+        return;
+    }
+    attributeTargetSummary = targets.size() == 1 ? PathUtils::lastPathComponent(targets.first())
+                                                 : QStringLiteral("%1 items").arg(targets.size());
+    QList<FileSystemService::ItemAttributes> all;
+    for (const QString& url : targets) {
+        auto attributes = FileSystemService::readItemAttributes(url);
+        if (!attributes) {
+            reportError(*this, attributes.error().description());
+            return;
+        }
+        all.append(*attributes);
+    }
+    fillFields(*this, all);
+    attributeFocusField = 0;
+    attributeFieldCursorIndex = 0;
+    isAttributePromptOpen = true;
+    notifyChanged();
+}
+
+void AppState::cancelAttributePrompt() {
+    isAttributePromptOpen = false;
+    notifyChanged();
+}
+
+void AppState::moveAttributeFocus(int delta) {
+    if (!isAttributePromptOpen) {
+        return;
+    }
+    attributeFocusField = ((attributeFocusField + delta) % 3 + 3) % 3;
+    attributeFieldCursorIndex = 0;
+    notifyChanged();
+}
+
+void AppState::moveAttributeFieldCursor(int delta) {
+    if (!isAttributePromptOpen) {
+        return;
+    }
+    const int length = attributeFocusField == 0 ? kModeLength : kDateTimeLength;
+    attributeFieldCursorIndex = ((attributeFieldCursorIndex + delta) % length + length) % length;
+    notifyChanged();
+}
+
+void AppState::toggleAttributeField() {
+    if (!isAttributePromptOpen) {
+        return;
+    }
+    const int at = attributeFieldCursorIndex;
+    if (QString* text = focusedDateOrTime(*this)) {
+        *text = fitted(*text, kDateTimeLength, QLatin1Char('0'));
+        if (at >= 0 && at < kDateTimeLength && (*text)[at].isDigit()) {
+            (*text)[at] = QChar(u'0' + ((*text)[at].digitValue() + 1) % 10);
+        }
+    } else {
+        QString mode = fitted(attributeNewMode, kModeLength, QLatin1Char('-'));
+        if (at >= 0 && at < kModeLength) {
+            mode[at] = mode[at] == QLatin1Char('-') ? QLatin1Char("rwx"[at % 3]) : QLatin1Char('-');
+        }
+        attributeNewMode = mode;
+    }
+    notifyChanged();
+}
+
+void AppState::typeAttributeDigit(QChar digit) {
+    QString* text = focusedDateOrTime(*this);
+    if (!isAttributePromptOpen || !digit.isDigit() || !text) {
+        return;
+    }
+    *text = fitted(*text, kDateTimeLength, QLatin1Char('0'));
+    const int at = digitAtOrAfter(*text, attributeFieldCursorIndex);
+    if (at < 0) {
+        return;
+    }
+    (*text)[at] = digit;
+    const int next = digitAtOrAfter(*text, at + 1);
+    attributeFieldCursorIndex = next >= 0 ? next : digitAtOrAfter(*text, 0);
+    notifyChanged();
+}
+
+// Every target gets the same mode and date; one that fails is named and the
+// others are still done.
+void AppState::applyAttributePrompt() {
+    if (!isAttributePromptOpen) {
+        return;
+    }
+    const QStringList targets = attributeTargetURLs;
+    const auto mode = FileSystemService::parseModeText(attributeNewMode);
+    if (!mode) {
+        reportError(*this, mode.error().description());
+        return;
+    }
+    const auto date = FileSystemService::parseDateTime(attributeNewDate, attributeNewTime);
+    if (!date) {
+        reportError(*this, date.error().description());
+        return;
+    }
+    cancelAttributePrompt();
+    QStringList failures;
+    for (const QString& url : targets) {
+        auto done = FileSystemService::setPosixPermissions(url, *mode);
+        if (done) {
+            done = FileSystemService::setModificationDate(url, *date);
+        }
+        if (!done) {
+            failures << PathUtils::lastPathComponent(url) + QStringLiteral(": ") +
+                            done.error().description();
+        }
+    }
+    finishFileOperation();
+    if (!failures.isEmpty()) {
+        reportError(*this, failures.join(QLatin1Char('\n')));
+    }
+}

@@ -1,0 +1,300 @@
+// The commands C and M: the path prompt, the confirm and EXISTS questions and
+// the batch that carries the files item by item. One item at a time runs on a
+// worker thread so the window keeps painting; the next starts only after it.
+#include "core/AppState.h"
+
+#include "core/Formats.h"
+#include "core/PathUtils.h"
+#include "filesystem/FileSystemService.h"
+
+#include <QFile>
+#include <QFutureWatcher>
+#include <QTimer>
+#include <QtConcurrent>
+
+#include <sys/stat.h>
+
+namespace {
+
+using Kind = AppState::CopyMoveKind;
+using ItemError = std::optional<FileSystemError>;
+
+// How long an item runs before the status line tells its progress, and how
+// often the text is renewed after that.
+constexpr int kProgressDelayMs = 500;
+constexpr int kProgressIntervalMs = 200;
+
+struct ItemProgress {
+    FileSystemService::CopyProgress carried;
+    std::atomic<int64_t> total{0};
+};
+
+void reportError(AppState& state, const QString& message) {
+    state.errorMessage = message;
+    state.dosDialogActionIndex = 0;
+    state.notifyChanged();
+}
+
+QString byKind(Kind kind, const char* copyText, const char* moveText) {
+    return QString::fromUtf8(kind == Kind::copy ? copyText : moveText);
+}
+
+bool itemExists(const QString& path) {
+    struct stat st;
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+}
+
+// What stands in the way of the prompt or the dialog is put away first.
+void clearWayForCopyMove(AppState& state) {
+    if (state.isFileSearchMode) {
+        state.exitFileSearchMode();
+    }
+    if (state.isSearching) {
+        state.closeFilter(true);
+    }
+    if (state.isSortPickerOpen) {
+        state.closeSortPicker();
+    }
+    if (state.isVolumePickerOpen) {
+        state.closeVolumePicker();
+    }
+    if (state.isJumpDialogOpen) {
+        state.closeJumpDialog();
+    }
+    if (state.isWildcardPromptOpen) {
+        state.cancelWildcardPrompt();
+    }
+}
+
+void closeCopyMovePathPrompt(AppState& state) {
+    state.copyMovePathKind.reset();
+    state.copyMovePathText.clear();
+    state.copyMovePathSources.clear();
+    state.copyMovePathBaseURL.reset();
+    state.releaseTextFocus();
+    state.notifyChanged();
+}
+
+QString progressText(const QString& name, const ItemProgress& progress) {
+    return QStringLiteral("%1  %2 / %3")
+        .arg(name, Formats::formatCompactSize(progress.carried.bytesDone.load()),
+             Formats::formatCompactSize(progress.total.load()));
+}
+
+ItemError runItem(Kind kind, const QString& source, const QString& destination, bool overwrite,
+                  ItemProgress& progress) {
+    progress.total = FileSystemService::copyByteCount(source);
+    auto result =
+        kind == Kind::copy
+            ? FileSystemService::copyItem(source, destination, overwrite, &progress.carried)
+            : FileSystemService::moveItem(source, destination, overwrite, &progress.carried);
+    return result ? ItemError() : ItemError(result.error());
+}
+
+// The end of one item, back on the main thread: steps 4 to 6 of carrying the
+// head, then the batch goes on.
+void completeItem(AppState& state, AppState::PendingCopyMove batch, const QString& source,
+                  const ItemError& error) {
+    state.isFileOperationRunning = false;
+    state.fileOperationProgressText.clear();
+    if (error) {
+        state.pendingCopyMove.reset();
+        reportError(state, PathUtils::lastPathComponent(source) + QStringLiteral(": ") +
+                               error->description());
+        state.finishFileOperation();
+        return;
+    }
+    if (batch.kind == Kind::move) {
+        state.taggedKeys.remove(source);
+        if (state.editorURL && PathUtils::standardizedPath(*state.editorURL) == source) {
+            state.editorURL = FileSystemService::destinationItemURL(source, batch.destination);
+        }
+    }
+    state.pendingCopyMove = std::move(batch);
+    state.notifyChanged();
+    state.advanceCopyMove();
+}
+
+} // namespace
+
+void AppState::startCopyOrMove(CopyMoveKind kind) {
+    if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
+        isFileOperationRunning) {
+        return;
+    }
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    if (!locationFor(*side).asDirectory()) {
+        reportError(*this,
+                    byKind(kind, "Cannot copy inside an archive", "Cannot move inside an archive"));
+        return;
+    }
+    const QStringList sources = taggedFileURLs();
+    if (sources.isEmpty()) {
+        reportError(*this, byKind(kind, "No item to copy (Space to tag, or select an item)",
+                                  "No item to move (Space to tag, or select an item)"));
+        return;
+    }
+    clearWayForCopyMove(*this);
+    if (layoutMode == LayoutMode::dualFiler) {
+        const auto* other = locationFor(otherSide(*side)).asDirectory();
+        if (!other) {
+            reportError(*this,
+                        byKind(kind, "Cannot copy into an archive", "Cannot move into an archive"));
+            return;
+        }
+        beginCopyMove(kind, sources, other->url);
+        return;
+    }
+    copyMovePathSources = sources;
+    copyMovePathBaseURL = locationFor(*side).asDirectory()->url;
+    copyMovePathText = lastCopyMoveDestinationPath;
+    copyMovePathKind = kind;
+    notifyChanged();
+}
+
+void AppState::cancelCopyMovePathPrompt() {
+    if (copyMovePathKind) {
+        closeCopyMovePathPrompt(*this);
+    }
+}
+
+// A refused text closes the prompt all the same: the dialog tells why.
+void AppState::commitCopyMovePathPrompt() {
+    if (!copyMovePathKind) {
+        return;
+    }
+    const CopyMoveKind kind = *copyMovePathKind;
+    const QStringList sources = copyMovePathSources;
+    const auto resolved =
+        FileSystemService::resolveDestinationFolder(copyMovePathText, copyMovePathBaseURL);
+    closeCopyMovePathPrompt(*this);
+    if (!resolved) {
+        reportError(*this, resolved.error().description());
+        return;
+    }
+    lastCopyMoveDestinationPath = *resolved;
+    beginCopyMove(kind, sources, *resolved);
+}
+
+void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
+                             const QString& destination) {
+    const QString folder = PathUtils::standardizedPath(destination);
+    if (kind == CopyMoveKind::move) {
+        for (const QString& source : sources) {
+            if (PathUtils::parentPath(source) == folder) {
+                reportError(
+                    *this,
+                    FileSystemError::make(FileSystemError::Kind::sameDirectory).description());
+                return;
+            }
+        }
+    }
+    pendingCopyMove =
+        PendingCopyMove{kind, sources, folder, sources, PendingCopyMove::Confirm{}, false, false};
+    dosDialogActionIndex = 0;
+    notifyChanged();
+}
+
+void AppState::proceedCopyMove(bool shift) {
+    if (!pendingCopyMove || isFileOperationRunning) {
+        return;
+    }
+    if (std::holds_alternative<PendingCopyMove::Conflict>(pendingCopyMove->stage)) {
+        if (shift) {
+            pendingCopyMove->applyOverwriteAll = true;
+        }
+        // The batch goes on once this item is done.
+        performCopyMoveHead(true);
+        return;
+    }
+    advanceCopyMove();
+}
+
+void AppState::skipCopyMoveItem(bool shift) {
+    if (!pendingCopyMove || isFileOperationRunning ||
+        !std::holds_alternative<PendingCopyMove::Conflict>(pendingCopyMove->stage)) {
+        return;
+    }
+    if (shift) {
+        pendingCopyMove->applySkipAll = true;
+    }
+    pendingCopyMove->remaining.removeFirst();
+    pendingCopyMove->stage = PendingCopyMove::Confirm{};
+    advanceCopyMove();
+}
+
+// Runs until the batch ends, a conflict asks the user, or an item starts on
+// the worker thread (its end comes back here).
+void AppState::advanceCopyMove() {
+    while (pendingCopyMove && !isFileOperationRunning) {
+        PendingCopyMove& batch = *pendingCopyMove;
+        if (batch.remaining.isEmpty()) {
+            pendingCopyMove.reset();
+            finishFileOperation();
+            return;
+        }
+        const QString source = batch.remaining.first();
+        const QString place = FileSystemService::destinationItemURL(source, batch.destination);
+        if (!itemExists(place)) {
+            performCopyMoveHead(false);
+        } else if (batch.applyOverwriteAll) {
+            performCopyMoveHead(true);
+        } else if (batch.applySkipAll) {
+            batch.remaining.removeFirst();
+            batch.stage = PendingCopyMove::Confirm{};
+        } else {
+            batch.stage = PendingCopyMove::Conflict{source, place};
+            dosDialogActionIndex = 0;
+            notifyChanged();
+            return;
+        }
+    }
+}
+
+// While the item runs no batch is pending, so no dialog stands; it comes back
+// with the shortened list when the item is done.
+void AppState::performCopyMoveHead(bool overwrite) {
+    if (!pendingCopyMove || pendingCopyMove->remaining.isEmpty()) {
+        pendingCopyMove.reset();
+        finishFileOperation();
+        return;
+    }
+    PendingCopyMove batch = *pendingCopyMove;
+    const QString source = batch.remaining.takeFirst();
+    pendingCopyMove.reset();
+    isFileOperationRunning = true;
+    fileOperationProgressText.clear();
+    notifyChanged();
+
+    auto progress = std::make_shared<ItemProgress>();
+    auto* watcher = new QFutureWatcher<ItemError>(this);
+    auto* timer = new QTimer(watcher);
+    timer->setInterval(kProgressDelayMs);
+    const QString name = PathUtils::lastPathComponent(source);
+    connect(timer, &QTimer::timeout, this, [this, timer, name, progress] {
+        timer->setInterval(kProgressIntervalMs);
+        fileOperationProgressText = progressText(name, *progress);
+        notifyChanged();
+    });
+    connect(watcher, &QFutureWatcher<ItemError>::finished, this, [this, watcher, batch, source] {
+        watcher->deleteLater();
+        completeItem(*this, batch, source, watcher->result());
+    });
+    timer->start();
+    watcher->setFuture(QtConcurrent::run(
+        [kind = batch.kind, source, destination = batch.destination, overwrite, progress] {
+            return runItem(kind, source, destination, overwrite, *progress);
+        }));
+}
+
+void AppState::finishFileOperation() {
+    reloadPane(PaneSide::left, true);
+    if (rightMode == RightPaneMode::filer) {
+        reloadPane(PaneSide::right, true);
+    }
+    refreshTreeSessions();
+    syncPreview();
+}

@@ -1,0 +1,79 @@
+#include "filesystem/DirectoryWatcher.h"
+
+#include "core/PathUtils.h"
+
+#include <QFile>
+#include <QSocketNotifier>
+
+#include <cerrno>
+#include <sys/inotify.h>
+#include <unistd.h>
+
+namespace {
+
+// Every change that can alter what a listing of the folder shows.
+constexpr uint32_t kWatchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB |
+                                IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF |
+                                IN_ONLYDIR;
+
+} // namespace
+
+DirectoryWatcher::DirectoryWatcher(std::chrono::milliseconds quietTime) {
+    m_debounce.setSingleShot(true);
+    m_debounce.setInterval(quietTime);
+    QObject::connect(&m_debounce, &QTimer::timeout, [this] {
+        // The call may start this watcher afresh, so it works on a copy.
+        if (auto onChange = m_onChange) {
+            onChange();
+        }
+    });
+}
+
+DirectoryWatcher::~DirectoryWatcher() {
+    stop();
+}
+
+void DirectoryWatcher::start(const QString& url, std::function<void()> onChange) {
+    stop();
+    const QString path = PathUtils::standardizedPath(url);
+    const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (fd < 0) {
+        return;
+    }
+    if (::inotify_add_watch(fd, QFile::encodeName(path).constData(), kWatchMask) < 0) {
+        ::close(fd);
+        return;
+    }
+    m_fileDescriptor = fd;
+    m_path = path;
+    m_onChange = std::move(onChange);
+    m_source = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    QObject::connect(m_source.get(), &QSocketNotifier::activated, [this] { drainEvents(); });
+}
+
+void DirectoryWatcher::stop() {
+    m_debounce.stop();
+    m_source.reset();
+    if (m_fileDescriptor >= 0) {
+        ::close(m_fileDescriptor);
+    }
+    m_fileDescriptor = -1;
+    m_path.clear();
+    m_onChange = nullptr;
+}
+
+// Which events came does not matter, only that some did: the reload lists
+// the whole folder anyway.
+void DirectoryWatcher::drainEvents() {
+    alignas(struct inotify_event) char buffer[16384];
+    for (;;) {
+        const ssize_t got = ::read(m_fileDescriptor, buffer, sizeof buffer);
+        if (got < 0 && errno == EINTR) {
+            continue;
+        }
+        if (got <= 0) {
+            break;
+        }
+    }
+    m_debounce.start();
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QString>
+#include <QTimer>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+
+class QSocketNotifier;
+
+// Watches one folder for changes by any program: items created, deleted,
+// moved in or out, written or given new attributes, and the folder itself
+// deleted or moved. After a quiet time with no further event it calls back
+// once, on the main thread; a steady stream of events defers the call for as
+// long as it lasts. A folder that can't be watched is silently not watched.
+class DirectoryWatcher {
+public:
+    static constexpr std::chrono::milliseconds kQuietTime{150};
+
+    explicit DirectoryWatcher(std::chrono::milliseconds quietTime = kQuietTime);
+    ~DirectoryWatcher();
+    DirectoryWatcher(const DirectoryWatcher&) = delete;
+    DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
+
+    // Starts afresh on the folder: any earlier watch and pending call end.
+    void start(const QString& url, std::function<void()> onChange);
+    void stop();
+
+    bool isWatching() const { return m_fileDescriptor >= 0; }
+    // The folder being watched; empty when idle.
+    const QString& watchedPath() const { return m_path; }
+
+private:
+    void drainEvents();
+
+    std::unique_ptr<QSocketNotifier> m_source;
+    int m_fileDescriptor = -1;
+    QTimer m_debounce;
+    QString m_path;
+    std::function<void()> m_onChange;
+};

@@ -1,0 +1,32 @@
+// Keeping each filer pane live: AppState::watchPaneFolder and stopWatching.
+#include "core/AppState.h"
+
+#include "filesystem/DirectoryWatcher.h"
+
+#include <QPointer>
+
+void AppState::watchPaneFolder(PaneSide side) {
+    const std::shared_ptr<DirectoryWatcher>& watcher =
+        side == PaneSide::left ? leftWatcher : rightWatcher;
+    if (!watcher) {
+        return;
+    }
+    const auto* directory = locationFor(side).asDirectory();
+    if (!directory) {
+        watcher->stop(); // archives are not watched
+        return;
+    }
+    QPointer<AppState> state(this);
+    watcher->start(directory->url, [state, side] {
+        if (!state || (side == PaneSide::right && state->rightMode != RightPaneMode::filer)) {
+            return;
+        }
+        state->reloadPane(side, true);
+    });
+}
+
+void AppState::stopWatching(PaneSide side) {
+    if (const auto& watcher = side == PaneSide::left ? leftWatcher : rightWatcher) {
+        watcher->stop();
+    }
+}

@@ -1,0 +1,123 @@
+// Watching pane folders: one reload per burst, after the quiet time; no
+// watch inside archives or on a right pane that is not a filer.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/DirectoryWatcher.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+// Runs the event loop for the given time.
+void runEventsFor(std::chrono::milliseconds time) {
+    QElapsedTimer clock;
+    clock.start();
+    while (clock.elapsed() < time.count()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    }
+}
+
+TEST(DirectoryWatcher, ABurstOfAThousandFilesCallsBackOnceAfterTheQuietTime) {
+    TestDir dir;
+    DirectoryWatcher watcher(100ms);
+    int calls = 0;
+    watcher.start(dir.path(), [&] { ++calls; });
+    ASSERT_TRUE(watcher.isWatching());
+    for (int i = 0; i < 1000; ++i) {
+        dir.makeFile(QStringLiteral("f%1.txt").arg(i), "x");
+        if (i % 100 == 0) {
+            QCoreApplication::processEvents(); // the events arrive while the burst goes on
+        }
+    }
+    runEventsFor(30ms);
+    EXPECT_EQ(calls, 0);
+    runEventsFor(300ms);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(DirectoryWatcher, SeesWritesIntoItemsTheFolderRenamedAndStop) {
+    TestDir dir;
+    const QString file = dir.makeFile("sub/a.txt", "a");
+    DirectoryWatcher watcher(20ms);
+    int calls = 0;
+    watcher.start(dir.filePath("sub"), [&] { ++calls; });
+    {
+        QFile f(file);
+        ASSERT_TRUE(f.open(QIODevice::Append));
+        f.write("more");
+    }
+    QTRY_COMPARE_WITH_TIMEOUT(calls, 1, 2000);
+    ASSERT_TRUE(QFile::rename(dir.filePath("sub"), dir.filePath("moved")));
+    QTRY_COMPARE_WITH_TIMEOUT(calls, 2, 2000);
+
+    watcher.stop();
+    EXPECT_FALSE(watcher.isWatching());
+    dir.makeFile("moved/b.txt");
+    runEventsFor(100ms);
+    EXPECT_EQ(calls, 2);
+}
+
+TEST(DirectoryWatcher, AFolderThatCantBeOpenedIsNotWatched) {
+    DirectoryWatcher watcher;
+    watcher.start(QStringLiteral("/no/such/folder"), [] {});
+    EXPECT_FALSE(watcher.isWatching());
+}
+
+class PaneWatchingTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<AppState>(preferences);
+        state->leftWatcher = std::make_shared<DirectoryWatcher>(20ms);
+        state->rightWatcher = std::make_shared<DirectoryWatcher>(20ms);
+    }
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
+    state->reloadPane(PaneSide::left, false);
+    EXPECT_EQ(state->leftWatcher->watchedPath(), dir.path());
+    const int64_t epoch = state->leftListEpoch;
+    FileAccessMemory::remember({true, true, "drwx------", "x", "y"}, dir.path(), false);
+    dir.makeFile("new.txt");
+    QTRY_COMPARE_WITH_TIMEOUT(state->leftListEpoch, epoch + 1, 2000);
+    EXPECT_EQ(state->leftEntries.last().name, "new.txt");
+    EXPECT_NE(FileAccessMemory::rememberedRecord(dir.path())->owner, "x");
+}
+
+TEST_F(PaneWatchingTest, TheRightPaneReloadsOnlyAsAFiler) {
+    state->rightMode = RightPaneMode::filer;
+    state->reloadPane(PaneSide::right, false);
+    const int64_t epoch = state->rightListEpoch;
+    state->rightMode = RightPaneMode::viewer;
+    dir.makeFile("new.txt");
+    runEventsFor(150ms);
+    EXPECT_EQ(state->rightListEpoch, epoch);
+}
+
+TEST_F(PaneWatchingTest, ArchiveLocationsAreNotWatched) {
+    state->reloadPane(PaneSide::left, false);
+    ASSERT_TRUE(state->leftWatcher->isWatching());
+    state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), QString());
+    state->watchPaneFolder(PaneSide::left);
+    EXPECT_FALSE(state->leftWatcher->isWatching());
+}
+
+} // namespace

@@ -1,0 +1,92 @@
+#pragma once
+
+// Shared by the file operation tests: running a step in a child process under
+// limits the test process must not take on itself, and reading items back.
+#include <QByteArray>
+#include <QFile>
+#include <QString>
+
+#include <csignal>
+#include <fcntl.h>
+#include <functional>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace FileOperationTest {
+
+struct ChildOutcome {
+    int exitCode = -1;
+    QString text; // what the child reported
+};
+
+enum class ChildAccount { same, unprivileged };
+
+// Runs step in a forked child: with files limited to fileSizeLimit bytes when
+// given (writes beyond it fail with EFBIG instead of killing the child), and
+// under the "nobody" account when asked and the tests run as root (root
+// ignores folder modes). The step's text comes back through a pipe.
+inline ChildOutcome runInChild(const std::function<QString()>& step, ChildAccount account,
+                               rlim_t fileSizeLimit = RLIM_INFINITY) {
+    int pipeEnds[2];
+    if (::pipe(pipeEnds) != 0) {
+        return {};
+    }
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::close(pipeEnds[0]);
+        ::signal(SIGXFSZ, SIG_IGN);
+        const struct rlimit limit { fileSizeLimit, fileSizeLimit };
+        if (fileSizeLimit != RLIM_INFINITY && ::setrlimit(RLIMIT_FSIZE, &limit) != 0) {
+            ::_exit(2);
+        }
+        if (account == ChildAccount::unprivileged && ::geteuid() == 0 &&
+            (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
+            ::_exit(2);
+        }
+        const QByteArray text = step().toUtf8();
+        const bool written =
+            ::write(pipeEnds[1], text.constData(), size_t(text.size())) == text.size();
+        ::_exit(written ? 0 : 1);
+    }
+    ::close(pipeEnds[1]);
+    QByteArray text;
+    char buffer[4096];
+    for (ssize_t got; (got = ::read(pipeEnds[0], buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, got);
+    }
+    ::close(pipeEnds[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, QString::fromUtf8(text)};
+}
+
+inline QByteArray contents(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+inline bool exists(const QString& path) {
+    struct stat st;
+    return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+}
+
+inline mode_t modeOf(const QString& path) {
+    struct stat st {};
+    ::lstat(QFile::encodeName(path).constData(), &st);
+    return st.st_mode & 07777;
+}
+
+inline int64_t mtimeOf(const QString& path) {
+    struct stat st {};
+    ::lstat(QFile::encodeName(path).constData(), &st);
+    return int64_t(st.st_mtim.tv_sec);
+}
+
+inline void setMtime(const QString& path, time_t seconds) {
+    const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
+    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
+}
+
+} // namespace FileOperationTest
