@@ -237,6 +237,10 @@ public:
     virtual void stopWatching(PaneSide side);
     // VIEWER and EDITOR
     virtual void enterEditor();
+    virtual void saveEditor();
+    virtual void finishExitEditor(bool save);
+    virtual void showEncodingPicker();
+    virtual bool canChangeSaveEncoding() const;
     virtual void clearViewer();
     virtual void showFilePreview(const FileEntry& entry);
     virtual void showArchivePreview(const FileEntry& entry);
@@ -301,9 +305,22 @@ public:
     virtual void moveVolumePickerSelection(int delta);
     virtual void confirmVolumePicker(std::optional<int> index);
     virtual void openCursorEntryExternally();
+    virtual void showOpenWithChoices(const QString& url, const QString& name);
     virtual void closeOpenWithPicker();
     virtual void moveOpenWithSelection(int delta);
     virtual void confirmOpenWith(std::optional<int> index);
+
+    // --- DOS dialog (dialogs/DosDialogActions.cpp): the answers to the one
+    // dialog that stands, built from the fields below by currentDosDialog().
+    void activateDosDialogAction(bool shift);
+    void confirmDosDialog(bool shift);
+    void cancelDosDialog();
+    void moveDosDialogSelection(int delta);
+    void openPrivacySettings();
+
+    // --- Name prompts (dialogs/NamePrompts.cpp)
+    void commitCreateItem();
+    void commitRename();
 
     // --- Panes
     FilerLocation leftLocation;

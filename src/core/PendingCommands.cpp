@@ -3,22 +3,14 @@
 // says which area fills it, and that area moves the body to its own file.
 #include "core/AppState.h"
 
-// DOS dialog: until its builder and buttons arrive, a dialog stands exactly
-// when one of the fields it is built from is set, and it swallows every key.
-bool AppState::handleDosDialogKey(const std::optional<QString>&, uint16_t, bool) {
-    return errorMessage || pendingCopyMove || pendingDelete || pendingLargeEditURL ||
-           pendingLayoutMode || pendingExitEditorToViewer || pendingQuit || isEncodingPickerOpen ||
-           pendingFullDiskAccessTip;
-}
-
-// Name prompts fill these.
-void AppState::openCreateItemPrompt(CreateItemKind) {}
-void AppState::cancelCreateItemPrompt() {}
-void AppState::openRenamePrompt() {}
-void AppState::cancelRenamePrompt() {}
-
 // EDITOR and the VIEWER's preview loading fill these.
 void AppState::enterEditor() {}
+void AppState::saveEditor() {}
+void AppState::finishExitEditor(bool) {}
+void AppState::showEncodingPicker() {}
+bool AppState::canChangeSaveEncoding() const {
+    return false; // EDITOR tells which encodings it can save in.
+}
 void AppState::clearViewer() {}
 void AppState::showFilePreview(const FileEntry&) {}
 void AppState::showArchivePreview(const FileEntry&) {}
@@ -100,6 +92,7 @@ void AppState::setStartupDirectoryToCurrent() {}
 
 // The open-with picker fills these.
 void AppState::openCursorEntryExternally() {}
+void AppState::showOpenWithChoices(const QString&, const QString&) {}
 void AppState::closeOpenWithPicker() {}
 void AppState::moveOpenWithSelection(int) {}
 void AppState::confirmOpenWith(std::optional<int>) {}

@@ -56,6 +56,19 @@ QString normalizedPathKey(const QString& url);
 // such global setting, so this is false.
 bool systemShowsAllExtensions();
 
+// --- Naming and creating items (FileOperations.cpp)
+
+// The name with surrounding blanks and line breaks removed; invalidName when
+// that is empty, ".", "..", or holds "/" or ":".
+FsResult<QString> validatedItemName(const QString& text);
+// Creates an empty folder or file named name inside the folder parent and
+// gives its path. An item already there is refused with alreadyExists.
+FsResult<QString> createFolder(const QString& name, const QString& parent);
+FsResult<QString> createFile(const QString& name, const QString& parent);
+// Renames the item in its folder and gives the new path. The same name gives
+// the item back unchanged; a name taken by another item is refused.
+FsResult<QString> renameItem(const QString& url, const QString& newName);
+
 // --- Copying and moving (CopyMove.cpp)
 
 // Bytes carried so far by a running copy, read by another thread for the

@@ -1,0 +1,76 @@
+#include "core/SelectionStatus.h"
+
+#include "core/AppState.h"
+#include "core/EntryDisplay.h"
+#include "core/Formats.h"
+#include "core/PathUtils.h"
+#include "filesystem/FileSystemService.h"
+
+#include <QFileInfo>
+#include <QStorageInfo>
+
+#include <cmath>
+
+namespace {
+
+SelectionStatus ofEntry(const AppState& state, const FileEntry& entry) {
+    return {
+        entry.permissionMode,
+        entry.ownerName,
+        entry.groupName,
+        EntryDisplay::sizeText(entry),
+        EntryDisplay::dateText(entry),
+        EntryDisplay::displayName(entry, state.showLocalizedNames, state.showAllFileExtensions)};
+}
+
+SelectionStatus ofShownFile(const QString& url) {
+    const QFileInfo info(url);
+    const bool isFolder = info.isDir();
+    const FileAccessMemory::Record rights = FileSystemService::accessRights(url, isFolder, false);
+    const QDateTime modified = info.lastModified();
+    return {rights.mode,
+            rights.owner,
+            rights.group,
+            isFolder ? QStringLiteral("<DIR>") : Formats::formatCompactSize(info.size()),
+            modified.isValid() ? Formats::formatRowDate(modified) : QString(),
+            PathUtils::lastPathComponent(url)};
+}
+
+} // namespace
+
+SelectionStatus SelectionStatus::of(const AppState& state) {
+    if (const std::optional<FileEntry> entry = state.currentEntry()) {
+        return ofEntry(state, *entry);
+    }
+    const bool rightShowsFile =
+        state.rightMode == RightPaneMode::viewer || state.rightMode == RightPaneMode::editor;
+    if (state.focusedSide == PaneSide::right && rightShowsFile && state.editorURL &&
+        !state.editorURL->isEmpty()) {
+        return ofShownFile(*state.editorURL);
+    }
+    return {QStringLiteral("----------"), QStringLiteral("-"), QStringLiteral("-"), {}, {}, {}};
+}
+
+QString freeSpaceLabel(const AppState& state) {
+    const std::optional<PaneSide> side = state.activeFilerSide();
+    if (!side) {
+        return {};
+    }
+    const FilerLocation& location = state.locationFor(*side);
+    const QString path =
+        location.asDirectory() ? location.asDirectory()->url : location.asZip()->archive;
+    QStorageInfo volume(path);
+    volume.refresh();
+    const qint64 available = volume.bytesAvailable();
+    if (!volume.isValid() || available < 0) {
+        return {};
+    }
+    QString label = QStringLiteral("空き:") + Formats::formatCompactSize(available);
+    const qint64 total = volume.bytesTotal();
+    if (total >= 1) {
+        const long percent = std::lround(double(available) / double(total) * 100.0);
+        label += QLatin1Char('/') + Formats::formatCompactSize(total) + QLatin1Char('(') +
+                 QString::number(percent) + QStringLiteral("%)");
+    }
+    return label;
+}

@@ -1,0 +1,175 @@
+// The create and rename prompts against real folders: what lands on disk,
+// what the user reads when it can't, and where the cursor and tags end up.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemService.h"
+#include "support/TestDir.h"
+
+#include <QFileInfo>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+class NamePromptsTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        dir.makeFile(QStringLiteral("b.txt"), "bee");
+        dir.makeFile(QStringLiteral("c.txt"));
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<AppState>(preferences);
+        state->refreshAll();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    void create(CreateItemKind kind, const QString& name) {
+        state->openCreateItemPrompt(kind);
+        ASSERT_EQ(state->createItemKind, kind);
+        state->createItemName = name;
+        state->commitCreateItem();
+    }
+    void selectName(const QString& name) {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows.at(i).name == name) {
+                state->setSelection(i, PaneSide::left);
+                return;
+            }
+        }
+        FAIL() << name.toStdString();
+    }
+    QString nameAtCursor() const { return state->currentEntry()->name; }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(NamePromptsTest, NewFolderAndFileLandOnDiskUnderTheCursor) {
+    create(CreateItemKind::folder, QStringLiteral("  Reports "));
+    EXPECT_FALSE(state->createItemKind.has_value());
+    EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("Reports"))).isDir());
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("Reports"));
+
+    create(CreateItemKind::file, QStringLiteral("notes.md"));
+    const QFileInfo file(dir.filePath(QStringLiteral("notes.md")));
+    EXPECT_TRUE(file.isFile());
+    EXPECT_EQ(file.size(), 0);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("notes.md"));
+    EXPECT_FALSE(state->errorMessage.has_value());
+}
+
+TEST_F(NamePromptsTest, RefusedNamesCloseThePromptWithTheirMessage) {
+    const struct {
+        CreateItemKind kind;
+        QString name;
+        QString message;
+    } rows[] = {
+        {CreateItemKind::folder, QString(), QStringLiteral("Invalid name")},
+        {CreateItemKind::file, QStringLiteral("a/b"), QStringLiteral("Invalid name")},
+        {CreateItemKind::folder, QStringLiteral(".."), QStringLiteral("Invalid name")},
+        {CreateItemKind::file, QStringLiteral("x:y"), QStringLiteral("Invalid name")},
+        {CreateItemKind::folder, QStringLiteral("b.txt"), QStringLiteral("Already exists: b.txt")},
+    };
+    for (const auto& row : rows) {
+        create(row.kind, row.name);
+        EXPECT_FALSE(state->createItemKind.has_value());
+        EXPECT_TRUE(state->createItemName.isEmpty());
+        EXPECT_EQ(state->errorMessage, row.message) << row.name.toStdString();
+        state->errorMessage.reset();
+    }
+}
+
+TEST_F(NamePromptsTest, AFileTheHiddenSettingHidesLeavesTheCursor) {
+    selectName(QStringLiteral("c.txt"));
+    create(CreateItemKind::file, QStringLiteral(".hidden"));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral(".hidden"))));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
+}
+
+TEST_F(NamePromptsTest, RenameStartsWithTheOldNameAndKeepsTheTag) {
+    selectName(QStringLiteral("b.txt"));
+    const QString oldPath = dir.filePath(QStringLiteral("b.txt"));
+    state->toggleTag(oldPath);
+    state->editorURL = oldPath;
+    state->openRenamePrompt();
+    ASSERT_TRUE(state->isRenamePromptOpen);
+    EXPECT_EQ(state->renameName, QStringLiteral("b.txt"));
+    state->renameName = QStringLiteral("bee.txt");
+    state->commitRename();
+
+    const QString newPath = dir.filePath(QStringLiteral("bee.txt"));
+    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_TRUE(QFileInfo::exists(newPath));
+    EXPECT_FALSE(QFileInfo::exists(oldPath));
+    EXPECT_EQ(state->taggedKeys, QSet<QString>{newPath});
+    EXPECT_EQ(state->editorURL, newPath);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("bee.txt"));
+}
+
+TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
+    selectName(QStringLiteral("c.txt"));
+    state->openRenamePrompt();
+    state->commitRename();
+    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->errorMessage.has_value());
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
+
+    state->openRenamePrompt();
+    state->renameName = QStringLiteral("b.txt");
+    state->commitRename();
+    EXPECT_EQ(state->errorMessage, QStringLiteral("Already exists: b.txt"));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("c.txt"))));
+}
+
+TEST_F(NamePromptsTest, NothingToRenameOrCreateInAnArchive) {
+    state->setSelection(0, PaneSide::left); // the ".." row
+    state->openRenamePrompt();
+    EXPECT_EQ(state->errorMessage, QStringLiteral("No item to rename"));
+    EXPECT_FALSE(state->isRenamePromptOpen);
+    state->errorMessage.reset();
+
+    state->leftLocation = FilerLocation::zip(dir.filePath(QStringLiteral("a.zip")), QString());
+    state->openRenamePrompt();
+    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot rename inside an archive"));
+    state->errorMessage.reset();
+    state->openCreateItemPrompt(CreateItemKind::folder);
+    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot create folder inside an archive"));
+    state->errorMessage.reset();
+    state->openCreateItemPrompt(CreateItemKind::file);
+    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot create file inside an archive"));
+    EXPECT_FALSE(state->createItemKind.has_value());
+}
+
+TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
+    state->openWildcardPrompt();
+    state->openCreateItemPrompt(CreateItemKind::folder);
+    EXPECT_FALSE(state->createItemKind.has_value());
+    state->cancelWildcardPrompt();
+    state->openFilter();
+    state->openCreateItemPrompt(CreateItemKind::folder);
+    EXPECT_TRUE(state->createItemKind.has_value());
+    EXPECT_FALSE(state->isSearching) << "the filter closes for the prompt";
+    state->openRenamePrompt();
+    EXPECT_FALSE(state->isRenamePromptOpen);
+    state->cancelCreateItemPrompt();
+    EXPECT_FALSE(state->createItemKind.has_value());
+}
+
+TEST_F(NamePromptsTest, RenamingAFolderMovesWhatIsInIt) {
+    dir.makeFile(QStringLiteral("old/inner.txt"), "x");
+    const auto renamed =
+        FileSystemService::renameItem(dir.filePath(QStringLiteral("old")), QStringLiteral("new"));
+    ASSERT_TRUE(renamed.ok());
+    EXPECT_EQ(*renamed, dir.filePath(QStringLiteral("new")));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("new/inner.txt"))));
+    const auto missing = FileSystemService::renameItem(dir.filePath(QStringLiteral("gone")),
+                                                       QStringLiteral("other"));
+    ASSERT_FALSE(missing.ok());
+    EXPECT_EQ(missing.error().kind, FileSystemError::Kind::system);
+    EXPECT_EQ(missing.error().systemError.code, ENOENT);
+}
+
+} // namespace
