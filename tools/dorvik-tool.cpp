@@ -40,7 +40,9 @@ int usage() {
                        "       dorvik-tool encode LABEL < UTF-8 text\n"
                        "       dorvik-tool archive-list ARCHIVE\n"
                        "       dorvik-tool archive-rows ARCHIVE INNERPATH [--hidden]\n"
-                       "       dorvik-tool archive-cat ARCHIVE MEMBER"));
+                       "       dorvik-tool archive-cat ARCHIVE MEMBER\n"
+                       "       dorvik-tool copy SOURCE DESTDIR\n"
+                       "       dorvik-tool volumes"));
 }
 
 QJsonObject listRow(const FileEntry& entry) {
@@ -256,6 +258,25 @@ int encodeCommand(const QStringList& args) {
     return 0;
 }
 
+// Copies an item into a folder as C does, with the same primitive.
+int copyCommand(const QStringList& args) {
+    if (args.size() != 2) {
+        return usage();
+    }
+    const auto copied = FileSystemService::copyItem(args[0], args[1], false);
+    return copied ? 0 : failWith(copied.error().description());
+}
+
+int volumesCommand(const QStringList& args) {
+    if (!args.isEmpty()) {
+        return usage();
+    }
+    for (const MountedVolume& volume : FileSystemService::mountedVolumes()) {
+        printLine({{"name", volume.name}, {"path", volume.url}, {"isRoot", volume.isRoot}});
+    }
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -276,6 +297,8 @@ int main(int argc, char* argv[]) {
         {QStringLiteral("archive-list"), archiveListCommand},
         {QStringLiteral("archive-cat"), archiveCatCommand},
         {QStringLiteral("archive-rows"), archiveRowsCommand},
+        {QStringLiteral("copy"), copyCommand},
+        {QStringLiteral("volumes"), volumesCommand},
     };
     const auto found = commands.find(command);
     const int status = found == commands.end() ? usage() : found->second(args);

@@ -1,0 +1,100 @@
+// D and Shift+D: what is taken, the remembered rights, and trashing into a
+// private trash so that the user's own is never touched.
+#include "filesystem/FileFlowSupport.h"
+#include "filesystem/FileOperationSupport.h"
+
+#include <QTemporaryDir>
+
+using namespace FileFlowTest;
+using FileOperationTest::exists;
+
+namespace {
+
+// GIO reads the data folder once per process: it is set before any trashing.
+QString privateTrash() {
+    static QTemporaryDir* dataHome = [] {
+        auto* folder = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/dorvik-data-XXXXXX"));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path()));
+        return folder;
+    }();
+    return dataHome->path() + QStringLiteral("/Trash");
+}
+
+class DeleteFlow : public FlowTest {
+protected:
+    void SetUp() override {
+        trash = privateTrash();
+        FlowTest::SetUp();
+    }
+    bool inTrash(const QString& name) const { return exists(trash + "/files/" + name); }
+    QString trash;
+};
+
+TEST_F(DeleteFlow, TheSecondOfThreeFailsTheOthersGoToTheTrash) {
+    for (const QString name : {"d1.txt", "d2.txt", "d3.txt"}) {
+        dir.makeFile("left/" + name, "x");
+    }
+    state->reloadPane(PaneSide::left, false);
+    tag({"d1.txt", "d2.txt", "d3.txt"});
+    key("d");
+    ASSERT_TRUE(state->pendingDelete);
+    EXPECT_FALSE(state->pendingDelete->deletingFolders);
+    QFile::remove(dir.filePath("left/d2.txt")); // it can no longer be trashed
+    state->runPendingDelete();
+
+    EXPECT_FALSE(state->pendingDelete);
+    EXPECT_TRUE(inTrash("d1.txt"));
+    EXPECT_TRUE(inTrash("d3.txt"));
+    EXPECT_TRUE(exists(trash + "/info/d1.txt.trashinfo")); // the desktop can restore it
+    EXPECT_FALSE(exists(dir.filePath("left/d1.txt")));
+    EXPECT_TRUE(error().startsWith("d2.txt: "));
+    EXPECT_FALSE(error().contains('\n'));
+    EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("left/d2.txt")));
+    EXPECT_EQ(state->taggedKeys.size(), 1);
+    EXPECT_EQ(state->leftEntries.size(), 1); // reloaded: ".." alone
+}
+
+TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
+    dir.makeFile("left/tagged.txt");
+    dir.makeFile("left/gone/inside.txt");
+    state->reloadPane(PaneSide::left, false);
+    tag({"tagged.txt"});
+    pointAt("gone");
+    key("D", KeyModifiers{KeyModifier::shift});
+    ASSERT_TRUE(state->pendingDelete);
+    EXPECT_EQ(state->pendingDelete->urls, QStringList{dir.filePath("left/gone")});
+    EXPECT_TRUE(state->pendingDelete->deletingFolders);
+    state->runPendingDelete();
+    EXPECT_TRUE(inTrash("gone/inside.txt"));
+    EXPECT_TRUE(exists(dir.filePath("left/tagged.txt")));
+}
+
+TEST_F(DeleteFlow, NothingToDeleteNamesWhatIsMissing) {
+    dir.makeFolder("left/folder");
+    state->reloadPane(PaneSide::left, false);
+    pointAt("folder");
+    key("d");
+    EXPECT_EQ(error(), "No file to delete (Space to tag, or select a file)");
+    state->errorMessage.reset();
+    pointAt("..");
+    key("D", KeyModifiers{KeyModifier::shift});
+    EXPECT_EQ(error(), "No folder to delete (select a folder)");
+    EXPECT_FALSE(state->pendingDelete);
+}
+
+// The remembered rights decide until the record is forgotten.
+TEST_F(DeleteFlow, ARememberedReadOnlyFileIsRefusedUntilForgotten) {
+    const QString path = dir.makeFile("left/locked.txt");
+    dir.setMode("left/locked.txt", 0444);
+    state->reloadPane(PaneSide::left, false);
+    dir.setMode("left/locked.txt", 0644);
+    pointAt("locked.txt");
+    key("d");
+    EXPECT_EQ(error(), "Not writable: locked.txt");
+    state->errorMessage.reset();
+    FileAccessMemory::forget(path);
+    key("d");
+    EXPECT_TRUE(state->pendingDelete);
+}
+
+} // namespace

@@ -1,0 +1,86 @@
+#pragma once
+
+// Shared by the copy, move, delete and attribute flow tests: a state over
+// real temporary folders, keys, and waiting for work on the worker thread.
+#include "core/AppState.h"
+#include "core/KeyEvent.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace FileFlowTest {
+
+inline KeyEvent typed(const QString& text, KeyModifiers modifiers = {}) {
+    KeyEvent event;
+    event.characters = text;
+    event.charactersIgnoringModifiers = text;
+    event.modifiers = modifiers;
+    return event;
+}
+
+// The left pane on TestDir's "left" folder, the right on "right".
+class FlowTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        dir.makeFolder("left");
+        dir.makeFolder("right");
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.filePath("left"));
+        state = std::make_unique<AppState>(preferences);
+        state->rightLocation = FilerLocation::directory(dir.filePath("right"));
+        state->reloadPane(PaneSide::left, false);
+    }
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+
+    void useDualFiler() { state->applyLayoutMode(LayoutMode::dualFiler); }
+
+    void key(const QString& text, KeyModifiers modifiers = {}) {
+        state->handleKeyDown(typed(text, modifiers));
+    }
+
+    // Puts the left cursor on the named row.
+    void pointAt(const QString& name) {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows[i].name == name) {
+                state->setSelection(i, PaneSide::left);
+                return;
+            }
+        }
+        ADD_FAILURE() << "no row " << name.toStdString();
+    }
+
+    void tag(const QStringList& names) {
+        for (const QString& name : names) {
+            state->taggedKeys.insert(dir.filePath(QStringLiteral("left/") + name));
+        }
+    }
+
+    // Lets items on the worker thread finish and their ends come back.
+    void waitForFileWork() {
+        QElapsedTimer clock;
+        clock.start();
+        do {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        } while (state->isFileOperationRunning && clock.elapsed() < 10000);
+        ASSERT_FALSE(state->isFileOperationRunning);
+    }
+
+    QString error() const { return state->errorMessage.value_or(QString()); }
+
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+} // namespace FileFlowTest

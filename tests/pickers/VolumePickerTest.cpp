@@ -1,0 +1,100 @@
+// The volume list from mount records and media folders, and the V picker.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemService.h"
+#include "support/TestDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using FileSystemService::collectVolumes;
+using FileSystemService::MountRecord;
+
+TEST(CollectVolumes, UserDisksOnlyRootFirstThenByName) {
+    const QList<MountRecord> mounts = {
+        {"/proc", "proc", "proc", ""},
+        {"/sys/fs/cgroup", "cgroup2", "cgroup2", ""},
+        {"/run/user/1000", "tmpfs", "tmpfs", ""},
+        {"/", "overlay", "overlay", ""},
+        {"/snap/core/1", "/dev/loop0", "squashfs", ""},
+        {"/System/Volumes/Data", "/dev/disk1", "apfs", "Data"},
+        {"/media/me/USB", "/dev/sdb1", "vfat", "  "},
+        {"/mnt/backup", "/dev/sdc1", "ext4", "Backup"},
+        {"/mnt/backup-again", "/dev/sdc1", "ext4", "Backup bind"},
+        {"/mnt/share", "server:/export", "nfs4", "share"},
+        {"/var/lib/docker", "/dev/sda1", "ext4", "docker"},
+        {"/home", "/dev/sda2", "ext4", "Home"},
+    };
+    const QList<MountedVolume> volumes = collectVolumes(mounts, {});
+    const QList<MountedVolume> expected = {
+        {"Macintosh HD", "/", true},    {"Backup", "/mnt/backup", false}, {"Home", "/home", false},
+        {"share", "/mnt/share", false}, {"USB", "/media/me/USB", false},
+    };
+    EXPECT_EQ(volumes, expected);
+}
+
+TEST(CollectVolumes, MediaFolderChildrenJoinWithoutRepeats) {
+    TestDir media;
+    media.makeFolder("Stick");
+    media.makeFolder("com.apple.TimeMachine.localsnapshots");
+    media.makeLink("Startup", "/");
+    media.makeFile("not-a-folder");
+    const QList<MountRecord> mounts = {{"/", "/dev/sda1", "ext4", "System"}};
+    const QList<MountedVolume> volumes = collectVolumes(mounts, {media.path(), "/no/such"});
+    const QList<MountedVolume> expected = {
+        {"System", "/", true},
+        {"Stick", media.filePath("Stick"), false},
+    };
+    EXPECT_EQ(volumes, expected);
+}
+
+class VolumePicker : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<AppState>(preferences);
+        state->reloadPane(PaneSide::left, false);
+    }
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(VolumePicker, OpensWithTheRootFirstAndWrapsBothWays) {
+    state->openVolumePicker();
+    ASSERT_TRUE(state->isVolumePickerOpen);
+    ASSERT_TRUE(state->volumePickerItems.first().isRoot);
+    state->volumePickerItems = {{"A", dir.filePath("a"), false}, {"B", dir.path(), false}};
+    state->moveVolumePickerSelection(-1);
+    EXPECT_EQ(state->volumePickerSelection, 1);
+    state->moveVolumePickerSelection(1);
+    EXPECT_EQ(state->volumePickerSelection, 0);
+
+    state->confirmVolumePicker(5); // outside the list: nothing
+    EXPECT_TRUE(state->isVolumePickerOpen);
+    state->confirmVolumePicker(std::nullopt); // "a" was ejected meanwhile
+    EXPECT_FALSE(state->isVolumePickerOpen);
+    EXPECT_EQ(state->errorMessage, "Cannot open:\n" + dir.filePath("a"));
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+}
+
+TEST_F(VolumePicker, GoesToTheChosenVolumeAndStaysShutUnderTheWildcardPrompt) {
+    dir.makeFolder("disk");
+    state->isWildcardPromptOpen = true;
+    state->openVolumePicker();
+    EXPECT_FALSE(state->isVolumePickerOpen);
+    state->isWildcardPromptOpen = false;
+    state->openVolumePicker();
+    state->volumePickerItems = {{"Disk", dir.filePath("disk"), false}};
+    state->confirmVolumePicker(0);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("disk")));
+}
+
+} // namespace
