@@ -8,6 +8,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemError.h"
 #include "filesystem/FileSystemService.h"
+#include "search/FolderSearchService.h"
 #include "text/TextDecoding.h"
 
 #include <QCoreApplication>
@@ -42,7 +43,9 @@ int usage() {
                        "       dorvik-tool archive-rows ARCHIVE INNERPATH [--hidden]\n"
                        "       dorvik-tool archive-cat ARCHIVE MEMBER\n"
                        "       dorvik-tool copy SOURCE DESTDIR\n"
-                       "       dorvik-tool volumes"));
+                       "       dorvik-tool volumes\n"
+                       "       dorvik-tool search SCOPE [--query Q] [--content] [--from YYYY-MM]"
+                       " [--to YYYY-MM] [--sort name|size|date] [--hidden]"));
 }
 
 QJsonObject listRow(const FileEntry& entry) {
@@ -214,6 +217,58 @@ int archiveRowsCommand(const QStringList& args) {
     return 0;
 }
 
+QJsonObject searchRow(const FolderSearchHit& hit) {
+    return {{"relativePath", hit.relativePath},
+            {"isDirectory", hit.isDirectory},
+            {"size", hit.size ? QJsonValue(double(*hit.size)) : QJsonValue()},
+            {"modificationDate", hit.modificationDate
+                                     ? QJsonValue(hit.modificationDate->toString(Qt::ISODate))
+                                     : QJsonValue()}};
+}
+
+// The folder search of the search form, run to its end on this thread.
+int searchCommand(const QStringList& args) {
+    QString scope, query, from, to;
+    FolderSearchMatchMode mode = FolderSearchMatchMode::nameOnly;
+    FolderSearchSort sort = FolderSearchSort::name;
+    bool showHidden = false;
+    const QStringList sorts{"name", "size", "date"};
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        const QString& arg = args[i];
+        const bool hasValue = i + 1 < args.size();
+        if (arg == QLatin1String("--content")) {
+            mode = FolderSearchMatchMode::includeContent;
+        } else if (arg == QLatin1String("--hidden")) {
+            showHidden = true;
+        } else if (arg == QLatin1String("--query") && hasValue) {
+            query = args[++i];
+        } else if (arg == QLatin1String("--from") && hasValue) {
+            from = args[++i];
+        } else if (arg == QLatin1String("--to") && hasValue) {
+            to = args[++i];
+        } else if (arg == QLatin1String("--sort") && hasValue && sorts.contains(args[i + 1])) {
+            sort = FolderSearchSort(sorts.indexOf(args[++i]));
+        } else if (scope.isEmpty() && !arg.startsWith(QLatin1String("--"))) {
+            scope = arg;
+        } else {
+            return usage();
+        }
+    }
+    if (scope.isEmpty()) {
+        return usage();
+    }
+    const auto request =
+        FolderSearchService::makeRequest(query, scope, mode, from, to, sort, showHidden);
+    if (!request) {
+        return 0;
+    }
+    const std::atomic<bool> never{false};
+    for (const FolderSearchHit& hit : FolderSearchService::scan(*request, never, nullptr).hits) {
+        printLine(searchRow(hit));
+    }
+    return 0;
+}
+
 int decodeCommand(const QStringList& args) {
     QStringList files = args;
     const bool truncated = files.removeAll(QStringLiteral("--truncated")) > 0;
@@ -299,6 +354,7 @@ int main(int argc, char* argv[]) {
         {QStringLiteral("archive-rows"), archiveRowsCommand},
         {QStringLiteral("copy"), copyCommand},
         {QStringLiteral("volumes"), volumesCommand},
+        {QStringLiteral("search"), searchCommand},
     };
     const auto found = commands.find(command);
     const int status = found == commands.end() ? usage() : found->second(args);

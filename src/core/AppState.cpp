@@ -3,6 +3,8 @@
 #include "core/PathUtils.h"
 #include "core/TextMatching.h"
 #include "filesystem/DirectoryWatcher.h"
+#include "search/FolderSearchService.h"
+#include "search/TreeSession.h"
 
 #include <QMetaObject>
 
@@ -15,6 +17,8 @@ AppState::AppState(Preferences& preferences, QObject* parent)
     readSettings();
     leftWatcher = std::make_shared<DirectoryWatcher>();
     rightWatcher = std::make_shared<DirectoryWatcher>();
+    folderSearch = std::make_shared<FolderSearchService>();
+    connect(folderSearch.get(), &FolderSearchService::changed, this, &AppState::notifyChanged);
 }
 
 AppState::~AppState() = default;
@@ -75,8 +79,18 @@ std::optional<FileEntry> AppState::currentEntry() const {
     if (!side) {
         return std::nullopt;
     }
-    // Tree mode answers from its session once tree sessions exist; until then
-    // the visible list is the only source of rows.
+    // In tree mode: the file under the file cursor, or the folder under the
+    // tree cursor as a row of its own.
+    if (const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr) {
+        if (!session->focusOnFiles) {
+            return session->selectedFolderEntry();
+        }
+        const QList<FileEntry> files = visibleTreeFiles(session->files);
+        if (session->fileSelection < 0 || session->fileSelection >= files.size()) {
+            return std::nullopt;
+        }
+        return files.at(session->fileSelection);
+    }
     const QList<FileEntry> visible = visibleEntries(*side);
     const int index = selectionFor(*side);
     if (index < 0 || index >= visible.size()) {

@@ -21,6 +21,9 @@ class TextInputHost;
 class TreeSession;
 class FolderSearchService;
 class DirectoryWatcher;
+namespace ArchiveLocation {
+enum class ReadOnlyCommand;
+}
 
 // The one state object: every field the screen shows, and the commands that
 // change them. Lives on the main thread for the whole process. After any
@@ -288,6 +291,9 @@ public:
     virtual void treeCloseFilterKeepingRow(PaneSide side);
     virtual void treeToggleTagAtCursor(PaneSide side);
     virtual QList<FileEntry> treeFiles(PaneSide side) const;
+    // A click on a tree row or on a file of the tree's file list.
+    void selectTreeRow(PaneSide side, int index);
+    void selectTreeFile(PaneSide side, int index);
     // Jump dialog and bookmarks
     virtual void openJumpDialog();
     virtual void closeJumpDialog();
@@ -299,6 +305,13 @@ public:
     virtual void setStartupFromJumpSelection();
     virtual void addJumpBookmark();
     virtual void setStartupDirectoryToCurrent();
+    // The bookmarks the dialog shows through its filter.
+    QStringList jumpRows() const;
+    void setJumpFilterQuery(const QString& text);
+    // Enter with no path; a click on a row with that row's path.
+    void confirmJumpDialogAt(const std::optional<QString>& clickedPath);
+    void goToBookmark(const QString& path);
+    void saveJumpBookmarks();
     // Volume and open-with pickers
     virtual void openVolumePicker();
     virtual void closeVolumePicker();
@@ -524,6 +537,14 @@ private:
     bool isFilterNarrowing() const;
     bool nameMatchesFilter(const QString& name) const;
     bool anyPromptOrPickerOpen() const;
+
+    // Tree mode and bookmarks (search/TreeCommands.cpp, pickers/JumpDialog.cpp).
+    void noteTreeChanged();
+    void moveTreeCursorTo(PaneSide side, int index);
+    int treeCursorIndex(PaneSide side) const;
+    bool refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command);
+    std::optional<QString> bookmarkTarget(PaneSide side) const;
+    void storeStartupDirectory(const QString& path);
 
     Preferences& m_preferences;
     TextInputHost* m_textInputHost = nullptr;

@@ -52,44 +52,6 @@ int AppState::searchTreeBoxRowCount() const {
 }
 void AppState::confirmSearchTreeBox() {}
 
-// Tree mode fills these.
-void AppState::toggleTreeMode() {}
-void AppState::exitTreeModeByEsc() {}
-void AppState::activateTreeSelection() {}
-void AppState::moveTreeSelection(int) {}
-void AppState::treeSelectFirst() {}
-void AppState::treeSelectLast() {}
-void AppState::treePage(int) {}
-void AppState::treeStepLeft() {}
-void AppState::treeStepRight() {}
-void AppState::refreshTreeSessions() {}
-void AppState::treeOpenFilter(PaneSide) {}
-void AppState::treeApplyFilter(PaneSide) {}
-void AppState::treeCloseFilterKeepingRow(PaneSide) {}
-void AppState::treeToggleTagAtCursor(PaneSide) {}
-QList<FileEntry> AppState::treeFiles(PaneSide) const {
-    return {}; // Tree mode gives its session's full file list here.
-}
-// Tree mode adds the release of the session here.
-void AppState::leaveTreeMode(PaneSide side) {
-    (side == PaneSide::left ? leftTreeMode : rightTreeMode) = false;
-    (side == PaneSide::left ? leftTreeSession : rightTreeSession).reset();
-    ++treeRevision;
-    notifyChanged();
-}
-
-// The jump dialog and bookmarks fill these.
-void AppState::openJumpDialog() {}
-void AppState::closeJumpDialog() {}
-void AppState::clearJumpSelection() {}
-void AppState::moveJumpSelection(int) {}
-void AppState::confirmJumpDialog() {}
-void AppState::jumpToNumberedBookmark(int) {}
-void AppState::removeJumpBookmark() {}
-void AppState::setStartupFromJumpSelection() {}
-void AppState::addJumpBookmark() {}
-void AppState::setStartupDirectoryToCurrent() {}
-
 // The open-with picker fills these.
 void AppState::openCursorEntryExternally() {}
 void AppState::showOpenWithChoices(const QString&, const QString&) {}

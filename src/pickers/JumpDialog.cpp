@@ -1,0 +1,305 @@
+// The jump dialog (J), its bookmarks ("+") and the start folder (H, O).
+#include "pickers/JumpDialog.h"
+
+#include "archive/ArchiveLocation.h"
+#include "core/AppState.h"
+#include "core/PathUtils.h"
+#include "core/PreferenceKeys.h"
+#include "core/Preferences.h"
+#include "core/TextMatching.h"
+#include "filesystem/FileSystemService.h"
+#include "search/TreeSession.h"
+
+#include <QFileInfo>
+
+namespace JumpDialog {
+
+QStringList jumpRows(const QStringList& bookmarks, const QString& filterQuery) {
+    const QString query = filterQuery.trimmed();
+    if (query.isEmpty()) {
+        return bookmarks;
+    }
+    QStringList rows;
+    for (const QString& path : bookmarks) {
+        if (TextMatching::localizedCaseInsensitiveContains(path, query)) {
+            rows.append(path);
+        }
+    }
+    return rows;
+}
+
+QString rowKey(const QString& path) {
+    return FileSystemService::normalizedPathKey(PathUtils::standardizedPath(path));
+}
+
+int indexOfRow(const QStringList& rows, const QString& path) {
+    const QString key = rowKey(path);
+    for (qsizetype i = 0; i < rows.size(); ++i) {
+        if (rowKey(rows[i]) == key) {
+            return int(i);
+        }
+    }
+    return -1;
+}
+
+QStringList withBookmarkRemoved(const QStringList& bookmarks, const QString& path) {
+    const QString key = rowKey(path);
+    QStringList kept;
+    for (const QString& bookmark : bookmarks) {
+        if (rowKey(bookmark) != key) {
+            kept.append(bookmark);
+        }
+    }
+    return kept;
+}
+
+QStringList withBookmarkAdded(const QStringList& bookmarks, const QString& path) {
+    QStringList list = withBookmarkRemoved(bookmarks, path);
+    list.prepend(rowKey(path));
+    return list.mid(0, maxBookmarks);
+}
+
+} // namespace JumpDialog
+
+namespace {
+
+bool isExistingFolder(const QString& path) {
+    return QFileInfo(PathUtils::standardizedPath(path)).isDir();
+}
+
+} // namespace
+
+QStringList AppState::jumpRows() const {
+    return JumpDialog::jumpRows(jumpBookmarks, jumpFilterQuery);
+}
+
+void AppState::saveJumpBookmarks() {
+    m_preferences.setValue(PreferenceKeys::jumpBookmarks, jumpBookmarks);
+}
+
+void AppState::openJumpDialog() {
+    if (!activeFilerSide() || createItemKind || isRenamePromptOpen || copyMovePathKind ||
+        pendingCopyMove || isSortPickerOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+        return;
+    }
+    if (isFileSearchMode) {
+        exitFileSearchMode();
+    }
+    if (isSearching) {
+        closeFilter(false);
+    }
+    jumpFilterQuery.clear();
+    jumpSelectedPath.reset();
+    isJumpDialogOpen = true;
+    ++jumpFocusNonce;
+    notifyChanged();
+}
+
+void AppState::closeJumpDialog() {
+    isJumpDialogOpen = false;
+    releaseTextFocus();
+    notifyChanged();
+}
+
+// A selected row that the new filter hides gives way to the first row.
+void AppState::setJumpFilterQuery(const QString& text) {
+    jumpFilterQuery = text;
+    const QStringList rows = jumpRows();
+    if (jumpSelectedPath && JumpDialog::indexOfRow(rows, *jumpSelectedPath) < 0) {
+        jumpSelectedPath = rows.isEmpty() ? std::nullopt : std::optional(rows.first());
+    }
+    notifyChanged();
+}
+
+void AppState::clearJumpSelection() {
+    if (!isJumpDialogOpen) {
+        return;
+    }
+    jumpSelectedPath.reset();
+    ++jumpFocusNonce;
+    notifyChanged();
+}
+
+// Up from the first row gives the keys back to the filter field; there is no
+// wrap at the bottom.
+void AppState::moveJumpSelection(int delta) {
+    if (!isJumpDialogOpen) {
+        return;
+    }
+    const QStringList rows = jumpRows();
+    const int index = jumpSelectedPath ? JumpDialog::indexOfRow(rows, *jumpSelectedPath) : -1;
+    if (rows.isEmpty()) {
+        jumpSelectedPath.reset();
+    } else if (!jumpSelectedPath) {
+        if (delta >= 1) {
+            jumpSelectedPath = rows.first();
+        }
+    } else if (index < 0) {
+        jumpSelectedPath = delta < 1 ? rows.last() : rows.first();
+    } else if (index + delta < 0) {
+        jumpSelectedPath.reset();
+        ++jumpFocusNonce;
+    } else {
+        jumpSelectedPath = rows.at(std::min(index + delta, int(rows.size()) - 1));
+    }
+    notifyChanged();
+}
+
+void AppState::confirmJumpDialog() {
+    confirmJumpDialogAt(std::nullopt);
+}
+
+// A clicked row first, then the selected row, then the only row a filter left.
+void AppState::confirmJumpDialogAt(const std::optional<QString>& clickedPath) {
+    if (!isJumpDialogOpen) {
+        return;
+    }
+    const QStringList rows = jumpRows();
+    std::optional<QString> target = clickedPath;
+    if (!target && jumpSelectedPath && JumpDialog::indexOfRow(rows, *jumpSelectedPath) >= 0) {
+        target = jumpSelectedPath;
+    }
+    if (!target && rows.size() == 1) {
+        target = rows.first();
+    }
+    if (target) {
+        closeJumpDialog();
+        goToBookmark(*target);
+    }
+}
+
+void AppState::jumpToNumberedBookmark(int number) {
+    const QStringList rows = jumpRows();
+    if (!isJumpDialogOpen || number < 1 || number > 9 || number > rows.size()) {
+        return;
+    }
+    closeJumpDialog();
+    goToBookmark(rows.at(number - 1));
+}
+
+// A bookmark whose folder is gone is reported and dropped in the same step,
+// so that it cures itself by failing once.
+void AppState::goToBookmark(const QString& path) {
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    const QString folder = PathUtils::standardizedPath(path);
+    if (!isExistingFolder(folder)) {
+        errorMessage = QStringLiteral("Folder not found:\n") + path;
+        dosDialogActionIndex = 0;
+        jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, path);
+        saveJumpBookmarks();
+        notifyChanged();
+        return;
+    }
+    if (treeModeFor(*side)) {
+        leaveTreeMode(*side);
+    }
+    openLocation(FilerLocation::directory(folder), *side, std::nullopt);
+}
+
+void AppState::removeJumpBookmark() {
+    if (!isJumpDialogOpen || !jumpSelectedPath) {
+        return;
+    }
+    const int index = JumpDialog::indexOfRow(jumpRows(), *jumpSelectedPath);
+    if (index < 0) {
+        return;
+    }
+    jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, *jumpSelectedPath);
+    saveJumpBookmarks();
+    const QStringList rows = jumpRows();
+    if (rows.isEmpty()) {
+        jumpSelectedPath.reset();
+        ++jumpFocusNonce;
+    } else {
+        jumpSelectedPath = rows.at(std::min(index, int(rows.size()) - 1));
+    }
+    notifyChanged();
+}
+
+void AppState::setStartupFromJumpSelection() {
+    if (isJumpDialogOpen && jumpSelectedPath &&
+        JumpDialog::indexOfRow(jumpRows(), *jumpSelectedPath) >= 0) {
+        storeStartupDirectory(*jumpSelectedPath);
+    }
+}
+
+void AppState::storeStartupDirectory(const QString& path) {
+    const QString folder = PathUtils::standardizedPath(path);
+    if (isExistingFolder(folder)) {
+        m_preferences.setValue(PreferenceKeys::startupDirectory,
+                               FileSystemService::normalizedPathKey(folder));
+        startupDirectory = folder;
+    } else {
+        errorMessage = QStringLiteral("Folder not found:\n") + path;
+        dosDialogActionIndex = 0;
+    }
+    notifyChanged();
+}
+
+// True (and the message set) when the pane stands inside an archive.
+bool AppState::refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command) {
+    const auto refusal = ArchiveLocation::refusal(locationFor(side), command);
+    if (refusal) {
+        errorMessage = *refusal;
+        dosDialogActionIndex = 0;
+        notifyChanged();
+    }
+    return refusal.has_value();
+}
+
+// "+" on a folder row remembers that folder, not the one that holds it.
+std::optional<QString> AppState::bookmarkTarget(PaneSide side) const {
+    if (const auto session = treeModeFor(side) ? treeSessionFor(side) : nullptr) {
+        return session->selectedPath();
+    }
+    const QList<FileEntry> visible = visibleEntries(side);
+    const int index = selectionFor(side);
+    if (index >= 0 && index < visible.size()) {
+        const FileEntry& entry = visible.at(index);
+        if (entry.isDirectory && !entry.isParent && !entry.zipArchiveURL && !entry.isZipArchive) {
+            return PathUtils::standardizedPath(entry.url);
+        }
+    }
+    if (const auto* directory = locationFor(side).asDirectory()) {
+        return directory->url;
+    }
+    return std::nullopt;
+}
+
+void AppState::addJumpBookmark() {
+    const auto side = activeFilerSide();
+    if (!side || refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::bookmark)) {
+        return;
+    }
+    const std::optional<QString> target = bookmarkTarget(*side);
+    if (!target || !isExistingFolder(*target)) {
+        errorMessage = QStringLiteral("Not a folder");
+        dosDialogActionIndex = 0;
+        notifyChanged();
+        return;
+    }
+    jumpBookmarks = JumpDialog::withBookmarkAdded(jumpBookmarks, *target);
+    saveJumpBookmarks();
+    if (isJumpDialogOpen) {
+        jumpFilterQuery.clear();
+        jumpSelectedPath = jumpBookmarks.first();
+    }
+    notifyChanged();
+}
+
+// H sets the folder the pane shows, never the row under the cursor.
+void AppState::setStartupDirectoryToCurrent() {
+    const auto side = activeFilerSide();
+    if (!side || refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::setStartup)) {
+        return;
+    }
+    const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr;
+    if (session && session->selectedRow()) {
+        storeStartupDirectory(session->selectedPath());
+    } else if (const auto* directory = locationFor(*side).asDirectory()) {
+        storeStartupDirectory(directory->url);
+    }
+}

@@ -1,0 +1,288 @@
+// Tree mode: a pane shows the folder tree below the start folder beside the
+// files of the folder under the tree cursor.
+#include "core/AppState.h"
+
+#include "archive/ArchiveLocation.h"
+#include "core/PathUtils.h"
+#include "filesystem/FileSystemService.h"
+#include "search/TreeSession.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isAtOrBelow(const QString& path, const QString& root) {
+    return path == root || path.startsWith(root == QLatin1String("/") ? root : root + u'/');
+}
+
+int clampedIndex(int index, qsizetype count) {
+    return count == 0 ? 0 : std::clamp(index, 0, int(count) - 1);
+}
+
+} // namespace
+
+// Every change of a session ends here: the screen learns of it through the
+// revision, and the VIEWER follows the new cursor.
+void AppState::noteTreeChanged() {
+    ++treeRevision;
+    if (layoutMode == LayoutMode::filerGallery) {
+        rebuildGalleryItems();
+    }
+    syncPreview();
+    notifyChanged();
+}
+
+void AppState::toggleTreeMode() {
+    const auto side = activeFilerSide();
+    if (!side) {
+        return;
+    }
+    if (treeModeFor(*side)) {
+        if (const auto session = treeSessionFor(*side)) {
+            openLocation(FilerLocation::directory(session->selectedPath()), *side, std::nullopt);
+        }
+        leaveTreeMode(*side);
+        return;
+    }
+    if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::treeMode)) {
+        return;
+    }
+    const FilerLocation& location = locationFor(*side);
+    // The tree always grows from the start folder; a pane elsewhere starts
+    // on the root row.
+    const QString root = PathUtils::standardizedPath(startupDirectory);
+    const QString folder = location.asDirectory()->url;
+    const QString target = isAtOrBelow(folder, root) ? folder : root;
+    auto session = std::make_shared<TreeSession>(root, sortMode, showLocalizedNames);
+    session->expanded = TreeSession::expandedChain(root, target);
+    session->rebuildRows(showHiddenFiles);
+    session->select(target);
+    session->reloadFiles(showHiddenFiles);
+    (*side == PaneSide::left ? leftTreeSession : rightTreeSession) = session;
+    (*side == PaneSide::left ? leftTreeMode : rightTreeMode) = true;
+    noteTreeChanged();
+}
+
+void AppState::leaveTreeMode(PaneSide side) {
+    (side == PaneSide::left ? leftTreeMode : rightTreeMode) = false;
+    (side == PaneSide::left ? leftTreeSession : rightTreeSession).reset();
+    ++treeRevision;
+    notifyChanged();
+}
+
+// Esc goes back to the folder the pane showed before the tree, closing an
+// open filter in the same step.
+void AppState::exitTreeModeByEsc() {
+    const auto side = activeFilerSide();
+    if (!side || !treeModeFor(*side)) {
+        return;
+    }
+    if (isSearching) {
+        closeFilter(false);
+    }
+    leaveTreeMode(*side);
+    syncPreview();
+}
+
+void AppState::activateTreeSelection() {
+    const auto side = activeFilerSide();
+    const auto session = side ? treeSessionFor(*side) : nullptr;
+    if (!session) {
+        return;
+    }
+    if (!session->focusOnFiles) {
+        const QString path = session->selectedPath();
+        if (FileSystemService::accessRights(path, true, false).readable) {
+            openLocation(FilerLocation::directory(path), *side, std::nullopt);
+            leaveTreeMode(*side);
+        }
+        return;
+    }
+    const QList<FileEntry> visible = visibleTreeFiles(session->files);
+    if (session->fileSelection < 0 || session->fileSelection >= visible.size()) {
+        return;
+    }
+    const FileEntry entry = visible.at(session->fileSelection);
+    if (entry.isZipArchive) {
+        if (entry.isReadable) {
+            openLocation(FilerLocation::zip(PathUtils::standardizedPath(entry.url), QString()),
+                         *side, std::nullopt);
+            leaveTreeMode(*side);
+        }
+    } else if (entry.zipArchiveURL && entry.zipEntryPath && !entry.isDirectory) {
+        showArchivePreview(entry);
+    } else {
+        showEntryInViewer(entry);
+    }
+}
+
+// Moves the cursor of the list that has the keys to an index, clamped. A move
+// over the tree loads the new folder's files.
+void AppState::moveTreeCursorTo(PaneSide side, int index) {
+    const auto session = treeSessionFor(side);
+    if (!session) {
+        return;
+    }
+    if (session->focusOnFiles) {
+        session->fileSelection = clampedIndex(index, visibleTreeFiles(session->files).size());
+    } else {
+        session->selectedRowIndex = clampedIndex(index, session->rows.size());
+        session->reloadFiles(showHiddenFiles);
+    }
+    noteTreeChanged();
+}
+
+int AppState::treeCursorIndex(PaneSide side) const {
+    const auto session = treeSessionFor(side);
+    if (!session) {
+        return 0;
+    }
+    return session->focusOnFiles ? session->fileSelection : session->selectedRowIndex;
+}
+
+void AppState::moveTreeSelection(int delta) {
+    if (const auto side = activeFilerSide()) {
+        moveTreeCursorTo(*side, treeCursorIndex(*side) + delta);
+    }
+}
+
+void AppState::treeSelectFirst() {
+    if (const auto side = activeFilerSide()) {
+        moveTreeCursorTo(*side, 0);
+    }
+}
+
+void AppState::treeSelectLast() {
+    if (const auto side = activeFilerSide()) {
+        moveTreeCursorTo(*side, INT_MAX);
+    }
+}
+
+void AppState::treePage(int direction) {
+    if (const auto side = activeFilerSide()) {
+        moveTreeCursorTo(*side, treeCursorIndex(*side) + direction * pageStepForViewport());
+    }
+}
+
+void AppState::treeStepLeft() {
+    const auto side = activeFilerSide();
+    if (const auto session = side ? treeSessionFor(*side) : nullptr) {
+        session->collapseSelected(showHiddenFiles);
+        noteTreeChanged();
+    }
+}
+
+// An unreadable folder is never opened, nor its (empty) file list entered.
+void AppState::treeStepRight() {
+    const auto side = activeFilerSide();
+    const auto session = side ? treeSessionFor(*side) : nullptr;
+    if (!session ||
+        !FileSystemService::accessRights(session->selectedPath(), true, false).readable) {
+        return;
+    }
+    session->expandSelected(showHiddenFiles);
+    noteTreeChanged();
+}
+
+void AppState::selectTreeRow(PaneSide side, int index) {
+    const auto session = treeSessionFor(side);
+    if (!session || index < 0 || index >= session->rows.size()) {
+        return;
+    }
+    session->selectedRowIndex = index;
+    session->focusOnFiles = false;
+    session->reloadFiles(showHiddenFiles);
+    noteTreeChanged();
+}
+
+void AppState::selectTreeFile(PaneSide side, int index) {
+    const auto session = treeSessionFor(side);
+    if (!session || index < 0 || index >= session->files.size()) {
+        return;
+    }
+    session->fileSelection = index;
+    session->focusOnFiles = true;
+    noteTreeChanged();
+}
+
+// After file work or a change of a setting: every open tree is listed anew
+// with the current settings.
+void AppState::refreshTreeSessions() {
+    for (const auto& session : {leftTreeSession, rightTreeSession, searchTreeSession}) {
+        if (!session) {
+            continue;
+        }
+        session->sortMode = sortMode;
+        session->sortByLocalizedName = showLocalizedNames;
+        session->rebuildRows(showHiddenFiles);
+        session->reloadFiles(showHiddenFiles);
+    }
+    ++treeRevision;
+    notifyChanged();
+}
+
+// The filter narrows the file list, so the keys go there.
+void AppState::treeOpenFilter(PaneSide side) {
+    if (const auto session = treeSessionFor(side)) {
+        session->focusOnFiles = true;
+        ++treeRevision;
+    }
+}
+
+void AppState::treeApplyFilter(PaneSide side) {
+    const auto session = treeSessionFor(side);
+    if (!session) {
+        return;
+    }
+    const int count = int(visibleTreeFiles(session->files).size());
+    if (session->fileSelection >= count) {
+        session->fileSelection = std::max(0, count - 1);
+    }
+    noteTreeChanged();
+}
+
+void AppState::treeCloseFilterKeepingRow(PaneSide side) {
+    const auto session = treeSessionFor(side);
+    if (!session) {
+        return;
+    }
+    const QList<FileEntry> visible = visibleTreeFiles(session->files);
+    if (session->fileSelection >= 0 && session->fileSelection < visible.size()) {
+        const QString id = visible.at(session->fileSelection).id;
+        const auto found = std::find_if(session->files.begin(), session->files.end(),
+                                        [&](const FileEntry& e) { return e.id == id; });
+        if (found != session->files.end()) {
+            session->fileSelection = int(found - session->files.begin());
+            session->focusOnFiles = true;
+        }
+    }
+    ++treeRevision;
+}
+
+// Space on the file list tags the file and steps on; on the tree it tags
+// nothing and steps to the next folder.
+void AppState::treeToggleTagAtCursor(PaneSide side) {
+    const auto session = treeSessionFor(side);
+    if (!session) {
+        return;
+    }
+    if (!session->focusOnFiles) {
+        moveTreeCursorTo(side, session->selectedRowIndex + 1);
+        return;
+    }
+    const QList<FileEntry> visible = visibleTreeFiles(session->files);
+    const int index = session->fileSelection;
+    if (index < 0 || index >= visible.size()) {
+        return;
+    }
+    const FileEntry& entry = visible.at(index);
+    if (!entry.isParent && !entry.isDirectory && !entry.isInsideArchive()) {
+        toggleTag(tagKey(entry));
+    }
+    moveTreeCursorTo(side, index + 1);
+}
+
+QList<FileEntry> AppState::treeFiles(PaneSide side) const {
+    const auto session = treeSessionFor(side);
+    return session ? session->files : QList<FileEntry>{};
+}

@@ -1,0 +1,241 @@
+#include "search/TreeSession.h"
+
+#include "core/NaturalOrder.h"
+#include "core/PathUtils.h"
+#include "filesystem/FileAccessMemory.h"
+#include "filesystem/FileSystemService.h"
+
+#include <QFile>
+
+#include <algorithm>
+#include <vector>
+
+#include <dirent.h>
+#include <sys/stat.h>
+
+namespace {
+
+bool isHiddenName(const QString& name) {
+    return name.startsWith(QLatin1Char('.'));
+}
+
+bool isBelowOrAt(const QString& path, const QString& root) {
+    return path == root || path.startsWith(root == QLatin1String("/") ? root : root + u'/');
+}
+
+} // namespace
+
+TreeSession::TreeSession(const QString& rootPath, FilerSortMode mode, bool byLocalizedName)
+    : root(PathUtils::standardizedPath(rootPath))
+    , sortMode(mode)
+    , sortByLocalizedName(byLocalizedName) {}
+
+QString TreeSession::selectedPath() const {
+    const TreeRow* row = selectedRow();
+    return row ? row->path : root;
+}
+
+const TreeRow* TreeSession::selectedRow() const {
+    if (selectedRowIndex < 0 || selectedRowIndex >= rows.size()) {
+        return nullptr;
+    }
+    return &rows.at(selectedRowIndex);
+}
+
+QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, bool) {
+    // On Linux the display name is the name, so both sort keys are the same.
+    const QByteArray base = QFile::encodeName(PathUtils::standardizedPath(folder));
+    DIR* dir = ::opendir(base.constData());
+    if (!dir) {
+        return {};
+    }
+    std::vector<std::pair<QCollatorSortKey, QString>> found;
+    while (const struct dirent* item = ::readdir(dir)) {
+        const char* raw = item->d_name;
+        if (raw[0] == '.' && (!showHidden || raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
+            continue;
+        }
+        const QByteArray full = base == "/" ? QByteArray("/") + raw : base + '/' + raw;
+        bool isFolder = item->d_type == DT_DIR;
+        if (item->d_type == DT_UNKNOWN) {
+            struct stat st;
+            isFolder = ::lstat(full.constData(), &st) == 0 && S_ISDIR(st.st_mode);
+        }
+        if (isFolder) {
+            const QString name = QFile::decodeName(raw);
+            found.emplace_back(NaturalOrder::sortKey(name), QFile::decodeName(full));
+        }
+    }
+    ::closedir(dir);
+    std::sort(found.begin(), found.end(),
+              [](const auto& a, const auto& b) { return a.first.compare(b.first) < 0; });
+    QStringList paths;
+    for (const auto& entry : found) {
+        paths.append(entry.second);
+    }
+    return paths;
+}
+
+TreeRow TreeSession::makeRow(const QString& path, int depth, const QList<bool>& ancestors,
+                             bool showHidden) const {
+    TreeRow row;
+    row.path = path;
+    row.name = PathUtils::lastPathComponent(path);
+    row.localizedName = row.name;
+    row.depth = depth;
+    row.isExpanded = expanded.contains(path);
+    row.hasChildren = !listSubfolders(path, showHidden, sortByLocalizedName).isEmpty();
+    row.ancestorHasMore = ancestors;
+    const FileAccessMemory::Record rights = FileSystemService::accessRights(path, true, false);
+    row.isReadable = rights.readable;
+    row.isWritable = rights.writable;
+    return row;
+}
+
+void TreeSession::appendChildren(const QString& parent, int depth, const QList<bool>& ancestors,
+                                 bool showHidden) {
+    const QStringList children = listSubfolders(parent, showHidden, sortByLocalizedName);
+    for (qsizetype i = 0; i < children.size(); ++i) {
+        const TreeRow row = makeRow(children[i], depth, ancestors, showHidden);
+        rows.append(row);
+        if (row.isExpanded) {
+            appendChildren(row.path, depth + 1, ancestors + QList<bool>{i < children.size() - 1},
+                           showHidden);
+        }
+    }
+}
+
+void TreeSession::rebuildRows(bool showHidden) {
+    const QString remembered = selectedRow() ? selectedRow()->path : QString();
+    rows.clear();
+    rows.append(makeRow(root, 0, {}, showHidden));
+    if (rows.first().isExpanded) {
+        appendChildren(root, 1, {}, showHidden);
+    }
+    FileAccessMemory::persist();
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [&](const TreeRow& row) { return row.path == remembered; });
+    selectedRowIndex = found == rows.end() ? 0 : int(found - rows.begin());
+}
+
+void TreeSession::reloadFiles(bool showHidden) {
+    files.clear();
+    auto listed =
+        FileSystemService::listDirectory(selectedPath(), showHidden, sortMode, sortByLocalizedName);
+    if (listed.ok()) {
+        for (const FileEntry& entry : listed.value()) {
+            if (!entry.isParent && !entry.isDirectory) {
+                files.append(entry);
+            }
+        }
+    }
+    fileSelection = std::clamp(fileSelection, 0, std::max(0, int(files.size()) - 1));
+}
+
+void TreeSession::select(const QString& path) {
+    const QString wanted = PathUtils::standardizedPath(path);
+    const auto found = std::find_if(rows.begin(), rows.end(),
+                                    [&](const TreeRow& row) { return row.path == wanted; });
+    if (found != rows.end()) {
+        selectedRowIndex = int(found - rows.begin());
+    }
+}
+
+void TreeSession::expandSelected(bool showHidden) {
+    const TreeRow* row = selectedRow();
+    if (!row) {
+        return;
+    }
+    if (row->hasChildren && !row->isExpanded) {
+        expanded.insert(row->path);
+        rebuildRows(showHidden);
+        reloadFiles(showHidden);
+        return;
+    }
+    focusOnFiles = true;
+    if (!files.isEmpty()) {
+        fileSelection = std::min(fileSelection, int(files.size()) - 1);
+    }
+}
+
+void TreeSession::collapseSelected(bool showHidden) {
+    if (focusOnFiles) {
+        focusOnFiles = false;
+        return;
+    }
+    const TreeRow* row = selectedRow();
+    if (!row) {
+        return;
+    }
+    if (row->isExpanded) {
+        const QString path = row->path;
+        const QString below = path == QLatin1String("/") ? path : path + u'/';
+        expanded.removeIf([&](const QString& p) { return p == path || p.startsWith(below); });
+        rebuildRows(showHidden);
+        reloadFiles(showHidden);
+    } else if (row->depth >= 1) {
+        select(PathUtils::parentPath(row->path));
+        reloadFiles(showHidden);
+    }
+}
+
+FileEntry TreeSession::selectedFolderEntry() const {
+    const QString path = selectedPath();
+    FileEntry entry;
+    entry.id = QStringLiteral("tree:") + path;
+    entry.name = PathUtils::lastPathComponent(path);
+    entry.localizedName = entry.name;
+    entry.url = path;
+    entry.isDirectory = true;
+    entry.isHidden = isHiddenName(entry.name);
+    struct stat st;
+    if (::lstat(QFile::encodeName(path).constData(), &st) == 0) {
+        entry.modificationDate = QDateTime::fromMSecsSinceEpoch(
+            int64_t(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1'000'000, Qt::UTC);
+    }
+    const FileAccessMemory::Record rights = FileSystemService::accessRights(path, true, false);
+    entry.isReadable = rights.readable;
+    entry.isWritable = rights.writable;
+    entry.permissionMode = rights.mode;
+    entry.ownerName = rights.owner;
+    entry.groupName = rights.group;
+    return entry;
+}
+
+QSet<QString> TreeSession::expandedChain(const QString& rootPath, const QString& target) {
+    const QString top = PathUtils::standardizedPath(rootPath);
+    QString current = PathUtils::standardizedPath(target);
+    QSet<QString> chain{top};
+    if (!isBelowOrAt(current, top)) {
+        return chain;
+    }
+    while (current != top) {
+        const QString parent = PathUtils::parentPath(current);
+        if (parent == current) {
+            break;
+        }
+        chain.insert(parent);
+        current = parent;
+    }
+    return chain;
+}
+
+QString TreeSession::prefix(const TreeRow& row) {
+    if (row.depth == 0) {
+        return {};
+    }
+    QString text;
+    for (const bool more : row.ancestorHasMore) {
+        text += more ? QStringLiteral("|  ") : QStringLiteral("   ");
+    }
+    return text + QStringLiteral("+--");
+}
+
+QString TreeSession::label(const TreeRow& row, bool showLocalizedNames) {
+    const QString name = showLocalizedNames ? row.localizedName : row.name;
+    return !row.isExpanded && row.hasChildren ? name + u'>' : name;
+}
+
+QString TreeSession::rowText(const TreeRow& row, bool showLocalizedNames) {
+    return u' ' + prefix(row) + label(row, showLocalizedNames);
+}

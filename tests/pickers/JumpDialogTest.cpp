@@ -1,0 +1,166 @@
+// The jump dialog: its rows through the filter, walking them, jumping, and
+// the bookmarks and start folder it keeps in the settings.
+#include "archive/ArchiveLocation.h"
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "pickers/JumpDialog.h"
+#include "support/TestDir.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+TEST(JumpRowsTest, FilterKeepsStoredOrderAndIgnoresCaseAndWidth) {
+    const QStringList marks{"/home/u/Projects", "/srv/data", "/home/u/ＰＨＯＴＯＳ"};
+    EXPECT_EQ(JumpDialog::jumpRows(marks, " \n"), marks);
+    EXPECT_EQ(JumpDialog::jumpRows(marks, "HOME"),
+              (QStringList{"/home/u/Projects", "/home/u/ＰＨＯＴＯＳ"}));
+    EXPECT_EQ(JumpDialog::jumpRows(marks, " photos "), QStringList{"/home/u/ＰＨＯＴＯＳ"});
+    EXPECT_TRUE(JumpDialog::jumpRows(marks, "nowhere").isEmpty());
+}
+
+TEST(JumpRowsTest, AddingPutsInFrontWithoutDuplicatesAndKeepsFifty) {
+    QStringList marks;
+    for (int i = 0; i < 50; ++i) {
+        marks.append(QStringLiteral("/b/%1").arg(i));
+    }
+    const QStringList added = JumpDialog::withBookmarkAdded(marks, "/b/7/");
+    EXPECT_EQ(added.size(), 50);
+    EXPECT_EQ(added.first(), "/b/7");
+    EXPECT_EQ(added.count("/b/7"), 1);
+    EXPECT_EQ(added.last(), "/b/49");
+    const QStringList fresh = JumpDialog::withBookmarkAdded(marks, "/new");
+    EXPECT_EQ(fresh.first(), "/new");
+    EXPECT_EQ(fresh.last(), "/b/48");
+}
+
+class JumpDialogTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        for (const char* folder : {"alpha", "beta", "gamma", "start"}) {
+            dir.makeFolder(folder);
+        }
+        preferences.setValue("startupDirectory", dir.filePath("start"));
+        preferences.setValue(
+            "jumpBookmarks",
+            QStringList{dir.filePath("alpha"), dir.filePath("beta"), dir.filePath("gamma")});
+        state = std::make_unique<AppState>(preferences);
+        state->refreshAll();
+        state->openJumpDialog();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    QStringList stored() const { return preferences.stringListElements("jumpBookmarks"); }
+
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(JumpDialogTest, WalkingTheRows) {
+    const int64_t nonce = state->jumpFocusNonce;
+    state->moveJumpSelection(-1); // Up in the filter field stays there
+    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
+    state->moveJumpSelection(1);
+    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("alpha"));
+    state->moveJumpSelection(5); // no wrap at the bottom
+    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("gamma"));
+    state->setJumpFilterQuery("ALP"); // the selection gives way to the first row
+    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("alpha"));
+    state->moveJumpSelection(-1); // Up from the first row: back to the field
+    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
+    EXPECT_GT(state->jumpFocusNonce, nonce);
+}
+
+TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeaves) {
+    state->confirmJumpDialog(); // three rows and none selected: nothing
+    EXPECT_TRUE(state->isJumpDialogOpen);
+    state->setJumpFilterQuery("gam");
+    state->confirmJumpDialog();
+    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("gamma")));
+}
+
+TEST_F(JumpDialogTest, DigitsCountTheFilteredRows) {
+    state->setJumpFilterQuery("a"); // alpha, beta, gamma: all hold an "a"
+    state->jumpToNumberedBookmark(4);
+    EXPECT_TRUE(state->isJumpDialogOpen);
+    state->setJumpFilterQuery("eta");
+    state->jumpToNumberedBookmark(1);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("beta")));
+}
+
+TEST_F(JumpDialogTest, ADeadBookmarkIsReportedAndRemoved) {
+    QDir(dir.filePath("beta")).removeRecursively();
+    state->jumpToNumberedBookmark(2);
+    EXPECT_EQ(state->errorMessage, "Folder not found:\n" + dir.filePath("beta"));
+    EXPECT_EQ(state->dosDialogActionIndex, 0);
+    EXPECT_EQ(stored(), (QStringList{dir.filePath("alpha"), dir.filePath("gamma")}));
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("start")));
+}
+
+TEST_F(JumpDialogTest, RemovingSelectsTheRowThatTakesItsPlace) {
+    state->moveJumpSelection(1);
+    state->moveJumpSelection(5); // gamma, the last row
+    state->removeJumpBookmark();
+    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("beta"));
+    state->moveJumpSelection(-1); // alpha; beta then takes its place
+    state->removeJumpBookmark();
+    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("beta"));
+    state->removeJumpBookmark();
+    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
+    EXPECT_TRUE(stored().isEmpty());
+}
+
+TEST_F(JumpDialogTest, PlusRemembersTheFolderUnderTheCursor) {
+    state->closeJumpDialog();
+    state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "start");
+    state->addJumpBookmark();
+    EXPECT_EQ(stored().first(), dir.filePath("start"));
+    // On the parent row the pane's own folder is remembered.
+    state->setSelection(0, PaneSide::left);
+    state->addJumpBookmark();
+    EXPECT_EQ(stored().first(), dir.path());
+    EXPECT_EQ(stored().size(), 5);
+}
+
+TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
+    state->moveJumpSelection(1);
+    state->moveJumpSelection(1);
+    state->setStartupFromJumpSelection();
+    EXPECT_TRUE(state->isJumpDialogOpen);
+    EXPECT_EQ(state->startupDirectory, dir.filePath("beta"));
+    EXPECT_EQ(preferences.stringValue("startupDirectory"), dir.filePath("beta"));
+    state->closeJumpDialog();
+    // H takes the pane's folder, not the folder row under the cursor.
+    state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "gamma");
+    state->setStartupDirectoryToCurrent();
+    EXPECT_EQ(state->startupDirectory, dir.path());
+    state->goToStartupDirectory();
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+}
+
+TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
+    state->closeJumpDialog();
+    state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), "docs");
+    state->addJumpBookmark();
+    EXPECT_EQ(state->errorMessage,
+              ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::bookmark));
+    state->errorMessage.reset();
+    state->setStartupDirectoryToCurrent();
+    EXPECT_EQ(state->errorMessage,
+              ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::setStartup));
+    EXPECT_EQ(stored().size(), 3);
+    EXPECT_EQ(state->startupDirectory, dir.filePath("start"));
+}
+
+TEST_F(JumpDialogTest, DoesNotOpenOverThePickers) {
+    state->closeJumpDialog();
+    state->isSortPickerOpen = true;
+    state->openJumpDialog();
+    EXPECT_FALSE(state->isJumpDialogOpen);
+}
+
+} // namespace

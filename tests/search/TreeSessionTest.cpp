@@ -1,0 +1,243 @@
+// Tree mode: the rows and their lines, opening and closing folders, hidden
+// and unreadable folders, and the commands of a pane in tree mode.
+#include "archive/ArchiveLocation.h"
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "search/TreeSession.h"
+#include "support/TestDir.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStringList>
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace {
+
+// Runs a check in a child process under the "nobody" account when the tests
+// run as root (root reads every folder); 0 means that the check held.
+int runAsUnprivilegedUser(const std::function<bool()>& check) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
+            ::_exit(2);
+        }
+        ::_exit(check() ? 0 : 1);
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 3;
+}
+
+class TreeSessionTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&rights);
+        for (const char* folder :
+             {"Music/Jazz", "Music/Rock/Live", "Photos", "Work2", "Work10", ".config/app"}) {
+            dir.makeFolder(folder);
+        }
+        dir.makeFile("Music/track.mp3", "x");
+        dir.makeFile("Music/.hidden.mp3", "x");
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    static QStringList texts(const TreeSession& session) {
+        QStringList lines;
+        for (const TreeRow& row : session.rows) {
+            lines.append(TreeSession::rowText(row, true));
+        }
+        return lines;
+    }
+
+    TreeSession openAt(const QString& target, bool showHidden = false) {
+        TreeSession session(dir.path(), FilerSortMode::name, true);
+        session.expanded = TreeSession::expandedChain(dir.path(), target);
+        session.rebuildRows(showHidden);
+        session.select(target);
+        session.reloadFiles(showHidden);
+        return session;
+    }
+
+    MemoryPreferences rights;
+    TestDir dir;
+};
+
+TEST_F(TreeSessionTest, RowsAreDrawnWithBranchesAndNaturalOrder) {
+    TreeSession session = openAt(dir.filePath("Music/Rock"));
+    const QString root = QFileInfo(dir.path()).fileName();
+    EXPECT_EQ(texts(session), (QStringList{" " + root, " +--Music", " |  +--Jazz", " |  +--Rock>",
+                                           " +--Photos", " +--Work2", " +--Work10"}));
+    EXPECT_EQ(session.selectedPath(), dir.filePath("Music/Rock"));
+    // The last child draws the same branch as its brothers; below a last
+    // child the ancestor column is blank.
+    session.select(dir.filePath("Music/Rock"));
+    session.expandSelected(false);
+    EXPECT_EQ(texts(session).at(4), " |     +--Live");
+}
+
+TEST_F(TreeSessionTest, ExpandingACollapsedAncestorShowsOnlyItsFirstLevel) {
+    TreeSession session = openAt(dir.filePath("Music/Rock/Live"));
+    EXPECT_EQ(session.rows.size(), 8);
+    session.select(dir.filePath("Music"));
+    session.collapseSelected(false);
+    EXPECT_EQ(session.rows.size(), 5);
+    EXPECT_EQ(session.expanded, QSet<QString>{dir.path()});
+    session.expandSelected(false);
+    EXPECT_EQ(texts(session).mid(1, 3), (QStringList{" +--Music", " |  +--Jazz", " |  +--Rock>"}));
+    EXPECT_EQ(session.selectedPath(), dir.filePath("Music"));
+    EXPECT_EQ(session.files.size(), 1); // track.mp3; the hidden file stays out
+}
+
+TEST_F(TreeSessionTest, LeftAndRightSteps) {
+    TreeSession session = openAt(dir.filePath("Photos"));
+    // Right on a leaf goes to its (empty) file list; Left comes back first.
+    session.expandSelected(false);
+    EXPECT_TRUE(session.focusOnFiles);
+    session.collapseSelected(false);
+    EXPECT_FALSE(session.focusOnFiles);
+    // Left on a closed row goes to the parent row, then closes it.
+    session.collapseSelected(false);
+    EXPECT_EQ(session.selectedRowIndex, 0);
+    session.collapseSelected(false);
+    EXPECT_EQ(session.rows.size(), 1);
+    EXPECT_EQ(TreeSession::rowText(session.rows[0], true).back(), u'>');
+    // The root row, closed, stays as it is.
+    session.collapseSelected(false);
+    EXPECT_EQ(session.rows.size(), 1);
+}
+
+TEST_F(TreeSessionTest, HiddenFoldersOnlyWhenAsked) {
+    EXPECT_EQ(openAt(dir.path()).rows.size(), 5);
+    const TreeSession shown = openAt(dir.path(), true);
+    EXPECT_EQ(shown.rows.size(), 6);
+    EXPECT_EQ(shown.rows[1].name, ".config");
+    EXPECT_TRUE(shown.rows[1].hasChildren);
+    EXPECT_EQ(openAt(dir.filePath("Music"), true).files.size(), 2);
+}
+
+TEST_F(TreeSessionTest, AVanishedFolderDropsItsRowAndTheCursorFallsBack) {
+    TreeSession session = openAt(dir.filePath("Work10"));
+    QDir(dir.filePath("Work10")).removeRecursively();
+    session.rebuildRows(false);
+    EXPECT_EQ(session.selectedRowIndex, 0);
+    EXPECT_EQ(session.rows.size(), 4);
+}
+
+TEST_F(TreeSessionTest, ExpandedChainAndTheVolumeRoot) {
+    EXPECT_EQ(TreeSession::expandedChain("/a", "/a/b/c"), (QSet<QString>{"/a", "/a/b"}));
+    EXPECT_EQ(TreeSession::expandedChain("/a", "/ab/c"), QSet<QString>{"/a"});
+    EXPECT_EQ(TreeSession::expandedChain("/", "/x/y"), (QSet<QString>{"/", "/x"}));
+    TreeSession top("/", FilerSortMode::name, true);
+    top.rebuildRows(false);
+    EXPECT_EQ(top.rows[0].name, "/");
+    EXPECT_EQ(top.rows[0].localizedName, "/");
+    EXPECT_EQ(TreeSession::label(top.rows[0], true), "/>");
+}
+
+TEST_F(TreeSessionTest, UnreadableFoldersHaveNoChildrenAndAreNotEntered) {
+    dir.makeFolder("Locked/inside");
+    dir.setMode("", 0755);
+    dir.setMode("Music", 0755);
+    dir.setMode("Locked", 0);
+    const QString root = dir.path();
+    const int status = runAsUnprivilegedUser([&] {
+        TreeSession session(root, FilerSortMode::name, true);
+        session.expanded = {root};
+        session.rebuildRows(false);
+        session.select(root + "/Locked");
+        const TreeRow locked = *session.selectedRow();
+        session.reloadFiles(false);
+        const int before = int(session.rows.size());
+        session.expandSelected(false);
+        return !locked.hasChildren && !locked.isReadable && session.files.isEmpty() &&
+               int(session.rows.size()) == before && !session.expanded.contains(root + "/Locked");
+    });
+    EXPECT_EQ(status, 0);
+}
+
+class TreeModeTest : public TreeSessionTest {
+protected:
+    void SetUp() override {
+        TreeSessionTest::SetUp();
+        preferences.setValue("startupDirectory", dir.path());
+        state = std::make_unique<AppState>(preferences);
+        state->refreshAll();
+    }
+    TreeSession& session() { return *state->leftTreeSession; }
+
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
+    state->openLocation(FilerLocation::directory(dir.filePath("Music/Rock")), PaneSide::left, {});
+    state->toggleTreeMode();
+    ASSERT_TRUE(state->leftTreeMode);
+    EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Rock"));
+    const auto entry = state->currentEntry();
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->id, "tree:" + dir.filePath("Music/Rock"));
+    EXPECT_TRUE(entry->isDirectory);
+    // Esc returns to the folder shown before; T goes to the tree's folder.
+    state->moveTreeSelection(-1);
+    state->exitTreeModeByEsc();
+    EXPECT_FALSE(state->leftTreeSession);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Music/Rock")));
+    state->toggleTreeMode();
+    state->moveTreeSelection(-1);
+    state->toggleTreeMode();
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Music/Jazz")));
+}
+
+TEST_F(TreeModeTest, EnteringFromElsewhereStartsOnTheRootRow) {
+    TestDir other;
+    state->openLocation(FilerLocation::directory(other.path()), PaneSide::left, {});
+    state->toggleTreeMode();
+    EXPECT_EQ(session().selectedRowIndex, 0);
+    EXPECT_EQ(session().root, dir.path());
+}
+
+TEST_F(TreeModeTest, FileListKeysAndEnter) {
+    state->openLocation(FilerLocation::directory(dir.filePath("Music")), PaneSide::left, {});
+    state->toggleTreeMode();
+    state->treeStepRight(); // opens Music
+    state->treeStepRight(); // Music is open: into its files
+    EXPECT_TRUE(session().focusOnFiles);
+    EXPECT_EQ(state->currentEntry()->name, "track.mp3");
+    state->treeToggleTagAtCursor(PaneSide::left);
+    EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("Music/track.mp3")));
+    state->treeStepLeft();
+    state->treeSelectLast();
+    EXPECT_EQ(session().selectedPath(), dir.filePath("Work10"));
+    EXPECT_TRUE(session().files.isEmpty());
+    state->activateTreeSelection();
+    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Work10")));
+}
+
+TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefused) {
+    const FilerLocation archive = FilerLocation::zip(dir.filePath("a.zip"), QString());
+    state->leftLocation = archive;
+    state->toggleTreeMode();
+    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_EQ(state->errorMessage,
+              ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::treeMode));
+    EXPECT_EQ(state->leftLocation, archive);
+}
+
+TEST_F(TreeModeTest, EscWithAnOpenFilterLeavesInOneStep) {
+    state->toggleTreeMode();
+    state->openFilter();
+    state->searchQuery = "zzz";
+    state->exitTreeModeByEsc();
+    EXPECT_FALSE(state->isSearching);
+    EXPECT_FALSE(state->leftTreeMode);
+}
+
+} // namespace
