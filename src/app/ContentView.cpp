@@ -1,17 +1,28 @@
 #include "app/ContentView.h"
 
+#include "app/AppMenus.h"
 #include "core/AppState.h"
 #include "ui/EditorPaneView.h"
 #include "ui/FilerPaneView.h"
+#include "ui/FunctionToolbarView.h"
+#include "ui/OverlayView.h"
 #include "ui/Palette.h"
+#include "ui/StatusBarView.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
+#include <QScreen>
+#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
+
 constexpr QSize kMinimumSize(840, 560);
-}
+constexpr QSize kDefaultSize(1100, 680);
+// How long the size must hold still before a resize counts as ended.
+constexpr int kResizeSettleMilliseconds = 150;
+
+} // namespace
 
 ContentView::ContentView(AppState& state, QWidget* parent)
     : QWidget(parent)
@@ -26,12 +37,24 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
+    m_menus = new AppMenus(m_state, this);
+    column->setMenuBar(m_menus);
+    column->addWidget(new FunctionToolbarView(m_state, this));
     m_panes = new QHBoxLayout;
     m_panes->setSpacing(0);
     m_panes->addWidget(new FilerPaneView(m_state, PaneSide::left, this), 1);
     column->addLayout(m_panes, 1);
+    column->addWidget(new StatusBarView(m_state, this));
     rebuildRightHalf();
+    m_overlay = new OverlayView(m_state, this);
 
+    m_resizeSettle = new QTimer(this);
+    m_resizeSettle->setSingleShot(true);
+    m_resizeSettle->setInterval(kResizeSettleMilliseconds);
+    connect(m_resizeSettle, &QTimer::timeout, this, [this] {
+        update();
+        m_state.noteResizeEnded();
+    });
     connect(&m_state, &AppState::changed, this, &ContentView::rebuildRightHalf);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             &ContentView::followApplicationState);
@@ -43,7 +66,29 @@ void ContentView::showEvent(QShowEvent* event) {
         return;
     }
     m_hasAppeared = true;
+    placeInitialFrame();
     m_state.refreshAll();
+}
+
+// A window that comes up smaller than the minimum gets the default size,
+// centred on its screen.
+void ContentView::placeInitialFrame() {
+    if (width() >= kMinimumSize.width() && height() >= kMinimumSize.height()) {
+        return;
+    }
+    resize(kDefaultSize);
+    if (const QScreen* screen =
+            this->screen() ? this->screen() : QGuiApplication::primaryScreen()) {
+        const QRect available = screen->availableGeometry();
+        move(available.center() - QPoint(kDefaultSize.width() / 2, kDefaultSize.height() / 2));
+    }
+}
+
+void ContentView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    m_overlay->setGeometry(rect());
+    m_state.noteWindowResized(width(), height(), AppState::ResizePhase::live);
+    m_resizeSettle->start();
 }
 
 void ContentView::followApplicationState(Qt::ApplicationState applicationState) {
@@ -67,10 +112,14 @@ void ContentView::rebuildRightHalf() {
     if (m_rightHalf) {
         m_rightHalf->deleteLater();
     }
+    // The gallery brings its own view; until then its half shows the VIEWER.
     if (m_state.layoutMode == LayoutMode::dualFiler) {
         m_rightHalf = new FilerPaneView(m_state, PaneSide::right, this);
     } else {
         m_rightHalf = new EditorPaneView(m_state, this);
     }
     m_panes->addWidget(m_rightHalf, 1);
+    if (m_overlay) {
+        m_overlay->raise();
+    }
 }

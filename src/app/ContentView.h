@@ -2,27 +2,39 @@
 
 #include <QWidget>
 
+class AppMenus;
 class AppState;
+class OverlayView;
 class QHBoxLayout;
+class QTimer;
 
-// The main window's content: the two halves of the screen, rebuilt to follow
-// the layout, and the start-up and re-activation refreshes.
+// The main window: the function toolbar, the two halves of the screen (the
+// right one by layout), the status bar, and over them the one overlay. One
+// navy surface under everything; a resize that has settled is reported to
+// the state once.
 class ContentView : public QWidget {
     Q_OBJECT
 
 public:
     explicit ContentView(AppState& state, QWidget* parent = nullptr);
 
+    OverlayView* overlay() const { return m_overlay; }
+
 protected:
     void showEvent(QShowEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
     void followApplicationState(Qt::ApplicationState applicationState);
     void rebuildRightHalf();
+    void placeInitialFrame();
 
     AppState& m_state;
+    AppMenus* m_menus = nullptr;
     QHBoxLayout* m_panes = nullptr;
     QWidget* m_rightHalf = nullptr;
+    OverlayView* m_overlay = nullptr;
+    QTimer* m_resizeSettle = nullptr;
     int m_rightHalfLayout = -1;
     bool m_hasAppeared = false;
 };

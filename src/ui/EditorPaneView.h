@@ -1,11 +1,13 @@
 #pragma once
 
+#include "ui/HeaderBar.h"
+
 #include <QWidget>
 
 class AppState;
 
 // The right half in the viewer layout: the VIEWER or EDITOR header above the
-// shown file. The file's body is drawn by the preview views.
+// shown file. The file's body is drawn by the preview and editor views.
 class EditorPaneView : public QWidget {
     Q_OBJECT
 
@@ -16,5 +18,8 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
+    QList<HeaderBar::Item> leadingItems() const;
+    QList<HeaderBar::Item> trailingItems() const;
+
     AppState& m_state;
 };

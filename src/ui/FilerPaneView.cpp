@@ -1,158 +1,333 @@
 #include "ui/FilerPaneView.h"
 
 #include "core/AppState.h"
-#include "core/Formats.h"
+#include "core/EntryDisplay.h"
+#include "ui/HeaderBar.h"
+#include "ui/PaneFrame.h"
 #include "ui/Palette.h"
 #include "ui/ScreenFont.h"
+#include "ui/ScreenText.h"
 
+#include <QAbstractScrollArea>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMouseEvent>
 #include <QPainter>
+#include <QPropertyAnimation>
 #include <QScrollBar>
+#include <QTimer>
+#include <QVBoxLayout>
 
 namespace {
 
-constexpr int kPadding = 8;
-constexpr int kColumnGap = 8;
+constexpr double kRowPadding = 8;
+constexpr double kColumnGap = 8;
+constexpr double kListPadding = 2;
+constexpr int kScrollMilliseconds = 80;
 
-QColor entryColor(const FileEntry& entry) {
-    if (entry.isDirectory) {
-        return entry.isReadable ? Palette::dirText() : Palette::unreadableDirText();
-    }
-    if (entry.isZipArchive) {
-        return entry.isReadable ? Palette::archiveText() : Palette::unreadableArchiveText();
-    }
-    if (!entry.isReadable) {
+QColor colorFor(EntryDisplay::ColorRole role) {
+    using R = EntryDisplay::ColorRole;
+    switch (role) {
+    case R::file:
+        return Palette::fileText();
+    case R::readOnlyFile:
+        return Palette::readOnlyFileText();
+    case R::unreadableFile:
         return Palette::unreadableFileText();
+    case R::dir:
+        return Palette::dirText();
+    case R::unreadableDir:
+        return Palette::unreadableDirText();
+    case R::localizedDir:
+        return Palette::localizedDirText();
+    case R::unreadableLocalizedDir:
+        return Palette::unreadableLocalizedDirText();
+    case R::archive:
+        return Palette::archiveText();
+    case R::unreadableArchive:
+        return Palette::unreadableArchiveText();
     }
-    return entry.isWritable ? Palette::fileText() : Palette::readOnlyFileText();
+    return Palette::baseText();
 }
 
-QString sizeText(const FileEntry& entry) {
-    if (entry.isDirectory) {
-        return QStringLiteral("<DIR>");
-    }
-    return entry.size ? Formats::formatCompactSize(*entry.size) : QString();
+// A colour laid over navy at an opacity, as one opaque colour.
+QColor overNavy(QColor color, double opacity) {
+    const QColor navy = Palette::paneBackground();
+    return QColor::fromRgbF(color.redF() * opacity + navy.redF() * (1 - opacity),
+                            color.greenF() * opacity + navy.greenF() * (1 - opacity),
+                            color.blueF() * opacity + navy.blueF() * (1 - opacity));
 }
 
-QString locationText(const FilerLocation& location) {
-    if (const auto* directory = location.asDirectory()) {
-        return directory->url;
-    }
-    const auto* zip = location.asZip();
-    return zip->archive + QLatin1Char('/') + zip->innerPath;
-}
+const QString kScrollBarStyle = QStringLiteral(
+    "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
+    "QScrollBar::handle:vertical { background: rgba(140, 140, 217, 160); min-height: 24px;"
+    " border-radius: 3px; }"
+    "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
+    "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }");
 
 } // namespace
 
+// The rows of a pane. Scrolls by points; paints only the rows in view.
+class FilerRowList : public QAbstractScrollArea {
+public:
+    FilerRowList(AppState& state, PaneSide side, QWidget* parent)
+        : QAbstractScrollArea(parent)
+        , m_state(state)
+        , m_side(side) {
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+        verticalScrollBar()->setStyleSheet(kScrollBarStyle);
+        viewport()->setAutoFillBackground(false);
+        m_animation = new QPropertyAnimation(verticalScrollBar(), "value", this);
+        m_animation->setDuration(kScrollMilliseconds);
+        m_animation->setEasingCurve(QEasingCurve::InOutQuad);
+    }
+
+    void sync() {
+        m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
+        m_rows = m_state.visibleEntries(m_side);
+        updateRange();
+        const QString identity = EntryDisplay::locationPath(m_state.locationFor(m_side)) +
+                                 QLatin1Char('-') + QString::number(listEpoch());
+        const int selection = m_state.selectionFor(m_side);
+        if (identity != m_identity) {
+            // A new list starts with its cursor row in the middle at once.
+            m_identity = identity;
+            m_animation->stop();
+            verticalScrollBar()->setValue(centredOffset(selection));
+        } else if (selection != m_selection) {
+            m_animation->stop();
+            m_animation->setStartValue(verticalScrollBar()->value());
+            m_animation->setEndValue(centredOffset(selection));
+            m_animation->start();
+        }
+        m_selection = selection;
+        viewport()->update();
+    }
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QAbstractScrollArea::resizeEvent(event);
+        updateRange();
+    }
+
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(viewport());
+        painter.fillRect(viewport()->rect(), Palette::paneBackground());
+        const double height = rowHeight();
+        const int offset = verticalScrollBar()->value();
+        const int first = std::max(0, int((offset - kListPadding) / height));
+        for (int index = first; index < m_rows.size(); ++index) {
+            const double top = kListPadding + index * height - offset;
+            if (top > viewport()->height()) {
+                break;
+            }
+            paintRow(painter, m_rows.at(index), QRectF(0, top, viewport()->width(), height),
+                     index == m_selection);
+        }
+    }
+
+    void mousePressEvent(QMouseEvent* event) override {
+        m_state.focusPane(m_side);
+        if (const std::optional<int> row = rowAt(event->position().y())) {
+            m_state.setSelection(*row, m_side);
+        }
+    }
+
+    void mouseDoubleClickEvent(QMouseEvent* event) override {
+        if (const std::optional<int> row = rowAt(event->position().y())) {
+            m_state.setSelection(*row, m_side);
+            m_state.activateSelection(m_side);
+        }
+    }
+
+private:
+    int64_t listEpoch() const {
+        return m_side == PaneSide::left ? m_state.leftListEpoch : m_state.rightListEpoch;
+    }
+    double rowHeight() const { return m_text.lineHeight() + 4; }
+
+    std::optional<int> rowAt(double y) const {
+        const double inList = y + verticalScrollBar()->value() - kListPadding;
+        const int row = inList < 0 ? -1 : int(inList / rowHeight());
+        return row >= 0 && row < m_rows.size() ? std::optional<int>(row) : std::nullopt;
+    }
+
+    int centredOffset(int row) const {
+        const double centre = kListPadding + (row + 0.5) * rowHeight();
+        const int offset = int(centre - viewport()->height() / 2.0);
+        return std::clamp(offset, 0, verticalScrollBar()->maximum());
+    }
+
+    void updateRange() {
+        const double content = 2 * kListPadding + m_rows.size() * rowHeight();
+        verticalScrollBar()->setRange(0,
+                                      std::max(0, int(std::ceil(content)) - viewport()->height()));
+        verticalScrollBar()->setPageStep(viewport()->height());
+        verticalScrollBar()->setSingleStep(int(rowHeight()));
+    }
+
+    void paintRow(QPainter& painter, const FileEntry& entry, const QRectF& row,
+                  bool isCursor) const {
+        if (isCursor) {
+            QColor fill = Palette::cursorFill();
+            fill.setAlphaF(m_state.focusedSide == m_side ? 1.0 : 0.35);
+            painter.fillRect(row, fill);
+        }
+        const double fontSize = m_state.uiFontSize;
+        const double dateWidth = fontSize * 8.6;
+        const double sizeWidth = fontSize * 5.6;
+        const QRectF inner = row.adjusted(kRowPadding, 0, -kRowPadding, 0);
+        const QRectF dateRect(inner.right() - dateWidth, row.top(), dateWidth, row.height());
+        const QRectF sizeRect(dateRect.left() - kColumnGap - sizeWidth, row.top(), sizeWidth,
+                              row.height());
+        const QRectF nameRect(inner.left(), row.top(),
+                              std::max(0.0, sizeRect.left() - kColumnGap - inner.left()),
+                              row.height());
+        const QColor color = colorFor(EntryDisplay::colorRole(entry, m_state.showLocalizedNames));
+        const QString name = EntryDisplay::tagMark(entry, m_state.isTagged(entry)) +
+                             EntryDisplay::displayName(entry, m_state.showLocalizedNames,
+                                                       m_state.showAllFileExtensions);
+        m_text.draw(painter, nameRect, m_text.elided(name, nameRect.width(), Qt::ElideRight),
+                    color);
+        m_text.draw(painter, sizeRect, EntryDisplay::sizeText(entry), color, Qt::AlignRight);
+        m_text.draw(painter, dateRect, EntryDisplay::dateText(entry), color, Qt::AlignRight);
+    }
+
+    AppState& m_state;
+    PaneSide m_side;
+    ScreenText m_text{ScreenFont::font(13)};
+    QList<FileEntry> m_rows;
+    QString m_identity;
+    int m_selection = -1;
+    QPropertyAnimation* m_animation = nullptr;
+};
+
 FilerPaneView::FilerPaneView(AppState& state, PaneSide side, QWidget* parent)
-    : QAbstractScrollArea(parent)
+    : QWidget(parent)
     , m_state(state)
     , m_side(side) {
-    setFrameShape(QFrame::NoFrame);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
-    viewport()->setAutoFillBackground(false);
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(0);
+    m_list = new FilerRowList(state, side, this);
+    column->addWidget(m_list, 1);
+    buildFilterBar();
+    column->addWidget(m_filterBar);
     connect(&m_state, &AppState::changed, this, &FilerPaneView::refreshFromState);
-}
-
-int FilerPaneView::rowHeight() const {
-    return QFontMetrics(ScreenFont::font(m_state.uiFontSize)).height() + 4;
-}
-
-int FilerPaneView::headerHeight() const {
-    return rowHeight() + 4;
-}
-
-void FilerPaneView::refreshFromState() {
-    const int count = int(m_state.visibleEntries(m_side).size());
-    updateScrollRange(count);
-    // Keep the cursor row in view.
-    const int row = m_state.selectionFor(m_side);
-    const int visibleRows = std::max(1, (viewport()->height() - headerHeight()) / rowHeight());
-    QScrollBar* bar = verticalScrollBar();
-    if (row < bar->value()) {
-        bar->setValue(row);
-    } else if (row >= bar->value() + visibleRows) {
-        bar->setValue(row - visibleRows + 1);
-    }
-    viewport()->update();
-}
-
-void FilerPaneView::updateScrollRange(int rowCount) {
-    const int visibleRows = std::max(1, (viewport()->height() - headerHeight()) / rowHeight());
-    verticalScrollBar()->setRange(0, std::max(0, rowCount - visibleRows));
-    verticalScrollBar()->setPageStep(visibleRows);
-}
-
-void FilerPaneView::resizeEvent(QResizeEvent* event) {
-    QAbstractScrollArea::resizeEvent(event);
     refreshFromState();
 }
 
+FilerPaneView::~FilerPaneView() = default;
+
+bool FilerPaneView::filterFocused() const {
+    return m_filterField->hasFocus();
+}
+
+void FilerPaneView::buildFilterBar() {
+    m_filterBar = new QWidget(this);
+    m_filterBar->setAutoFillBackground(true);
+    QPalette bar = m_filterBar->palette();
+    bar.setColor(QPalette::Window, overNavy(Palette::cursorFill(), 0.45));
+    bar.setColor(QPalette::Base, Qt::transparent);
+    bar.setColor(QPalette::Text, Palette::baseText());
+    bar.setColor(QPalette::PlaceholderText, Palette::dimText());
+    m_filterBar->setPalette(bar);
+    auto* row = new QHBoxLayout(m_filterBar);
+    row->setContentsMargins(8, 4, 8, 4);
+    row->setSpacing(6);
+    auto* label = new QLabel(QStringLiteral("Filter:"), m_filterBar);
+    label->setStyleSheet(QStringLiteral("color: %1").arg(Palette::titleText().name()));
+    m_filterField = new QLineEdit(m_filterBar);
+    m_filterField->setFrame(false);
+    auto* esc = new QLabel(QStringLiteral("Esc"), m_filterBar);
+    esc->setStyleSheet(QStringLiteral("color: %1").arg(Palette::dimText().name()));
+    row->addWidget(label);
+    row->addWidget(m_filterField, 1);
+    row->addWidget(esc);
+    connect(m_filterField, &QLineEdit::textEdited, this, &FilerPaneView::filterTextEdited);
+    m_filterBar->hide();
+}
+
+void FilerPaneView::applyFontSize() {
+    if (m_fontSize == m_state.uiFontSize) {
+        return;
+    }
+    m_fontSize = m_state.uiFontSize;
+    const QFont font = ScreenFont::font(m_fontSize);
+    m_filterBar->setFont(font);
+    const ScreenText text(font);
+    const int top = PaneFrame::kContentMargin + int(std::ceil(HeaderBar::height(text)));
+    layout()->setContentsMargins(PaneFrame::kContentMargin, top, PaneFrame::kContentMargin,
+                                 PaneFrame::kContentMargin);
+}
+
+void FilerPaneView::refreshFromState() {
+    applyFontSize();
+    m_list->sync();
+    syncFilterBar();
+    update();
+}
+
+// The bar stands only on the focused pane while the filter is open; it takes
+// the keyboard on the next turn of the loop, once it is on screen.
+void FilerPaneView::syncFilterBar() {
+    const bool shown = m_state.isSearching && m_state.focusedSide == m_side;
+    if (m_filterField->text() != m_state.searchQuery) {
+        m_filterField->setText(m_state.searchQuery);
+    }
+    if (shown == m_filterBar->isVisible()) {
+        return;
+    }
+    m_filterBar->setVisible(shown);
+    if (shown) {
+        QTimer::singleShot(0, m_filterField, [field = m_filterField] {
+            if (field->isVisible()) {
+                field->setFocus(Qt::OtherFocusReason);
+            }
+        });
+    } else if (m_filterField->hasFocus()) {
+        m_filterField->clearFocus();
+        window()->setFocus(Qt::OtherFocusReason);
+    }
+}
+
+void FilerPaneView::filterTextEdited(const QString& text) {
+    if (!m_state.isSearching) {
+        return;
+    }
+    m_state.searchQuery = text;
+    m_state.applyFilter();
+    ++m_state.treeRevision;
+    m_state.notifyChanged();
+}
+
 void FilerPaneView::paintEvent(QPaintEvent*) {
-    QPainter painter(viewport());
-    painter.fillRect(viewport()->rect(), Palette::hairlineColor());
-    painter.fillRect(viewport()->rect().adjusted(1, 1, -1, -1), Palette::paneBackground());
-    painter.setFont(ScreenFont::font(m_state.uiFontSize));
-
-    const QList<FileEntry> entries = m_state.visibleEntries(m_side);
-    paintHeader(painter, int(entries.size()));
-    const int first = verticalScrollBar()->value();
-    const int height = rowHeight();
-    const int cursor = m_state.selectionFor(m_side);
-    for (int index = first, top = headerHeight(); index < entries.size(); ++index, top += height) {
-        if (top > viewport()->height()) {
-            break;
-        }
-        paintRow(painter, entries.at(index), top, index == cursor);
-    }
-}
-
-void FilerPaneView::paintHeader(QPainter& painter, int rowCount) const {
+    QPainter painter(this);
+    PaneFrame::paint(painter, rect());
+    const ScreenText text(ScreenFont::font(m_state.uiFontSize));
+    const QRectF bar(PaneFrame::kContentMargin, PaneFrame::kContentMargin,
+                     width() - 2 * PaneFrame::kContentMargin, HeaderBar::height(text));
     const bool focused = m_state.focusedSide == m_side;
-    const QRect bar(1, 1, viewport()->width() - 2, headerHeight() - 2);
-    if (focused) {
-        painter.fillRect(bar, Palette::focusBar());
+    QList<HeaderBar::Item> trailing;
+    if (m_state.showHiddenFiles) {
+        trailing.append({QStringLiteral(".*"), Palette::accentText()});
     }
-    const QRect text = bar.adjusted(kPadding, 0, -kPadding, 0);
-    painter.setPen(focused ? Palette::paneBackground() : Palette::titleText());
-    painter.drawText(text, Qt::AlignLeft | Qt::AlignVCenter, QStringLiteral("FILER"));
-    const int labelWidth = painter.fontMetrics().horizontalAdvance(QStringLiteral("FILER "));
-    const QString count = QString::number(rowCount);
-    const int countWidth = painter.fontMetrics().horizontalAdvance(count);
-    painter.setPen(focused ? Palette::paneBackground() : Palette::dimText());
-    painter.drawText(text, Qt::AlignRight | Qt::AlignVCenter, count);
-    painter.setPen(focused ? Palette::paneBackground() : Palette::baseText());
-    const QRect pathRect = text.adjusted(labelWidth, 0, -(countWidth + kColumnGap), 0);
-    const QString path = painter.fontMetrics().elidedText(locationText(m_state.locationFor(m_side)),
-                                                          Qt::ElideLeft, pathRect.width());
-    painter.drawText(pathRect, Qt::AlignLeft | Qt::AlignVCenter, path);
+    trailing.append({QString::number(m_state.visibleEntries(m_side).size()), Palette::dimText()});
+    if (m_state.isSearching && focused) {
+        trailing.append({QStringLiteral("FILTER"), Palette::titleText()});
+    }
+    HeaderBar::paint(
+        painter, bar, text, focused,
+        {{QStringLiteral("FILER"), Palette::titleText()},
+         {EntryDisplay::locationPath(m_state.locationFor(m_side)), Palette::baseText(), true}},
+        trailing);
 }
 
-void FilerPaneView::paintRow(QPainter& painter, const FileEntry& entry, int top,
-                             bool isCursor) const {
-    const QRect row(1, top, viewport()->width() - 2, rowHeight());
-    if (isCursor) {
-        QColor fill = Palette::cursorFill();
-        if (m_state.focusedSide != m_side) {
-            fill.setAlphaF(0.35);
-        }
-        painter.fillRect(row, fill);
-    }
-    const double fontSize = m_state.uiFontSize;
-    const int dateWidth = int(fontSize * 8.6);
-    const int sizeWidth = int(fontSize * 5.6);
-    const QRect inner = row.adjusted(kPadding, 0, -kPadding, 0);
-    const QRect dateRect(inner.right() - dateWidth, top, dateWidth, rowHeight());
-    const QRect sizeRect(dateRect.left() - kColumnGap - sizeWidth, top, sizeWidth, rowHeight());
-    const QRect nameRect(inner.left(), top, sizeRect.left() - kColumnGap - inner.left(),
-                         rowHeight());
-    painter.setPen(entryColor(entry));
-    const QString name = QLatin1Char(' ') + entry.name;
-    painter.drawText(nameRect, Qt::AlignLeft | Qt::AlignVCenter,
-                     painter.fontMetrics().elidedText(name, Qt::ElideRight, nameRect.width()));
-    painter.drawText(sizeRect, Qt::AlignRight | Qt::AlignVCenter, sizeText(entry));
-    if (entry.modificationDate) {
-        painter.drawText(dateRect, Qt::AlignRight | Qt::AlignVCenter,
-                         Formats::formatRowDate(*entry.modificationDate));
-    }
+void FilerPaneView::mousePressEvent(QMouseEvent* event) {
+    m_state.focusPane(m_side);
+    QWidget::mousePressEvent(event);
 }

@@ -2,35 +2,43 @@
 
 #include "core/Model.h"
 
-#include <QAbstractScrollArea>
+#include <QWidget>
 
 class AppState;
+class FilerRowList;
+class QLineEdit;
 
-// One filer pane: a header with the location and the rows of the visible
-// list. Only the rows in view are painted, so a folder of any size costs the
-// same to draw.
-class FilerPaneView : public QAbstractScrollArea {
+// One filer pane: the FILER header, the rows of the visible list and, while
+// the filter is open on this side, the filter bar with its text field. Only
+// the rows in view are painted, so a folder of any size costs the same.
+class FilerPaneView : public QWidget {
     Q_OBJECT
 
 public:
     FilerPaneView(AppState& state, PaneSide side, QWidget* parent = nullptr);
+    ~FilerPaneView() override;
 
     PaneSide side() const { return m_side; }
+    // Whether the filter field has the keyboard.
+    bool filterFocused() const;
 
 public slots:
     void refreshFromState();
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void resizeEvent(QResizeEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
 private:
-    int rowHeight() const;
-    int headerHeight() const;
-    void paintHeader(class QPainter& painter, int rowCount) const;
-    void paintRow(class QPainter& painter, const FileEntry& entry, int top, bool isCursor) const;
-    void updateScrollRange(int rowCount);
+    void buildFilterBar();
+    void syncFilterBar();
+    void filterTextEdited(const QString& text);
+    void applyFontSize();
 
     AppState& m_state;
     PaneSide m_side;
+    FilerRowList* m_list = nullptr;
+    QWidget* m_filterBar = nullptr;
+    QLineEdit* m_filterField = nullptr;
+    double m_fontSize = 0;
 };

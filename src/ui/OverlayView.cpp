@@ -1,0 +1,137 @@
+#include "ui/OverlayView.h"
+
+#include "core/AppState.h"
+#include "dialogs/DosDialog.h"
+#include "ui/DosDialogView.h"
+#include "ui/PromptBoxView.h"
+#include "ui/PromptBoxes.h"
+#include "ui/SortPickerView.h"
+
+#include <QMouseEvent>
+#include <QPainter>
+
+OverlayView::OverlayView(AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state) {
+    hide();
+    connect(&m_state, &AppState::changed, this, &OverlayView::followState);
+    followState();
+}
+
+OverlayView::Kind OverlayView::kindFor(const AppState& s) {
+    if (currentDosDialog(s)) {
+        return Kind::dosDialog;
+    }
+    const std::pair<bool, Kind> order[] = {
+        {s.isSearchTreeBoxOpen, Kind::searchTreeBox},
+        {s.isSortPickerOpen, Kind::sortPicker},
+        {s.isJumpDialogOpen, Kind::jumpDialog},
+        {s.isVolumePickerOpen, Kind::volumePicker},
+        {s.isOpenWithPickerOpen, Kind::openWithPicker},
+        {s.isWildcardPromptOpen, Kind::wildcardPrompt},
+        {s.createItemKind.has_value(), Kind::createItemPrompt},
+        {s.isRenamePromptOpen, Kind::renamePrompt},
+        {s.isAttributePromptOpen, Kind::attributePrompt},
+        {s.copyMovePathKind.has_value(), Kind::copyMovePathPrompt},
+    };
+    for (const auto& [applies, kind] : order) {
+        if (applies) {
+            return kind;
+        }
+    }
+    return Kind::none;
+}
+
+// The search tree box, the jump dialog, the volume and open-with pickers and
+// the attribute prompt bring their boxes with their own views; until then
+// their state stands without a box.
+QWidget* OverlayView::makeBox(Kind kind) {
+    switch (kind) {
+    case Kind::dosDialog:
+        return new DosDialogView(m_state, this);
+    case Kind::sortPicker:
+        return new SortPickerView(m_state, this);
+    case Kind::wildcardPrompt:
+        return PromptBoxes::wildcardTagPrompt(m_state, this);
+    case Kind::createItemPrompt:
+        return PromptBoxes::createItemPrompt(m_state, this);
+    case Kind::renamePrompt:
+        return PromptBoxes::renamePrompt(m_state, this);
+    case Kind::copyMovePathPrompt:
+        return PromptBoxes::copyMovePathPrompt(m_state, this);
+    default:
+        return nullptr;
+    }
+}
+
+void OverlayView::followState() {
+    const Kind kind = kindFor(m_state);
+    if (kind != m_kind) {
+        m_kind = kind;
+        if (m_box) {
+            m_box->hide();
+            m_box->deleteLater();
+        }
+        m_box = makeBox(kind);
+        setVisible(m_box != nullptr);
+        if (m_box) {
+            raise();
+            placeBox();
+            m_box->show();
+        }
+    } else if (m_box) {
+        placeBox();
+    }
+    update();
+}
+
+void OverlayView::placeBox() {
+    if (!m_box) {
+        return;
+    }
+    const QSize size = m_box->sizeHint().expandedTo(m_box->minimumSizeHint());
+    const QSize clamped = size.boundedTo(this->size());
+    m_box->setGeometry(
+        QRect(QPoint((width() - clamped.width()) / 2, (height() - clamped.height()) / 2), clamped));
+}
+
+void OverlayView::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    placeBox();
+}
+
+void OverlayView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    QColor backdrop(Qt::black);
+    backdrop.setAlphaF(m_kind == Kind::dosDialog ? 0.5 : 0.45);
+    painter.fillRect(rect(), backdrop);
+}
+
+void OverlayView::mousePressEvent(QMouseEvent* event) {
+    if (m_box && m_box->geometry().contains(event->position().toPoint())) {
+        return;
+    }
+    closeAsEsc();
+}
+
+void OverlayView::closeAsEsc() {
+    switch (m_kind) {
+    case Kind::sortPicker:
+        m_state.closeSortPicker();
+        break;
+    case Kind::wildcardPrompt:
+        m_state.cancelWildcardPrompt();
+        break;
+    case Kind::createItemPrompt:
+        m_state.cancelCreateItemPrompt();
+        break;
+    case Kind::renamePrompt:
+        m_state.cancelRenamePrompt();
+        break;
+    case Kind::copyMovePathPrompt:
+        m_state.cancelCopyMovePathPrompt();
+        break;
+    default:
+        break; // The DOS dialog is answered by its buttons and keys only.
+    }
+}

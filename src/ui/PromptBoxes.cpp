@@ -1,0 +1,76 @@
+#include "ui/PromptBoxes.h"
+
+#include "core/AppState.h"
+#include "ui/PromptBoxView.h"
+
+namespace PromptBoxes {
+
+PromptBoxView* createItemPrompt(AppState& state, QWidget* parent) {
+    PromptBoxView::Binding binding;
+    binding.content = [&state] {
+        const bool folder =
+            state.createItemKind.value_or(CreateItemKind::folder) == CreateItemKind::folder;
+        return PromptBoxView::Content{folder ? QStringLiteral("MKDIR") : QStringLiteral("NEW FILE"),
+                                      {QStringLiteral("Parent: ") + state.createItemParentPath},
+                                      QStringLiteral("Name:"),
+                                      folder ? QStringLiteral("フォルダ名")
+                                             : QStringLiteral("ファイル名"),
+                                      folder ? QStringLiteral("Enter 作成  Esc 取消")
+                                             : QStringLiteral("Enter 作成 (0 bytes)  Esc 取消")};
+    };
+    binding.text = [&state] { return state.createItemName; };
+    binding.setText = [&state](const QString& text) { state.createItemName = text; };
+    binding.submit = [&state] { state.commitCreateItem(); };
+    return new PromptBoxView(state, std::move(binding), parent);
+}
+
+PromptBoxView* renamePrompt(AppState& state, QWidget* parent) {
+    PromptBoxView::Binding binding;
+    binding.content = [&state] {
+        return PromptBoxView::Content{QStringLiteral("RENAME"),
+                                      {QStringLiteral("From: ") + state.renameSourceName},
+                                      QStringLiteral("To:"),
+                                      QStringLiteral("新しい名前"),
+                                      QStringLiteral("Enter 変更  Esc 取消")};
+    };
+    binding.text = [&state] { return state.renameName; };
+    binding.setText = [&state](const QString& text) { state.renameName = text; };
+    binding.submit = [&state] { state.commitRename(); };
+    return new PromptBoxView(state, std::move(binding), parent);
+}
+
+PromptBoxView* copyMovePathPrompt(AppState& state, QWidget* parent) {
+    PromptBoxView::Binding binding;
+    binding.content = [&state] {
+        const bool copy = state.copyMovePathKind.value_or(AppState::CopyMoveKind::copy) ==
+                          AppState::CopyMoveKind::copy;
+        return PromptBoxView::Content{
+            copy ? QStringLiteral("COPY") : QStringLiteral("MOVE"),
+            {QStringLiteral("Items: ") + QString::number(state.copyMovePathSources.size()),
+             QStringLiteral("From: ") + state.copyMovePathBaseURL.value_or(QString())},
+            QStringLiteral("To:"),
+            QStringLiteral("絶対 / ~/… / 相対 (../Dest)"),
+            QStringLiteral("Enter 確定  Esc 取消  （相対は From 基準）")};
+    };
+    binding.text = [&state] { return state.copyMovePathText; };
+    binding.setText = [&state](const QString& text) { state.copyMovePathText = text; };
+    binding.submit = [&state] { state.commitCopyMovePathPrompt(); };
+    return new PromptBoxView(state, std::move(binding), parent);
+}
+
+PromptBoxView* wildcardTagPrompt(AppState& state, QWidget* parent) {
+    PromptBoxView::Binding binding;
+    binding.content = [] {
+        return PromptBoxView::Content{QStringLiteral("WILDCARD TAG"),
+                                      {QStringLiteral("例: *.swift  /  test?.*  /  *")},
+                                      QStringLiteral("Pattern:"),
+                                      QStringLiteral("*.*"),
+                                      QStringLiteral("Enter タグ付与  Esc 取消")};
+    };
+    binding.text = [&state] { return state.wildcardPattern; };
+    binding.setText = [&state](const QString& text) { state.wildcardPattern = text; };
+    binding.submit = [&state] { state.applyWildcardTag(); };
+    return new PromptBoxView(state, std::move(binding), parent);
+}
+
+} // namespace PromptBoxes

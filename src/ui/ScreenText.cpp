@@ -1,0 +1,153 @@
+#include "ui/ScreenText.h"
+
+#include <QFontMetricsF>
+#include <QPainter>
+
+#include <unicode/uchar.h>
+
+namespace {
+
+// Cells of one code point: two for wide and full-width, none for combining
+// marks and other zero-width characters, one otherwise.
+int cellsOf(char32_t codePoint) {
+    const auto width =
+        UEastAsianWidth(u_getIntPropertyValue(UChar32(codePoint), UCHAR_EAST_ASIAN_WIDTH));
+    if (width == U_EA_WIDE || width == U_EA_FULLWIDTH) {
+        return 2;
+    }
+    const int8_t category = u_charType(UChar32(codePoint));
+    if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK ||
+        category == U_FORMAT_CHAR || codePoint == 0x200B) {
+        return 0;
+    }
+    return 1;
+}
+
+const QString kEllipsis = QStringLiteral("…");
+
+// The leading part of the text that fits in the cells.
+QString headOfCells(const QList<uint>& codePoints, int cells) {
+    QString result;
+    int used = 0;
+    for (const uint cp : codePoints) {
+        const int c = cellsOf(cp);
+        if (used + c > cells) {
+            break;
+        }
+        used += c;
+        result += QString::fromUcs4(reinterpret_cast<const char32_t*>(&cp), 1);
+    }
+    return result;
+}
+
+// The trailing part of the text that fits in the cells.
+QString tailOfCells(const QList<uint>& codePoints, int cells) {
+    QString result;
+    int used = 0;
+    for (auto it = codePoints.crbegin(); it != codePoints.crend(); ++it) {
+        const int c = cellsOf(*it);
+        if (used + c > cells) {
+            break;
+        }
+        used += c;
+        result.prepend(QString::fromUcs4(reinterpret_cast<const char32_t*>(&*it), 1));
+    }
+    return result;
+}
+
+} // namespace
+
+ScreenText::ScreenText(const QFont& font)
+    : m_font(font) {
+    const QFontMetricsF metrics(font);
+    m_cellWidth = metrics.horizontalAdvance(QLatin1Char('0'));
+    m_lineHeight = metrics.height();
+    m_ascent = metrics.ascent();
+}
+
+int ScreenText::cellCount(const QString& text) {
+    int cells = 0;
+    for (const uint cp : text.toUcs4()) {
+        cells += cellsOf(cp);
+    }
+    return cells;
+}
+
+QString ScreenText::elided(const QString& text, double maxWidth, Qt::TextElideMode mode) const {
+    const int available = m_cellWidth > 0 ? int(maxWidth / m_cellWidth + 0.001) : 0;
+    if (cellCount(text) <= available || mode == Qt::ElideNone) {
+        return text;
+    }
+    if (available <= 1) {
+        return available == 1 ? kEllipsis : QString();
+    }
+    const QList<uint> codePoints = text.toUcs4();
+    const int room = available - 1;
+    switch (mode) {
+    case Qt::ElideLeft:
+        return kEllipsis + tailOfCells(codePoints, room);
+    case Qt::ElideMiddle:
+        return headOfCells(codePoints, room - room / 2) + kEllipsis +
+               tailOfCells(codePoints, room / 2);
+    default:
+        return headOfCells(codePoints, room) + kEllipsis;
+    }
+}
+
+void ScreenText::draw(QPainter& painter, const QRectF& rect, const QString& text,
+                      const QColor& color, Qt::Alignment horizontal) const {
+    double x = rect.left();
+    if (horizontal & Qt::AlignRight) {
+        x = rect.right() - width(text);
+    } else if (horizontal & Qt::AlignHCenter) {
+        x = rect.left() + (rect.width() - width(text)) / 2;
+    }
+    const double baseline = rect.top() + (rect.height() - m_lineHeight) / 2 + m_ascent;
+    painter.save();
+    painter.setClipRect(rect, Qt::IntersectClip);
+    painter.setFont(m_font);
+    painter.setPen(color);
+    // Runs of ASCII share the face's own advance, which is the cell; every
+    // other character, with the marks that combine with it, is placed at its
+    // cell one by one.
+    QString run;
+    double runStart = x;
+    QString cluster;
+    double clusterX = x;
+    const auto flush = [&] {
+        if (!run.isEmpty()) {
+            painter.drawText(QPointF(runStart, baseline), run);
+            run.clear();
+        }
+        if (!cluster.isEmpty()) {
+            painter.drawText(QPointF(clusterX, baseline), cluster);
+            cluster.clear();
+        }
+    };
+    for (const uint cp : text.toUcs4()) {
+        const int cells = cellsOf(cp);
+        const QString character = QString::fromUcs4(reinterpret_cast<const char32_t*>(&cp), 1);
+        if (cells == 0) {
+            (cluster.isEmpty() ? run : cluster) += character;
+            continue;
+        }
+        if (cp < 0x80 && cluster.isEmpty()) {
+            if (run.isEmpty()) {
+                runStart = x;
+            }
+            run += character;
+        } else {
+            flush();
+            if (cp < 0x80) {
+                runStart = x;
+                run = character;
+            } else {
+                clusterX = x;
+                cluster = character;
+            }
+        }
+        x += cells * m_cellWidth;
+    }
+    flush();
+    painter.restore();
+}
