@@ -51,6 +51,23 @@ TEST_F(CopyMoveFlow, ConflictOnTheSecondWithShiftSkipSkipsItAndCarriesTheThird) 
     EXPECT_EQ(state->taggedKeys.size(), 3);   // a copy keeps its tags
 }
 
+TEST_F(CopyMoveFlow, TheDialogKeysDriveTheBatch) {
+    threeFilesWithRightHolding({"a.txt", "b.txt"});
+    key("c");
+    key("y");
+    waitForFileWork();
+    ASSERT_TRUE(atConflictOn("a.txt"));
+    key("o"); // overwrite this one only
+    waitForFileWork();
+    ASSERT_TRUE(atConflictOn("b.txt"));
+    key("s");
+    waitForFileWork();
+    EXPECT_FALSE(state->pendingCopyMove);
+    EXPECT_EQ(contents(dir.filePath("right/a.txt")), "new a.txt");
+    EXPECT_EQ(contents(dir.filePath("right/b.txt")), "old");
+    EXPECT_EQ(contents(dir.filePath("right/c.txt")), "new c.txt");
+}
+
 TEST_F(CopyMoveFlow, ShiftOverwriteOverwritesEveryLaterConflict) {
     threeFilesWithRightHolding({"a.txt", "c.txt"});
     key("c");

@@ -69,6 +69,20 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     EXPECT_TRUE(exists(dir.filePath("left/tagged.txt")));
 }
 
+TEST_F(DeleteFlow, CancelChangesNothingAndYesTrashes) {
+    dir.makeFile("left/keep.txt");
+    state->reloadPane(PaneSide::left, false);
+    pointAt("keep.txt");
+    key("d");
+    key("n");
+    EXPECT_FALSE(state->pendingDelete);
+    EXPECT_TRUE(exists(dir.filePath("left/keep.txt")));
+    key("d");
+    key("y");
+    EXPECT_FALSE(exists(dir.filePath("left/keep.txt")));
+    EXPECT_TRUE(inTrash("keep.txt"));
+}
+
 TEST_F(DeleteFlow, NothingToDeleteNamesWhatIsMissing) {
     dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
