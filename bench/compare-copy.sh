@@ -42,8 +42,8 @@ cp_copy() { cp -a "$1" "$2/"; }
 # Best of three for each, the two tools taking turns so that a busy moment of
 # the machine does not fall on one of them alone.
 for item in big.bin tree; do
-    ours=1e9
-    theirs=1e9
+    ours=999999
+    theirs=999999
     for run in 1 2 3; do
         ours=$(smaller "$ours" "$(time_one dorvik_copy "$work/src/$item")")
         theirs=$(smaller "$theirs" "$(time_one cp_copy "$work/src/$item")")
