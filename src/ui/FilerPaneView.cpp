@@ -86,6 +86,11 @@ public:
         m_animation->setEasingCurve(QEasingCurve::InOutQuad);
     }
 
+    QRect rowRect(int index) const {
+        const double top = kListPadding + index * rowHeight() - verticalScrollBar()->value();
+        return QRect(0, int(top), viewport()->width(), int(rowHeight()));
+    }
+
     void sync() {
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
         m_rows = m_state.visibleEntries(m_side);
@@ -225,6 +230,11 @@ FilerPaneView::~FilerPaneView() = default;
 
 bool FilerPaneView::filterFocused() const {
     return m_filterField->hasFocus();
+}
+
+QRect FilerPaneView::rowRect(int index) const {
+    const QRect inList = m_list->rowRect(index);
+    return inList.translated(m_list->viewport()->mapTo(this, QPoint(0, 0)));
 }
 
 void FilerPaneView::buildFilterBar() {

@@ -21,6 +21,8 @@ public:
     PaneSide side() const { return m_side; }
     // Whether the filter field has the keyboard.
     bool filterFocused() const;
+    // Where a row of the visible list stands in the pane, scrolled as it is.
+    QRect rowRect(int index) const;
 
 public slots:
     void refreshFromState();

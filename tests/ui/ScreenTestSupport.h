@@ -1,0 +1,82 @@
+#pragma once
+
+// Shared by the screen tests: a state over a real folder, widgets grabbed to
+// images, and looking for a colour in a part of an image.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+
+#include <QApplication>
+#include <QColor>
+#include <QImage>
+#include <QWidget>
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace ScreenTest {
+
+// How many pixels in the rect have the colour, within a small tolerance for
+// the rounding of blended edges.
+inline int countColor(const QImage& image, const QRect& rect, const QColor& color,
+                      int tolerance = 6) {
+    int count = 0;
+    const QRect area = rect.intersected(image.rect());
+    for (int y = area.top(); y <= area.bottom(); ++y) {
+        for (int x = area.left(); x <= area.right(); ++x) {
+            const QColor pixel = image.pixelColor(x, y);
+            if (std::abs(pixel.red() - color.red()) <= tolerance &&
+                std::abs(pixel.green() - color.green()) <= tolerance &&
+                std::abs(pixel.blue() - color.blue()) <= tolerance) {
+                ++count;
+            }
+        }
+    }
+    return count;
+}
+
+// A colour laid over another at an opacity, as the screen shows it.
+inline QColor blended(const QColor& top, double opacity, const QColor& under) {
+    return QColor::fromRgbF(top.redF() * opacity + under.redF() * (1 - opacity),
+                            top.greenF() * opacity + under.greenF() * (1 - opacity),
+                            top.blueF() * opacity + under.blueF() * (1 - opacity));
+}
+
+inline QImage grab(QWidget& widget) {
+    QApplication::processEvents();
+    return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
+}
+
+// A state over a temporary folder, listed.
+class ScreenFixture : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        preferences.setValue(QStringLiteral("uiFontSize"), 13.0);
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    AppState& makeState() {
+        state = std::make_unique<AppState>(preferences);
+        state->refreshAll();
+        return *state;
+    }
+    int rowOf(const QString& name, PaneSide side = PaneSide::left) const {
+        const QList<FileEntry> rows = state->visibleEntries(side);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows.at(i).name == name) {
+                return i;
+            }
+        }
+        return -1;
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<AppState> state;
+};
+
+} // namespace ScreenTest
