@@ -86,7 +86,9 @@ void ContentView::placeInitialFrame() {
 
 void ContentView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
-    m_overlay->setGeometry(rect());
+    // The menu bar stays usable past every overlay, as a desktop menu bar
+    // outside the window would.
+    m_overlay->setGeometry(rect().adjusted(0, m_menus->geometry().bottom() + 1, 0, 0));
     m_state.noteWindowResized(width(), height(), AppState::ResizePhase::live);
     m_resizeSettle->start();
 }

@@ -7,30 +7,32 @@
 
 namespace {
 
-// Cells of one code point: two for wide and full-width, none for combining
-// marks and other zero-width characters, one otherwise.
-int cellsOf(char32_t codePoint) {
+enum class CellClass { zero, narrow, wide, ambiguous };
+
+// Wide and full-width characters take two cells; combining marks and other
+// zero-width characters none; ambiguous ones depend on the face.
+CellClass cellClassOf(char32_t codePoint) {
     const auto width =
         UEastAsianWidth(u_getIntPropertyValue(UChar32(codePoint), UCHAR_EAST_ASIAN_WIDTH));
     if (width == U_EA_WIDE || width == U_EA_FULLWIDTH) {
-        return 2;
+        return CellClass::wide;
     }
     const int8_t category = u_charType(UChar32(codePoint));
     if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK ||
         category == U_FORMAT_CHAR || codePoint == 0x200B) {
-        return 0;
+        return CellClass::zero;
     }
-    return 1;
+    return width == U_EA_AMBIGUOUS ? CellClass::ambiguous : CellClass::narrow;
 }
 
 const QString kEllipsis = QStringLiteral("…");
 
 // The leading part of the text that fits in the cells.
-QString headOfCells(const QList<uint>& codePoints, int cells) {
+QString headOfCells(const ScreenText& grid, const QList<uint>& codePoints, int cells) {
     QString result;
     int used = 0;
     for (const uint cp : codePoints) {
-        const int c = cellsOf(cp);
+        const int c = grid.cellsOf(cp);
         if (used + c > cells) {
             break;
         }
@@ -41,11 +43,11 @@ QString headOfCells(const QList<uint>& codePoints, int cells) {
 }
 
 // The trailing part of the text that fits in the cells.
-QString tailOfCells(const QList<uint>& codePoints, int cells) {
+QString tailOfCells(const ScreenText& grid, const QList<uint>& codePoints, int cells) {
     QString result;
     int used = 0;
     for (auto it = codePoints.crbegin(); it != codePoints.crend(); ++it) {
-        const int c = cellsOf(*it);
+        const int c = grid.cellsOf(*it);
         if (used + c > cells) {
             break;
         }
@@ -65,7 +67,27 @@ ScreenText::ScreenText(const QFont& font)
     m_ascent = metrics.ascent();
 }
 
-int ScreenText::cellCount(const QString& text) {
+int ScreenText::cellsOf(char32_t codePoint) const {
+    switch (cellClassOf(codePoint)) {
+    case CellClass::zero:
+        return 0;
+    case CellClass::narrow:
+        return 1;
+    case CellClass::wide:
+        return 2;
+    case CellClass::ambiguous:
+        break;
+    }
+    auto found = m_ambiguousCells.constFind(codePoint);
+    if (found == m_ambiguousCells.constEnd()) {
+        const double advance =
+            QFontMetricsF(m_font).horizontalAdvance(QString::fromUcs4(&codePoint, 1));
+        found = m_ambiguousCells.insert(codePoint, advance > 1.5 * m_cellWidth ? 2 : 1);
+    }
+    return *found;
+}
+
+int ScreenText::cellCount(const QString& text) const {
     int cells = 0;
     for (const uint cp : text.toUcs4()) {
         cells += cellsOf(cp);
@@ -85,12 +107,12 @@ QString ScreenText::elided(const QString& text, double maxWidth, Qt::TextElideMo
     const int room = available - 1;
     switch (mode) {
     case Qt::ElideLeft:
-        return kEllipsis + tailOfCells(codePoints, room);
+        return kEllipsis + tailOfCells(*this, codePoints, room);
     case Qt::ElideMiddle:
-        return headOfCells(codePoints, room - room / 2) + kEllipsis +
-               tailOfCells(codePoints, room / 2);
+        return headOfCells(*this, codePoints, room - room / 2) + kEllipsis +
+               tailOfCells(*this, codePoints, room / 2);
     default:
-        return headOfCells(codePoints, room) + kEllipsis;
+        return headOfCells(*this, codePoints, room) + kEllipsis;
     }
 }
 
