@@ -54,6 +54,10 @@ void StatusBarView::paintEvent(QPaintEvent*) {
 
     // The labels on the right never shrink; the name gives way in its middle.
     QList<QPair<QString, QColor>> trailing;
+    // A copy or move that takes a while tells how far it has come.
+    if (!m_state.fileOperationProgressText.isEmpty()) {
+        trailing.append({m_state.fileOperationProgressText, Palette::titleText()});
+    }
     const QString freeSpace = freeSpaceLabel(m_state);
     if (!freeSpace.isEmpty()) {
         trailing.append({freeSpace, Palette::dirText()});
