@@ -269,6 +269,10 @@ void FilerPaneView::applyFontSize() {
     m_fontSize = m_state.uiFontSize;
     const QFont font = ScreenFont::font(m_fontSize);
     m_filterBar->setFont(font);
+    // Styled labels keep their own font; each is given the screen's face.
+    for (QWidget* child : m_filterBar->findChildren<QWidget*>()) {
+        child->setFont(font);
+    }
     const ScreenText text(font);
     const int top = PaneFrame::kContentMargin + int(std::ceil(HeaderBar::height(text)));
     layout()->setContentsMargins(PaneFrame::kContentMargin, top, PaneFrame::kContentMargin,
