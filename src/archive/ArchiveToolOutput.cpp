@@ -8,6 +8,8 @@
 #include <QJsonValue>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace ArchiveToolOutput {
 
 namespace {
@@ -43,9 +45,10 @@ std::optional<LsarEntry> entryFromJson(const QJsonObject& object, qsizetype plac
     entry.name = *name;
     entry.isDirectory = object.value(QLatin1String("XADIsDirectory")).toBool();
     const QJsonValue size = object.value(QLatin1String("XADFileSize"));
-    entry.size = size.isDouble() ? int64_t(size.toDouble()) : 0;
+    // toInteger refuses values that are not whole numbers a 64-bit integer holds.
+    entry.size = std::max<int64_t>(0, size.toInteger(0));
     const QJsonValue index = object.value(QLatin1String("XADIndex"));
-    entry.index = index.isDouble() ? int64_t(index.toDouble()) : int64_t(place);
+    entry.index = index.toInteger(int64_t(place));
     return entry;
 }
 
