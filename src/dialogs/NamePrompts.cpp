@@ -3,17 +3,14 @@
 // to the prompt's view, which writes createItemName and renameName.
 #include "core/AppState.h"
 
+#include "archive/ArchiveLocation.h"
+
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 
 namespace {
 
 // The message for a create or rename refused by the archive around the pane.
-QString createInArchiveMessage(CreateItemKind kind) {
-    return kind == CreateItemKind::folder ? QStringLiteral("Cannot create folder inside an archive")
-                                          : QStringLiteral("Cannot create file inside an archive");
-}
-
 // Whatever else stands in the way of a prompt is closed first.
 void clearWayForNamePrompt(AppState& s) {
     if (s.isFileSearchMode) {
@@ -68,11 +65,12 @@ void AppState::openCreateItemPrompt(CreateItemKind kind) {
     if (!side) {
         return;
     }
-    const FilerLocation& location = locationFor(*side);
-    if (!location.asDirectory()) {
-        showError(*this, createInArchiveMessage(kind));
+    if (refuseInsideArchive(*side, kind == CreateItemKind::folder
+                                       ? ArchiveLocation::ReadOnlyCommand::createFolder
+                                       : ArchiveLocation::ReadOnlyCommand::createFile)) {
         return;
     }
+    const FilerLocation& location = locationFor(*side);
     clearWayForNamePrompt(*this);
     createItemParentPath = location.asDirectory()->url;
     createItemName.clear();
@@ -117,8 +115,7 @@ void AppState::openRenamePrompt() {
     if (!side) {
         return;
     }
-    if (!locationFor(*side).asDirectory()) {
-        showError(*this, QStringLiteral("Cannot rename inside an archive"));
+    if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::rename)) {
         return;
     }
     const std::optional<FileEntry> entry = currentEntry();

@@ -3,6 +3,8 @@
 // Space toggles letters and steps digits, digit keys type over digits.
 #include "core/AppState.h"
 
+#include "archive/ArchiveLocation.h"
+
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 
@@ -76,8 +78,7 @@ void AppState::openAttributePrompt() {
     if (!side) {
         return;
     }
-    if (!locationFor(*side).asDirectory()) {
-        reportError(*this, QStringLiteral("Cannot change attributes inside an archive"));
+    if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::changeAttributes)) {
         return;
     }
     const QStringList targets = taggedFileURLs();

@@ -3,6 +3,8 @@
 // worker thread so the window keeps painting; the next starts only after it.
 #include "core/AppState.h"
 
+#include "archive/ArchiveLocation.h"
+
 #include "core/Formats.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
@@ -126,9 +128,9 @@ void AppState::startCopyOrMove(CopyMoveKind kind) {
     if (!side) {
         return;
     }
-    if (!locationFor(*side).asDirectory()) {
-        reportError(*this,
-                    byKind(kind, "Cannot copy inside an archive", "Cannot move inside an archive"));
+    if (refuseInsideArchive(*side, kind == CopyMoveKind::copy
+                                       ? ArchiveLocation::ReadOnlyCommand::copy
+                                       : ArchiveLocation::ReadOnlyCommand::move)) {
         return;
     }
     const QStringList sources = taggedFileURLs();

@@ -1,6 +1,8 @@
 // The commands D and Shift+D: the question, then each item to the Trash.
 #include "core/AppState.h"
 
+#include "archive/ArchiveLocation.h"
+
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 
@@ -32,8 +34,7 @@ void AppState::startDelete(DeleteKind kind) {
     if (!side) {
         return;
     }
-    if (!locationFor(*side).asDirectory()) {
-        reportError(*this, QStringLiteral("Cannot delete inside an archive"));
+    if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::deleteItems)) {
         return;
     }
     const bool folders = kind == DeleteKind::folders;
