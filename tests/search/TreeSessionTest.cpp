@@ -5,6 +5,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/TreeSession.h"
+#include "support/ChildProcess.h"
 #include "support/TestDir.h"
 
 #include <QDir>
@@ -18,21 +19,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Runs a check in a child process under the "nobody" account when the tests
-// run as root (root reads every folder); 0 means that the check held.
-int runAsUnprivilegedUser(const std::function<bool()>& check) {
-    const pid_t child = ::fork();
-    if (child == 0) {
-        if (::geteuid() == 0 && (::setgid(65534) != 0 || ::setuid(65534) != 0)) {
-            ::_exit(2);
-        }
-        ::_exit(check() ? 0 : 1);
-    }
-    int status = 0;
-    ::waitpid(child, &status, 0);
-    return WIFEXITED(status) ? WEXITSTATUS(status) : 3;
-}
 
 class TreeSessionTest : public ::testing::Test {
 protected:
