@@ -48,51 +48,6 @@ int usage() {
                        " [--to YYYY-MM] [--sort name|size|date] [--hidden]"));
 }
 
-QJsonObject listRow(const FileEntry& entry) {
-    return {{"id", entry.id},
-            {"name", entry.name},
-            {"isDirectory", entry.isDirectory},
-            {"isParent", entry.isParent},
-            {"isHidden", entry.isHidden},
-            {"isZipArchive", entry.isZipArchive},
-            {"size", entry.size ? QJsonValue(double(*entry.size)) : QJsonValue()},
-            {"permissionMode", entry.permissionMode},
-            {"readable", entry.isReadable},
-            {"writable", entry.isWritable}};
-}
-
-int listCommand(const QStringList& args) {
-    QString folder;
-    bool showHidden = false;
-    FilerSortMode sort = FilerSortMode::name;
-    for (qsizetype i = 0; i < args.size(); ++i) {
-        if (args[i] == QLatin1String("--hidden")) {
-            showHidden = true;
-        } else if (args[i] == QLatin1String("--sort") && i + 1 < args.size()) {
-            const auto mode = sortModeFromRaw(args[++i]);
-            if (!mode) {
-                return usage();
-            }
-            sort = *mode;
-        } else if (folder.isEmpty()) {
-            folder = args[i];
-        } else {
-            return usage();
-        }
-    }
-    if (folder.isEmpty()) {
-        return usage();
-    }
-    auto rows = FileSystemService::listDirectory(folder, showHidden, sort, true);
-    if (!rows) {
-        return failWith(rows.error().description());
-    }
-    for (const FileEntry& entry : *rows) {
-        printLine(listRow(entry));
-    }
-    return 0;
-}
-
 void writeBytes(const QByteArray& bytes) {
     std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stdout);
 }
@@ -156,6 +111,67 @@ void appendMemberLine(QByteArray& out, const ArchiveMember& member) {
         out.append("null");
     }
     out.append("}\n");
+}
+
+void appendFlag(QByteArray& out, const char* name, bool value) {
+    out.append(",\"").append(name).append(value ? "\":true" : "\":false");
+}
+
+// A listing row as JSON, written by hand for the same reason.
+void appendListLine(QByteArray& out, const FileEntry& entry) {
+    out.append("{\"id\":");
+    appendJsonString(out, entry.id);
+    out.append(",\"name\":");
+    appendJsonString(out, entry.name);
+    appendFlag(out, "isDirectory", entry.isDirectory);
+    appendFlag(out, "isParent", entry.isParent);
+    appendFlag(out, "isHidden", entry.isHidden);
+    appendFlag(out, "isZipArchive", entry.isZipArchive);
+    out.append(",\"size\":");
+    out.append(entry.size ? QByteArray::number(qint64(*entry.size)) : QByteArray("null"));
+    out.append(",\"permissionMode\":");
+    appendJsonString(out, entry.permissionMode);
+    appendFlag(out, "readable", entry.isReadable);
+    appendFlag(out, "writable", entry.isWritable);
+    out.append("}\n");
+}
+
+int listCommand(const QStringList& args) {
+    QString folder;
+    bool showHidden = false;
+    FilerSortMode sort = FilerSortMode::name;
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        if (args[i] == QLatin1String("--hidden")) {
+            showHidden = true;
+        } else if (args[i] == QLatin1String("--sort") && i + 1 < args.size()) {
+            const auto mode = sortModeFromRaw(args[++i]);
+            if (!mode) {
+                return usage();
+            }
+            sort = *mode;
+        } else if (folder.isEmpty()) {
+            folder = args[i];
+        } else {
+            return usage();
+        }
+    }
+    if (folder.isEmpty()) {
+        return usage();
+    }
+    auto rows = FileSystemService::listDirectory(folder, showHidden, sort, true);
+    if (!rows) {
+        return failWith(rows.error().description());
+    }
+    QByteArray out;
+    for (const FileEntry& entry : *rows) {
+        appendListLine(out, entry);
+        if (out.size() > (1 << 20)) {
+            writeBytes(out);
+            out.clear();
+        }
+    }
+    writeBytes(out);
+    return 0;
 }
 
 int archiveListCommand(const QStringList& args) {
