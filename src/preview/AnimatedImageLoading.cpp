@@ -1,0 +1,177 @@
+// The file side of AnimatedImageSupport: what kind of animation a file holds,
+// GIF frames from Qt's reader, and every frame of a file for the viewer.
+#include "preview/AnimatedImageSupport.h"
+
+#include <QBuffer>
+#include <QFile>
+#include <QImageReader>
+#include <QPromise>
+#include <QtConcurrent/QtConcurrentRun>
+
+#include <limits>
+
+namespace AnimatedImageSupport {
+
+namespace {
+
+// The index taken modulo the count, a negative one wrapping to the end.
+int wrapped(int index, int count) {
+    return ((index % count) + count) % count;
+}
+
+// The number of images Qt's reader finds; 0 when it cannot tell.
+int readerImageCount(const QByteArray& data) {
+    QBuffer buffer;
+    buffer.setData(data);
+    QImageReader reader(&buffer);
+    return std::max(reader.imageCount(), 0);
+}
+
+// Image index of the data through Qt's reader. The GIF reader composes each
+// frame on the one before, so when it cannot jump it is read up to the index.
+QImage readerFrame(const QByteArray& data, int index) {
+    QBuffer buffer;
+    buffer.setData(data);
+    QImageReader reader(&buffer);
+    const int count = std::max(reader.imageCount(), 1);
+    const int target = wrapped(index, count);
+    if (target == 0 || reader.jumpToImage(target)) {
+        return reader.read();
+    }
+    QImage image;
+    for (int i = 0; i <= target; ++i) {
+        image = reader.read();
+        if (image.isNull()) {
+            return {};
+        }
+    }
+    return image;
+}
+
+// Every GIF frame in one pass: asking for each index apart would read the
+// file from the start again for every frame.
+QList<QImage> gifFrames(const QByteArray& data, int count, const std::function<bool()>& cancelled) {
+    QBuffer buffer;
+    buffer.setData(data);
+    QImageReader reader(&buffer, "gif");
+    QList<QImage> frames;
+    while (frames.size() < count && !(cancelled && cancelled())) {
+        QImage frame = reader.read();
+        if (frame.isNull()) {
+            break;
+        }
+        frames.append(std::move(frame));
+    }
+    return frames;
+}
+
+QList<QImage> apngFrames(const QByteArray& data, int count,
+                         const std::function<bool()>& cancelled) {
+    const QList<QImage> composed = composeAPNGFrames(data);
+    // acTL may announce far more frames than the file holds; past the frames
+    // there are, every further index would only repeat one.
+    const int available =
+        composed.isEmpty() ? std::max(readerImageCount(data), 1) : int(composed.size());
+    QList<QImage> frames;
+    for (int i = 0; i < std::min(count, available) && !(cancelled && cancelled()); ++i) {
+        QImage frame =
+            composed.isEmpty() ? imageSourceFrame(data, i) : composed[wrapped(i, composed.size())];
+        if (!frame.isNull()) {
+            frames.append(std::move(frame));
+        }
+    }
+    return frames;
+}
+
+QByteArray readFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return file.readAll();
+}
+
+int clampedCount(qint64 count) {
+    return int(std::min<qint64>(count, std::numeric_limits<int>::max()));
+}
+
+} // namespace
+
+std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data) {
+    if (isPNGData(data)) {
+        const auto count = actlFrameCount(data);
+        if (count && *count >= 2) {
+            return AnimatedImageInfo{clampedCount(*count), "APNG"};
+        }
+        const int sourceCount = readerImageCount(data);
+        if (sourceCount >= 2) {
+            return AnimatedImageInfo{sourceCount, "APNG"};
+        }
+        return std::nullopt;
+    }
+    if (isGIFData(data)) {
+        // Qt's reader is both the image source and the bitmap representation.
+        const int count = readerImageCount(data);
+        if (count >= 2) {
+            return AnimatedImageInfo{count, "GIF"};
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    // Only PNG and GIF can be animated; anything else is not read past its head.
+    const QByteArray head = file.peek(8);
+    if (!isPNGData(head) && !isGIFData(head)) {
+        return std::nullopt;
+    }
+    return animatedImageInfoForData(file.readAll());
+}
+
+QImage apngFrame(const QByteArray& data, int index) {
+    const QList<QImage> frames = composeAPNGFrames(data);
+    return frames.isEmpty() ? QImage() : frames[wrapped(index, frames.size())];
+}
+
+QImage gifFrame(const QByteArray& data, int index) {
+    return readerFrame(data, index);
+}
+
+QImage imageSourceFrame(const QByteArray& data, int index) {
+    return readerFrame(data, index);
+}
+
+QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& isCancelled) {
+    const QByteArray data = readFile(path);
+    if (data.isEmpty()) {
+        return {};
+    }
+    const auto info = animatedImageInfoForData(data);
+    if (!info) {
+        QImage still;
+        if (isGIFData(data)) {
+            still = gifFrame(data, 0);
+        } else if (isPNGData(data) && actlFrameCount(data).value_or(0) >= 2) {
+            still = apngFrame(data, 0);
+        } else {
+            still = imageSourceFrame(data, 0);
+        }
+        return still.isNull() ? QList<QImage>() : QList<QImage>{still};
+    }
+    if (isGIFData(data)) {
+        return gifFrames(data, info->frameCount, isCancelled);
+    }
+    return apngFrames(data, info->frameCount, isCancelled);
+}
+
+QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path) {
+    return QtConcurrent::run([path](QPromise<QList<QImage>>& promise) {
+        promise.addResult(loadAllFrames(path, [&promise] { return promise.isCanceled(); }));
+    });
+}
+
+} // namespace AnimatedImageSupport

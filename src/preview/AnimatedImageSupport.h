@@ -1,0 +1,96 @@
+#pragma once
+
+#include "core/Model.h"
+
+#include <QByteArray>
+#include <QByteArrayView>
+#include <QFuture>
+#include <QImage>
+#include <QList>
+#include <QRect>
+#include <QString>
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+
+// Paging through the frames of APNG and GIF files, one still at a time.
+//
+// Qt's image reader gives only the default image of an APNG, so the PNG is
+// taken apart here: every frame becomes a small standalone PNG of its own,
+// which is decoded and composed on a canvas by the rules of the APNG
+// specification. GIF frames come from QImageReader. Everything here is free
+// of shared state and may run on any thread.
+namespace AnimatedImageSupport {
+
+// One chunk of a PNG stream. type is the four ASCII letters (empty if they are
+// not ASCII); data excludes the length, the type and the CRC.
+struct PNGChunk {
+    QString type;
+    QByteArray data;
+    bool operator==(const PNGChunk&) const = default;
+};
+
+// One frame of an APNG as its fcTL describes it, with its compressed data.
+struct FrameSpec {
+    // As the file gives them: unsigned 32-bit numbers.
+    qint64 width = 0;
+    qint64 height = 0;
+    qint64 xOffset = 0;
+    qint64 yOffset = 0;
+    uint8_t disposeOp = 0; // 0 none, 1 background, 2 previous
+    uint8_t blendOp = 0;   // 0 source, anything else over
+    QList<QByteArray> idatPayloads;
+    bool operator==(const FrameSpec&) const = default;
+};
+
+// What composing may allocate. A canvas larger than maxCanvasPixels, or a
+// result (frames times canvas) beyond maxResultBytes, gives no frames at all,
+// decided before anything is allocated.
+struct ComposeLimits {
+    qint64 maxCanvasPixels = qint64(8192) * 8192;
+    qint64 maxResultBytes = qint64(2) << 30;
+};
+
+// The frame count and "APNG" or "GIF" for an image of two frames or more.
+std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path);
+std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data);
+
+bool isPNGData(QByteArrayView data);
+bool isGIFData(QByteArrayView data);
+
+// The chunks from the signature on, up to and including IEND, stopping at the
+// first chunk that does not fit. CRCs are not checked.
+QList<PNGChunk> parsePNGChunks(QByteArrayView data);
+std::optional<PNGChunk> firstChunk(QByteArrayView data, const QString& type);
+// The frame count of the first acTL chunk.
+std::optional<uint32_t> actlFrameCount(QByteArrayView data);
+
+// The frames of the stream in order: the default image when it comes before
+// the first fcTL (covering the whole canvas), then one per fcTL with data.
+QList<FrameSpec> frameSpecs(const QList<PNGChunk>& chunks, qint64 canvasWidth, qint64 canvasHeight);
+// A frame's region with the origin at the bottom left of the canvas.
+QRect bottomUpFrameRect(const FrameSpec& frame, int canvasHeight);
+
+// Every frame composed on the canvas, each image of the canvas's size; empty
+// when the stream cannot be composed.
+QList<QImage> composeAPNGFrames(const QByteArray& data, const ComposeLimits& limits = {});
+
+// One frame; the index wraps at both ends.
+QImage apngFrame(const QByteArray& data, int index);
+QImage gifFrame(const QByteArray& data, int index);
+QImage imageSourceFrame(const QByteArray& data, int index);
+
+// Every frame a viewer pages through, or a single still when the file is not
+// animated; empty when nothing can be decoded. isCancelled, when given, is
+// asked between frames.
+QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& isCancelled = {});
+// loadAllFrames on the thread pool; cancelling the future stops it between frames.
+QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path);
+
+// A chunk as it stands in a file: length, type, data and CRC.
+QByteArray chunkBytes(const QByteArray& type, QByteArrayView data);
+// The CRC-32 of the PNG specification (ISO 3309), over type and data.
+uint32_t crc32(QByteArrayView bytes);
+
+} // namespace AnimatedImageSupport
