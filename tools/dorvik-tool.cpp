@@ -8,11 +8,15 @@
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemError.h"
 #include "filesystem/FileSystemService.h"
+#include "preview/AnimatedImageSupport.h"
+#include "preview/PreviewSelection.h"
 #include "search/FolderSearchService.h"
 #include "text/TextDecoding.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -44,6 +48,9 @@ int usage() {
                        "       dorvik-tool archive-cat ARCHIVE MEMBER\n"
                        "       dorvik-tool copy SOURCE DESTDIR\n"
                        "       dorvik-tool volumes\n"
+                       "       dorvik-tool classify FILE\n"
+                       "       dorvik-tool apng-info FILE\n"
+                       "       dorvik-tool apng-frames FILE OUTDIR\n"
                        "       dorvik-tool search SCOPE [--query Q] [--content] [--from YYYY-MM]"
                        " [--to YYYY-MM] [--sort name|size|date] [--hidden]"));
 }
@@ -348,6 +355,55 @@ int volumesCommand(const QStringList& args) {
     return 0;
 }
 
+// How the viewer would show a file: text, preview or unsupported.
+int classifyCommand(const QStringList& args) {
+    if (args.size() != 1) {
+        return usage();
+    }
+    const QString path = PathUtils::standardizedPath(args[0]);
+    const ViewerContentKind kind = PreviewSelection::classifyFile(QFileInfo(path).fileName(), path);
+    const char* names[] = {"none", "text", "preview", "unsupported"};
+    std::printf("%s\n", names[int(kind)]);
+    return 0;
+}
+
+int apngInfoCommand(const QStringList& args) {
+    if (args.size() != 1) {
+        return usage();
+    }
+    const auto info = AnimatedImageSupport::animatedImageInfo(args[0]);
+    if (!info) {
+        std::printf("null\n");
+        return 0;
+    }
+    printLine({{"frameCount", info->frameCount}, {"formatLabel", info->formatLabel}});
+    return 0;
+}
+
+// Every frame the viewer pages through, as OUTDIR/frame-0001.png and on.
+int apngFramesCommand(const QStringList& args) {
+    if (args.size() != 2) {
+        return usage();
+    }
+    const QList<QImage> frames = AnimatedImageSupport::loadAllFrames(args[0]);
+    if (frames.isEmpty()) {
+        return failWith(QStringLiteral("Unable to load image"));
+    }
+    if (!QDir().mkpath(args[1])) {
+        return failWith(QStringLiteral("cannot create %1").arg(args[1]));
+    }
+    for (int i = 0; i < frames.size(); ++i) {
+        const QString name = QStringLiteral("frame-%1.png").arg(i + 1, 4, 10, QLatin1Char('0'));
+        if (!frames[i]
+                 .convertToFormat(QImage::Format_RGBA8888)
+                 .save(QDir(args[1]).filePath(name))) {
+            return failWith(QStringLiteral("cannot write %1").arg(name));
+        }
+    }
+    std::printf("%lld\n", qlonglong(frames.size()));
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -371,6 +427,9 @@ int main(int argc, char* argv[]) {
         {QStringLiteral("copy"), copyCommand},
         {QStringLiteral("volumes"), volumesCommand},
         {QStringLiteral("search"), searchCommand},
+        {QStringLiteral("classify"), classifyCommand},
+        {QStringLiteral("apng-info"), apngInfoCommand},
+        {QStringLiteral("apng-frames"), apngFramesCommand},
     };
     const auto found = commands.find(command);
     const int status = found == commands.end() ? usage() : found->second(args);
