@@ -254,11 +254,12 @@ QList<QImage> composeAPNGFrames(const QByteArray& data, const ComposeLimits& lim
     }
     const qint64 width = bigEndian32(header->data, 0);
     const qint64 height = bigEndian32(header->data, 4);
-    if (width == 0 || height == 0 || width * height > limits.maxCanvasPixels) {
+    // Divided rather than multiplied: two 32-bit sizes overflow a product.
+    if (width == 0 || height == 0 || height > limits.maxCanvasPixels / width) {
         return {};
     }
     const QList<FrameSpec> frames = frameSpecs(chunks, width, height);
-    if (frames.isEmpty() || frames.size() * width * height * 4 > limits.maxResultBytes) {
+    if (frames.isEmpty() || frames.size() > limits.maxResultBytes / (width * height * 4)) {
         return {};
     }
     Canvas canvas{QImage(int(width), int(height), QImage::Format_ARGB32_Premultiplied),
