@@ -2,10 +2,13 @@
 
 #include "core/AppState.h"
 #include "dialogs/DosDialog.h"
+#include "ui/AttributePromptView.h"
 #include "ui/DosDialogView.h"
+#include "ui/JumpDialogView.h"
 #include "ui/PromptBoxView.h"
 #include "ui/PromptBoxes.h"
 #include "ui/SortPickerView.h"
+#include "ui/VolumePickerView.h"
 
 #include <QMouseEvent>
 #include <QPainter>
@@ -42,21 +45,25 @@ OverlayView::Kind OverlayView::kindFor(const AppState& s) {
     return Kind::none;
 }
 
-// The search tree box, the jump dialog, the volume and open-with pickers and
-// the attribute prompt bring their boxes with their own views; until then
-// their state stands without a box.
+// An overlay whose view is not written yet stands without a box.
 QWidget* OverlayView::makeBox(Kind kind) {
     switch (kind) {
     case Kind::dosDialog:
         return new DosDialogView(m_state, this);
     case Kind::sortPicker:
         return new SortPickerView(m_state, this);
+    case Kind::jumpDialog:
+        return new JumpDialogView(m_state, this);
+    case Kind::volumePicker:
+        return new VolumePickerView(m_state, this);
     case Kind::wildcardPrompt:
         return PromptBoxes::wildcardTagPrompt(m_state, this);
     case Kind::createItemPrompt:
         return PromptBoxes::createItemPrompt(m_state, this);
     case Kind::renamePrompt:
         return PromptBoxes::renamePrompt(m_state, this);
+    case Kind::attributePrompt:
+        return new AttributePromptView(m_state, this);
     case Kind::copyMovePathPrompt:
         return PromptBoxes::copyMovePathPrompt(m_state, this);
     default:
@@ -119,6 +126,12 @@ void OverlayView::closeAsEsc() {
     case Kind::sortPicker:
         m_state.closeSortPicker();
         break;
+    case Kind::jumpDialog:
+        m_state.closeJumpDialog();
+        break;
+    case Kind::volumePicker:
+        m_state.closeVolumePicker();
+        break;
     case Kind::wildcardPrompt:
         m_state.cancelWildcardPrompt();
         break;
@@ -127,6 +140,9 @@ void OverlayView::closeAsEsc() {
         break;
     case Kind::renamePrompt:
         m_state.cancelRenamePrompt();
+        break;
+    case Kind::attributePrompt:
+        m_state.cancelAttributePrompt();
         break;
     case Kind::copyMovePathPrompt:
         m_state.cancelCopyMovePathPrompt();
