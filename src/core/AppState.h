@@ -17,6 +17,7 @@
 #include <optional>
 
 class Preferences;
+class QTimer;
 class TextInputHost;
 class TreeSession;
 class FolderSearchService;
@@ -274,6 +275,14 @@ public:
     virtual void selectSearchTreeBoxRow(int index);
     virtual int searchTreeBoxRowCount() const;
     virtual void confirmSearchTreeBox();
+    // Starts the scan of the form once it has held still for the debounce
+    // interval; every call starts the wait again (search/FileSearchMode.cpp).
+    void scheduleFileSearch();
+    // The end of that wait: the scan of what the form holds now.
+    virtual void runScheduledFileSearch();
+    // The folder a search looks in: the chosen one, else the left pane's
+    // folder, or the folder of the archive the left pane is in.
+    QString fileSearchRoot() const;
     // Tree mode
     virtual void toggleTreeMode();
     virtual void exitTreeModeByEsc();
@@ -493,6 +502,9 @@ public:
     bool isSearchTreeBoxOpen = false;
     std::shared_ptr<TreeSession> searchTreeSession;
     std::shared_ptr<FolderSearchService> folderSearch;
+    // The wait between the last change of the form and its scan.
+    int fileSearchDebounceMilliseconds = 280;
+    QTimer* fileSearchDebounceTask = nullptr;
 
     // --- Watchers
     std::shared_ptr<DirectoryWatcher> leftWatcher;

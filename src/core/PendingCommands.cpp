@@ -21,37 +21,6 @@ void AppState::syncGallerySelection() {}
 void AppState::moveGalleryCursor(int, int) {}
 void AppState::openGallerySelection(std::optional<int>) {}
 
-// File search mode fills these.
-void AppState::enterFileSearchMode() {}
-void AppState::exitFileSearchMode() {}
-void AppState::cycleFileSearchFocus(int) {}
-void AppState::moveFileSearchSelection(int) {}
-void AppState::fileSearchSelectFirst() {}
-void AppState::fileSearchSelectLast() {}
-void AppState::fileSearchPage(int) {}
-void AppState::cycleFileSearchSort(int) {}
-void AppState::cycleFileSearchMatchMode(int) {}
-void AppState::toggleFileSearchChoice() {}
-void AppState::openSearchTreeBox() {}
-void AppState::openFileSearchResult() {}
-void AppState::editFileSearchResult() {}
-void AppState::openFileSearchResultExternally() {}
-// File search adds the preview of the selected result here.
-void AppState::focusFileSearchResults() {
-    fileSearchFocusField = FileSearchFocusField::results;
-    notifyChanged();
-}
-
-// The search tree box fills these.
-void AppState::closeSearchTreeBox() {}
-void AppState::moveSearchTreeBoxRow(int) {}
-void AppState::collapseOrExpandSearchTreeBoxRow(bool) {}
-void AppState::selectSearchTreeBoxRow(int) {}
-int AppState::searchTreeBoxRowCount() const {
-    return 0; // The search tree box counts its session's rows here.
-}
-void AppState::confirmSearchTreeBox() {}
-
 // The open-with picker fills these.
 void AppState::openCursorEntryExternally() {}
 void AppState::showOpenWithChoices(const QString&, const QString&) {}

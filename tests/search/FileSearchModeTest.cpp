@@ -1,0 +1,231 @@
+// File search mode driven through the state: entering and leaving, the wait
+// before a scan, the form's choices, the moves over the hits and the folder box.
+#include "core/AppState.h"
+#include "core/KeyEvent.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "search/FolderSearchService.h"
+#include "search/TreeSession.h"
+#include "support/ChildProcess.h"
+#include "support/TestDir.h"
+
+#include <QSignalSpy>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// Counts the scans that the wait lets through.
+class CountingState : public AppState {
+public:
+    using AppState::AppState;
+    void runScheduledFileSearch() override {
+        ++scans;
+        AppState::runScheduledFileSearch();
+    }
+    int scans = 0;
+};
+
+KeyEvent named(uint16_t keyCode, const QString& text = {}, KeyModifiers modifiers = {}) {
+    KeyEvent event;
+    event.keyCode = keyCode;
+    if (!text.isEmpty()) {
+        event.characters = event.charactersIgnoringModifiers = text;
+    }
+    event.modifiers = modifiers;
+    return event;
+}
+
+constexpr int kShortWait = 40;
+
+class FileSearchModeTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        dir.makeFile(QStringLiteral("alpha.txt"), "a");
+        dir.makeFile(QStringLiteral("alps.txt"), "b");
+        dir.makeFile(QStringLiteral("beta.txt"), "c");
+        dir.makeFile(QStringLiteral("music/alpine.mp3"), "d");
+        dir.makeFolder(QStringLiteral("music/alpha-live"));
+        dir.makeFolder(QStringLiteral("docs/old"));
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<CountingState>(preferences);
+        state->fileSearchDebounceMilliseconds = kShortWait;
+        state->refreshAll();
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    void typeQuery(const QString& text) {
+        state->fileSearchQuery = text;
+        state->scheduleFileSearch();
+    }
+    bool waitForScan() {
+        QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
+        return finished.wait(3000);
+    }
+    QStringList hitPaths() const {
+        QStringList paths;
+        for (const FolderSearchHit& hit : state->folderSearch->results()) {
+            paths.append(hit.relativePath);
+        }
+        return paths;
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<CountingState> state;
+};
+
+TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
+    state->enterFileSearchMode();
+    typeQuery(QStringLiteral("a"));
+    typeQuery(QStringLiteral("al"));
+    typeQuery(QStringLiteral("alp"));
+    EXPECT_EQ(state->scans, 0);
+    EXPECT_FALSE(state->folderSearch->isSearching());
+    ASSERT_TRUE(waitForScan());
+    QTest::qWait(3 * kShortWait);
+    EXPECT_EQ(state->scans, 1);
+    EXPECT_EQ(hitPaths(),
+              QStringList({"music/alpha-live", "alpha.txt", "alps.txt", "music/alpine.mp3"}));
+}
+
+TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
+    ASSERT_TRUE(state->handleKeyDown(named(KeyCode::mainRow4, "$", KeyModifier::shift)));
+    ASSERT_TRUE(state->isFileSearchMode);
+    // Esc while the wait runs: no scan starts.
+    typeQuery(QStringLiteral("alp"));
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
+    EXPECT_FALSE(state->isFileSearchMode);
+    QTest::qWait(4 * kShortWait);
+    EXPECT_EQ(state->scans, 0);
+
+    // Esc while the scan runs: its hits never arrive.
+    state->enterFileSearchMode();
+    state->fileSearchQuery = QStringLiteral("alp");
+    QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
+    state->runScheduledFileSearch();
+    ASSERT_TRUE(state->folderSearch->isSearching());
+    state->handleKeyDown(named(KeyCode::escape));
+    EXPECT_FALSE(finished.wait(300));
+    EXPECT_TRUE(state->folderSearch->results().isEmpty());
+}
+
+TEST_F(FileSearchModeTest, EnteringStartsAFreshFormAndTheMenuKeyLeaves) {
+    state->fileSearchQuery = QStringLiteral("old");
+    state->fileSearchFromYM = QStringLiteral("2020-01");
+    state->fileSearchSort = FolderSearchSort::size;
+    state->fileSearchFocusField = FileSearchFocusField::results;
+    state->toggleTreeMode();
+    ASSERT_TRUE(state->leftTreeMode);
+    state->focusedSide = PaneSide::right;
+
+    state->enterFileSearchMode();
+    EXPECT_TRUE(state->isFileSearchMode);
+    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_FALSE(state->leftTreeSession);
+    EXPECT_EQ(state->fileSearchScopePath, dir.path());
+    EXPECT_EQ(state->fileSearchQuery, QString());
+    EXPECT_EQ(state->fileSearchFromYM, QString());
+    EXPECT_EQ(state->fileSearchSort, FolderSearchSort::name);
+    EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::query);
+    EXPECT_EQ(state->focusedSide, PaneSide::left);
+
+    state->enterFileSearchMode();
+    EXPECT_FALSE(state->isFileSearchMode);
+}
+
+TEST_F(FileSearchModeTest, ChoicesAndFocusWrapAndChoicesSearchAgain) {
+    using F = FileSearchFocusField;
+    state->enterFileSearchMode();
+    state->cycleFileSearchFocus(-1);
+    EXPECT_EQ(state->fileSearchFocusField, F::results);
+    state->cycleFileSearchFocus(1);
+    EXPECT_EQ(state->fileSearchFocusField, F::query);
+    state->cycleFileSearchFocus(5);
+    EXPECT_EQ(state->fileSearchFocusField, F::sort);
+
+    state->cycleFileSearchSort(-1);
+    EXPECT_EQ(state->fileSearchSort, FolderSearchSort::date);
+    ASSERT_TRUE(state->fileSearchDebounceTask);
+    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+    state->toggleFileSearchChoice();
+    EXPECT_EQ(state->fileSearchSort, FolderSearchSort::name);
+
+    state->fileSearchFocusField = F::matchMode;
+    state->toggleFileSearchChoice();
+    EXPECT_EQ(state->fileSearchMatchMode, FolderSearchMatchMode::includeContent);
+    state->cycleFileSearchMatchMode(1);
+    EXPECT_EQ(state->fileSearchMatchMode, FolderSearchMatchMode::nameOnly);
+}
+
+TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
+    state->enterFileSearchMode();
+    state->editFileSearchResult();
+    EXPECT_EQ(state->errorMessage, QStringLiteral("No file to edit"));
+    state->errorMessage.reset();
+    typeQuery(QStringLiteral("alp"));
+    ASSERT_TRUE(waitForScan());
+
+    state->moveFileSearchSelection(-3);
+    EXPECT_EQ(state->fileSearchSelection, 0);
+    EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::results);
+    EXPECT_EQ(state->editorText, QStringLiteral("(folder) ") + dir.filePath("music/alpha-live"));
+    state->openFileSearchResultExternally();
+    EXPECT_EQ(state->errorMessage, QStringLiteral("No file to open"));
+    state->errorMessage.reset();
+    state->fileSearchPage(1);
+    EXPECT_EQ(state->fileSearchSelection, 3);
+    state->fileSearchSelectFirst();
+
+    state->openFileSearchResult();
+    EXPECT_FALSE(state->isFileSearchMode);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("music/alpha-live")));
+}
+
+TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
+    state->enterFileSearchMode();
+    state->fileSearchFocusField = FileSearchFocusField::folder;
+    state->handleKeyDown(named(KeyCode::returnKey));
+    ASSERT_TRUE(state->isSearchTreeBoxOpen);
+    ASSERT_EQ(state->searchTreeBoxRowCount(), 3); // the root, docs, music
+    state->handleKeyDown(named(KeyCode::down));
+    state->handleKeyDown(named(KeyCode::down));
+    state->handleKeyDown(named(KeyCode::down));
+    EXPECT_EQ(state->searchTreeSession->selectedPath(), dir.filePath("music"));
+    state->handleKeyDown(named(KeyCode::right));
+    EXPECT_EQ(state->searchTreeBoxRowCount(), 4);
+
+    // Esc keeps the folder; Enter takes the row under the cursor.
+    state->handleKeyDown(named(KeyCode::escape));
+    EXPECT_FALSE(state->isSearchTreeBoxOpen);
+    EXPECT_TRUE(state->isFileSearchMode);
+    EXPECT_EQ(state->fileSearchScopePath, dir.path());
+    state->openSearchTreeBox();
+    state->handleKeyDown(named(KeyCode::end));
+    state->handleKeyDown(named(KeyCode::returnKey));
+    EXPECT_FALSE(state->isSearchTreeBoxOpen);
+    EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
+    EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::folder);
+    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+}
+
+TEST_F(FileSearchModeTest, AnUnreadableFolderIsRefusedWithTheBoxOpen) {
+    dir.setMode(QString(), 0755);
+    dir.setMode(QStringLiteral("docs"), 0);
+    state->enterFileSearchMode();
+    state->openSearchTreeBox();
+    const int status = runAsUnprivilegedUser([&] {
+        // The listing above ran as root and remembered the folder as readable.
+        FileAccessMemory::forget(dir.filePath(QStringLiteral("docs")));
+        state->selectSearchTreeBoxRow(1);
+        state->confirmSearchTreeBox();
+        return state->errorMessage == QStringLiteral("Cannot open folder") &&
+               state->isSearchTreeBoxOpen && state->fileSearchScopePath == dir.path();
+    });
+    EXPECT_EQ(status, 0);
+}
+
+} // namespace
