@@ -3,11 +3,13 @@
 #include "app/AppMenus.h"
 #include "core/AppState.h"
 #include "ui/EditorPaneView.h"
+#include "ui/FileSearchPaneView.h"
 #include "ui/FilerPaneView.h"
 #include "ui/FunctionToolbarView.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
 #include "ui/StatusBarView.h"
+#include "ui/TreeFilerPaneView.h"
 
 #include <QGuiApplication>
 #include <QHBoxLayout>
@@ -42,9 +44,9 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     column->addWidget(new FunctionToolbarView(m_state, this));
     m_panes = new QHBoxLayout;
     m_panes->setSpacing(0);
-    m_panes->addWidget(new FilerPaneView(m_state, PaneSide::left, this), 1);
     column->addLayout(m_panes, 1);
     column->addWidget(new StatusBarView(m_state, this));
+    rebuildLeftHalf();
     rebuildRightHalf();
     m_overlay = new OverlayView(m_state, this);
 
@@ -55,6 +57,7 @@ ContentView::ContentView(AppState& state, QWidget* parent)
         update();
         m_state.noteResizeEnded();
     });
+    connect(&m_state, &AppState::changed, this, &ContentView::rebuildLeftHalf);
     connect(&m_state, &AppState::changed, this, &ContentView::rebuildRightHalf);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
             &ContentView::followApplicationState);
@@ -105,8 +108,32 @@ void ContentView::followApplicationState(Qt::ApplicationState applicationState) 
     }
 }
 
+// The form of file search, the tree, or the filer list.
+void ContentView::rebuildLeftHalf() {
+    const int kind = m_state.isFileSearchMode ? 2 : m_state.leftTreeMode ? 1 : 0;
+    if (kind == m_leftHalfKind) {
+        return;
+    }
+    m_leftHalfKind = kind;
+    if (m_leftHalf) {
+        m_leftHalf->deleteLater();
+    }
+    if (kind == 2) {
+        m_leftHalf = new FileSearchPaneView(m_state, this);
+    } else if (kind == 1) {
+        m_leftHalf = new TreeFilerPaneView(m_state, PaneSide::left, this);
+    } else {
+        m_leftHalf = new FilerPaneView(m_state, PaneSide::left, this);
+    }
+    m_panes->insertWidget(0, m_leftHalf, 1);
+    if (m_overlay) {
+        m_overlay->raise();
+    }
+}
+
 void ContentView::rebuildRightHalf() {
-    const int layout = int(m_state.layoutMode);
+    const bool rightTree = m_state.layoutMode == LayoutMode::dualFiler && m_state.rightTreeMode;
+    const int layout = int(m_state.layoutMode) * 2 + (rightTree ? 1 : 0);
     if (layout == m_rightHalfLayout) {
         return;
     }
@@ -115,7 +142,9 @@ void ContentView::rebuildRightHalf() {
         m_rightHalf->deleteLater();
     }
     // The gallery brings its own view; until then its half shows the VIEWER.
-    if (m_state.layoutMode == LayoutMode::dualFiler) {
+    if (rightTree) {
+        m_rightHalf = new TreeFilerPaneView(m_state, PaneSide::right, this);
+    } else if (m_state.layoutMode == LayoutMode::dualFiler) {
         m_rightHalf = new FilerPaneView(m_state, PaneSide::right, this);
     } else {
         m_rightHalf = new EditorPaneView(m_state, this);

@@ -26,15 +26,18 @@ protected:
 
 private:
     void followApplicationState(Qt::ApplicationState applicationState);
+    void rebuildLeftHalf();
     void rebuildRightHalf();
     void placeInitialFrame();
 
     AppState& m_state;
     AppMenus* m_menus = nullptr;
     QHBoxLayout* m_panes = nullptr;
+    QWidget* m_leftHalf = nullptr;
     QWidget* m_rightHalf = nullptr;
     OverlayView* m_overlay = nullptr;
     QTimer* m_resizeSettle = nullptr;
+    int m_leftHalfKind = -1;
     int m_rightHalfLayout = -1;
     bool m_hasAppeared = false;
 };

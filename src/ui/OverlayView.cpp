@@ -7,6 +7,7 @@
 #include "ui/JumpDialogView.h"
 #include "ui/PromptBoxView.h"
 #include "ui/PromptBoxes.h"
+#include "ui/SearchTreeBoxView.h"
 #include "ui/SortPickerView.h"
 #include "ui/VolumePickerView.h"
 
@@ -50,6 +51,8 @@ QWidget* OverlayView::makeBox(Kind kind) {
     switch (kind) {
     case Kind::dosDialog:
         return new DosDialogView(m_state, this);
+    case Kind::searchTreeBox:
+        return new SearchTreeBoxView(m_state, this);
     case Kind::sortPicker:
         return new SortPickerView(m_state, this);
     case Kind::jumpDialog:
@@ -123,6 +126,9 @@ void OverlayView::mousePressEvent(QMouseEvent* event) {
 
 void OverlayView::closeAsEsc() {
     switch (m_kind) {
+    case Kind::searchTreeBox:
+        m_state.closeSearchTreeBox();
+        break;
     case Kind::sortPicker:
         m_state.closeSortPicker();
         break;

@@ -1,0 +1,258 @@
+#include "ui/TreeFilerPaneView.h"
+
+#include "core/AppState.h"
+#include "core/EntryDisplay.h"
+#include "search/TreeSession.h"
+#include "ui/EntryColors.h"
+#include "ui/HeaderBar.h"
+#include "ui/Palette.h"
+#include "ui/PaneFrame.h"
+#include "ui/ScreenFont.h"
+#include "ui/ScreenText.h"
+
+#include <QAbstractScrollArea>
+#include <QHBoxLayout>
+#include <QMouseEvent>
+#include <QPainter>
+#include <QScrollBar>
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <utility>
+
+namespace {
+
+constexpr double kRowPadH = 6;
+constexpr double kRowPadV = 1;
+
+QColor folderColor(const TreeRow& row, bool showLocalizedNames) {
+    const bool localized = showLocalizedNames && row.localizedName != row.name;
+    if (localized) {
+        return row.isReadable ? Palette::localizedDirText() : Palette::unreadableLocalizedDirText();
+    }
+    return row.isReadable ? Palette::dirText() : Palette::unreadableDirText();
+}
+
+struct Line {
+    QString text;
+    QColor color;
+};
+
+} // namespace
+
+// One of the two lists of a tree pane, painted row by row, with the cursor
+// row kept in the middle of the view.
+class TreeColumnList : public QAbstractScrollArea {
+public:
+    enum class Kind { tree, files };
+
+    TreeColumnList(AppState& state, PaneSide side, Kind kind, QWidget* parent)
+        : QAbstractScrollArea(parent)
+        , m_state(state)
+        , m_side(side)
+        , m_kind(kind) {
+        setFrameShape(QFrame::NoFrame);
+        setFocusPolicy(Qt::NoFocus);
+        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+        viewport()->setAutoFillBackground(false);
+    }
+
+    QRect rowRect(int index) const {
+        return QRect(0, int(index * rowHeight()) - verticalScrollBar()->value(),
+                     viewport()->width(), int(rowHeight()));
+    }
+
+    void sync() {
+        m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
+        const auto session = m_state.treeSessionFor(m_side);
+        m_lines.clear();
+        m_cursor = -1;
+        if (session) {
+            m_kind == Kind::tree ? readRows(*session) : readFiles(*session);
+        }
+        const int content = int(std::ceil(m_lines.size() * rowHeight()));
+        verticalScrollBar()->setRange(0, std::max(0, content - viewport()->height()));
+        if (m_cursor >= 0 && m_cursor != m_centredCursor) {
+            m_centredCursor = m_cursor;
+            const double centre = (m_cursor + 0.5) * rowHeight() - viewport()->height() / 2.0;
+            verticalScrollBar()->setValue(int(centre));
+        }
+        viewport()->update();
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(viewport());
+        painter.fillRect(viewport()->rect(), Palette::paneBackground());
+        const auto session = m_state.treeSessionFor(m_side);
+        const bool hasKeys = session && session->focusOnFiles == (m_kind == Kind::files);
+        QColor fill = Palette::cursorFill();
+        fill.setAlphaF(hasKeys && m_state.focusedSide == m_side ? 1.0 : 0.35);
+        for (int i = 0; i < m_lines.size(); ++i) {
+            const QRect row = rowRect(i);
+            if (row.bottom() < 0 || row.top() > viewport()->height()) {
+                continue;
+            }
+            if (i == m_cursor) {
+                painter.fillRect(row, fill);
+            }
+            const QRectF inner = QRectF(row).adjusted(kRowPadH, 0, -kRowPadH, 0);
+            m_text.draw(painter, inner,
+                        m_text.elided(m_lines.at(i).text, inner.width(), Qt::ElideRight),
+                        m_lines.at(i).color);
+        }
+    }
+
+    void mousePressEvent(QMouseEvent* event) override {
+        m_state.focusPane(m_side);
+        if (const auto index = indexAt(event->position().y())) {
+            select(*index);
+        }
+    }
+
+    void mouseDoubleClickEvent(QMouseEvent* event) override {
+        if (const auto index = indexAt(event->position().y())) {
+            select(*index);
+            m_state.activateTreeSelection();
+        }
+    }
+
+private:
+    double rowHeight() const { return m_text.lineHeight() + 2 * kRowPadV; }
+
+    std::optional<int> indexAt(double y) const {
+        const int index = int((y + verticalScrollBar()->value()) / rowHeight());
+        return index >= 0 && index < m_lines.size() ? std::optional<int>(index) : std::nullopt;
+    }
+
+    // Clicks address the visible lists; the tree cursor indexes all rows.
+    void select(int visibleIndex) {
+        if (m_kind == Kind::files) {
+            m_state.selectTreeFile(m_side, visibleIndex);
+            return;
+        }
+        const auto session = m_state.treeSessionFor(m_side);
+        const QString path = m_visiblePaths.value(visibleIndex);
+        for (int i = 0; session && i < session->rows.size(); ++i) {
+            if (session->rows.at(i).path == path) {
+                m_state.selectTreeRow(m_side, i);
+                return;
+            }
+        }
+    }
+
+    void readRows(const TreeSession& session) {
+        const QString selected = session.selectedPath();
+        m_visiblePaths.clear();
+        for (const TreeRow& row : m_state.visibleTreeRows(session.rows)) {
+            if (row.path == selected) {
+                m_cursor = int(m_lines.size());
+            }
+            m_visiblePaths.append(row.path);
+            m_lines.append({TreeSession::rowText(row, m_state.showLocalizedNames),
+                            folderColor(row, m_state.showLocalizedNames)});
+        }
+    }
+
+    void readFiles(const TreeSession& session) {
+        for (const FileEntry& entry : m_state.visibleTreeFiles(session.files)) {
+            m_lines.append(
+                {EntryDisplay::tagMark(entry, m_state.isTagged(entry)) +
+                     EntryDisplay::displayName(entry, m_state.showLocalizedNames,
+                                               m_state.showAllFileExtensions),
+                 EntryColors::of(EntryDisplay::colorRole(entry, m_state.showLocalizedNames))});
+        }
+        if (!m_lines.isEmpty()) {
+            m_cursor = std::clamp(session.fileSelection, 0, int(m_lines.size()) - 1);
+        }
+    }
+
+    AppState& m_state;
+    PaneSide m_side;
+    Kind m_kind;
+    ScreenText m_text{ScreenFont::font(13)};
+    QList<Line> m_lines;
+    QStringList m_visiblePaths;
+    int m_cursor = -1;
+    int m_centredCursor = -1;
+};
+
+TreeFilerPaneView::TreeFilerPaneView(AppState& state, PaneSide side, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_side(side) {
+    setFocusPolicy(Qt::NoFocus);
+    auto* row = new QHBoxLayout(this);
+    row->setSpacing(0);
+    m_tree = new TreeColumnList(state, side, TreeColumnList::Kind::tree, this);
+    m_files = new TreeColumnList(state, side, TreeColumnList::Kind::files, this);
+    row->addWidget(m_tree, 1);
+    row->addWidget(m_files, 1);
+    connect(&m_state, &AppState::changed, this, &TreeFilerPaneView::refreshFromState);
+    refreshFromState();
+}
+
+TreeFilerPaneView::~TreeFilerPaneView() = default;
+
+QRect TreeFilerPaneView::treeRowRect(int index) const {
+    return m_tree->rowRect(index).translated(m_tree->viewport()->mapTo(this, QPoint(0, 0)));
+}
+
+QRect TreeFilerPaneView::fileRowRect(int index) const {
+    return m_files->rowRect(index).translated(m_files->viewport()->mapTo(this, QPoint(0, 0)));
+}
+
+void TreeFilerPaneView::applyFontSize() {
+    if (m_fontSize == m_state.uiFontSize) {
+        return;
+    }
+    m_fontSize = m_state.uiFontSize;
+    const ScreenText text(ScreenFont::font(m_fontSize));
+    const int top = PaneFrame::kContentMargin + int(std::ceil(HeaderBar::height(text)));
+    layout()->setContentsMargins(PaneFrame::kContentMargin, top, PaneFrame::kContentMargin,
+                                 PaneFrame::kContentMargin);
+}
+
+void TreeFilerPaneView::refreshFromState() {
+    applyFontSize();
+    const bool hasSession = m_state.treeSessionFor(m_side) != nullptr;
+    m_tree->setVisible(hasSession);
+    m_files->setVisible(hasSession);
+    m_tree->sync();
+    m_files->sync();
+    update();
+}
+
+void TreeFilerPaneView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    PaneFrame::paint(painter, rect());
+    const ScreenText text(ScreenFont::font(m_state.uiFontSize));
+    const QRectF bar(PaneFrame::kContentMargin, PaneFrame::kContentMargin,
+                     width() - 2 * PaneFrame::kContentMargin, HeaderBar::height(text));
+    const bool focused = m_state.focusedSide == m_side;
+    const auto session = m_state.treeSessionFor(m_side);
+    QList<HeaderBar::Item> leading{{QStringLiteral("TREE"), Palette::titleText()}};
+    if (session) {
+        leading.append(
+            {QStringLiteral("Tree=") + session->selectedPath(), Palette::baseText(), true});
+    }
+    QList<HeaderBar::Item> trailing;
+    if (m_state.showHiddenFiles) {
+        trailing.append({QStringLiteral(".*"), Palette::accentText()});
+    }
+    trailing.append({QStringLiteral("[T]"), Palette::dimText()});
+    if (m_state.isSearching && focused) {
+        trailing.append({QStringLiteral("FILTER"), Palette::titleText()});
+    }
+    HeaderBar::paint(painter, bar, text, focused, leading, trailing);
+    if (!session) {
+        const QRectF body = rect().adjusted(0, int(bar.bottom()), 0, 0);
+        text.draw(painter, body, QStringLiteral("No tree"), Palette::dimText(), Qt::AlignHCenter);
+    }
+}
+
+void TreeFilerPaneView::mousePressEvent(QMouseEvent* event) {
+    m_state.focusPane(m_side);
+    QWidget::mousePressEvent(event);
+}

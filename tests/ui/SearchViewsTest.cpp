@@ -1,0 +1,134 @@
+// What the search form, the tree pane and the folder box show: the fill of
+// the form's focused row, the cursor of the hits and their texts, the tree's
+// branch lines and the cursor of the list that has the keys.
+#include "ui/FileSearchPaneView.h"
+#include "ui/SearchTreeBoxView.h"
+#include "ui/TreeFilerPaneView.h"
+
+#include "ScreenTestSupport.h"
+#include "search/FolderSearchService.h"
+#include "search/TreeSession.h"
+#include "ui/Palette.h"
+#include "ui/ScreenFont.h"
+#include "ui/ScreenText.h"
+
+#include <QLineEdit>
+#include <QSignalSpy>
+#include <QTest>
+
+using namespace ScreenTest;
+
+namespace {
+
+class SearchViewsTest : public ScreenFixture {
+protected:
+    void SetUp() override {
+        ScreenFixture::SetUp();
+        dir.makeFile(QStringLiteral("alpha.txt"), QByteArray(2048, 'a'));
+        dir.makeFile(QStringLiteral("music/alpine.mp3"), "m");
+        dir.makeFolder(QStringLiteral("music/live"));
+        dir.makeFolder(QStringLiteral("docs"));
+        makeState();
+        state->fileSearchDebounceMilliseconds = 0;
+    }
+
+    // How many pixels of a colour the row holds in its left part, where the
+    // padding and the first cells of text stand.
+    static int fillIn(const QImage& image, const QRect& row, const QColor& color) {
+        return countColor(image, row.adjusted(0, 1, -row.width() / 2, -1), color, 3);
+    }
+};
+
+TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndOnlyThatOne) {
+    state->enterFileSearchMode();
+    FileSearchPaneView view(*state);
+    view.resize(640, 480);
+    view.show();
+    const QColor rowFill = blended(Palette::cursorFill(), 0.25, Palette::paneBackground());
+
+    QImage image = grab(view);
+    const QRect query = view.formRowRect(FileSearchFocusField::query);
+    const QRect sort = view.formRowRect(FileSearchFocusField::sort);
+    EXPECT_GT(fillIn(image, query, rowFill), query.height() * 20);
+    EXPECT_EQ(fillIn(image, sort, rowFill), 0);
+    // The name field takes the keyboard on the next turn of the loop.
+    QTRY_VERIFY(view.queryFocused());
+
+    state->cycleFileSearchFocus(-2);
+    image = grab(view);
+    EXPECT_EQ(fillIn(image, query, rowFill), 0);
+    EXPECT_GT(fillIn(image, sort, rowFill), sort.height() * 20);
+    EXPECT_FALSE(view.queryFocused());
+}
+
+TEST_F(SearchViewsTest, TypingSearchesAndTheHitUnderTheCursorIsFilled) {
+    state->enterFileSearchMode();
+    FileSearchPaneView view(*state);
+    view.resize(640, 480);
+    view.show();
+    QTRY_VERIFY(view.queryFocused());
+    QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
+    QTest::keyClicks(view.focusWidget(), QStringLiteral("alp"));
+    EXPECT_EQ(state->fileSearchQuery, QStringLiteral("alp"));
+    ASSERT_TRUE(finished.wait(3000));
+    ASSERT_EQ(state->folderSearch->results().size(), 2);
+
+    state->moveFileSearchSelection(1);
+    const QImage image = grab(view);
+    const QRect first = view.resultRowRect(0);
+    const QRect second = view.resultRowRect(1);
+    EXPECT_EQ(fillIn(image, first, Palette::cursorFill()), 0);
+    EXPECT_GT(fillIn(image, second, Palette::cursorFill()), second.height() * 20);
+    // The size column of "alpha.txt" reads "2.0K" in the dim colour.
+    EXPECT_GT(countColor(image, first.adjusted(8, 0, -(first.width() - 64), 0), Palette::dimText()),
+              5);
+}
+
+TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys) {
+    state->toggleTreeMode();
+    auto session = state->treeSessionFor(PaneSide::left);
+    ASSERT_TRUE(session);
+    ASSERT_EQ(session->rows.size(), 3); // the root, docs, music
+    TreeFilerPaneView view(*state, PaneSide::left);
+    view.resize(640, 400);
+    view.show();
+
+    QImage image = grab(view);
+    const QRect root = view.treeRowRect(0);
+    const QRect music = view.treeRowRect(2);
+    // The root stands under the cursor; the child rows draw "+--" in the
+    // folder colour from their second cell on.
+    EXPECT_GT(fillIn(image, root, Palette::cursorFill()), root.height() * 20);
+    const int cell = int(ScreenText(ScreenFont::font(13)).cellWidth());
+    const QRect branch = music.adjusted(6 + cell, 0, -(music.width() - 6 - 4 * cell), 0);
+    EXPECT_GT(countColor(image, branch, Palette::dirText()), 3);
+    EXPECT_EQ(TreeSession::rowText(session->rows.at(2), false), QStringLiteral(" +--music>"));
+
+    // Right on the open root row hands the keys to its file list.
+    state->treeStepRight();
+    image = grab(view);
+    const QColor dimmed = blended(Palette::cursorFill(), 0.35, Palette::paneBackground());
+    EXPECT_GT(fillIn(image, view.treeRowRect(0), dimmed), root.height() * 20);
+    EXPECT_GT(fillIn(image, view.fileRowRect(0), Palette::cursorFill()), root.height() * 20);
+}
+
+TEST_F(SearchViewsTest, TheFolderBoxShowsTheTreeWithItsCursor) {
+    state->enterFileSearchMode();
+    state->openSearchTreeBox();
+    state->moveSearchTreeBoxRow(2);
+    SearchTreeBoxView box(*state);
+    box.resize(box.sizeHint());
+    box.show();
+    EXPECT_EQ(box.width(), 420);
+    EXPECT_GE(box.height(), 360);
+
+    const QImage image = grab(box);
+    const QRect music = box.rowRect(2);
+    EXPECT_GT(fillIn(image, music, Palette::cursorFill()), music.height() * 20);
+    EXPECT_EQ(fillIn(image, box.rowRect(1), Palette::cursorFill()), 0);
+    EXPECT_GT(countColor(image, music, Palette::dirText()), 10);
+    // The border is 2 points of the title colour.
+    EXPECT_GT(countColor(image, QRect(0, 100, 2, 100), Palette::titleText()), 150);
+}
+
+} // namespace
