@@ -1,5 +1,5 @@
 // The APNG side of AnimatedImageSupport: chunk parsing and frame composition,
-// after the PNG specification and the APNG specification (acTL, fcTL, fdAT).
+// after the PNG standard (W3C) and the APNG extension document (acTL, fcTL, fdAT).
 #include "preview/AnimatedImageSupport.h"
 
 #include <QBuffer>

@@ -19,7 +19,7 @@
 // Qt's image reader gives only the default image of an APNG, so the PNG is
 // taken apart here: every frame becomes a small standalone PNG of its own,
 // which is decoded and composed on a canvas by the rules of the APNG
-// specification. GIF frames come from QImageReader. Everything here is free
+// format document. GIF frames come from QImageReader. Everything here is free
 // of shared state and may run on any thread.
 namespace AnimatedImageSupport {
 
@@ -90,7 +90,7 @@ QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path);
 
 // A chunk as it stands in a file: length, type, data and CRC.
 QByteArray chunkBytes(const QByteArray& type, QByteArrayView data);
-// The CRC-32 of the PNG specification (ISO 3309), over type and data.
+// The CRC-32 of the PNG standard (ISO 3309), over type and data.
 uint32_t crc32(QByteArrayView bytes);
 
 } // namespace AnimatedImageSupport
