@@ -1,6 +1,6 @@
 #include "app/ContentView.h"
 
-#include "app/AppMenus.h"
+#include "ui/AppMenus.h"
 #include "core/AppState.h"
 #include "ui/EditorPaneView.h"
 #include "ui/FileSearchPaneView.h"

@@ -1,4 +1,4 @@
-#include "app/AppMenus.h"
+#include "ui/AppMenus.h"
 
 #include "core/AppState.h"
 #include "core/Localization.h"

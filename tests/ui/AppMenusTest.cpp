@@ -1,0 +1,95 @@
+// The menu bar: every item with its Ctrl shortcut runs its command, and the
+// language and font size menus mark the current choice.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+#include "ui/AppMenus.h"
+
+#include <QAction>
+#include <QCoreApplication>
+#include <QMenu>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+QAction* findAction(const QMenuBar& bar, const QString& text) {
+    for (QAction* action : bar.findChildren<QAction*>()) {
+        if (action->text() == text) {
+            return action;
+        }
+    }
+    return nullptr;
+}
+
+class AppMenusTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue("startupDirectory", dir.path());
+        preferences.setValue("appLanguage", QStringLiteral("english"));
+        state = std::make_unique<AppState>(preferences);
+        menus = std::make_unique<AppMenus>(*state);
+    }
+    void TearDown() override {
+        menus.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<AppState> state;
+    std::unique_ptr<AppMenus> menus;
+};
+
+TEST_F(AppMenusTest, ItemsCarryTheirCtrlShortcuts) {
+    const struct {
+        const char* title;
+        QKeySequence shortcut;
+    } items[] = {
+        {"Search Files…", QKeySequence(Qt::CTRL | Qt::Key_F)},
+        {"Save", QKeySequence(Qt::CTRL | Qt::Key_S)},
+        {"Layout: 2 Filers", QKeySequence()},
+        {"Layout: Viewer", QKeySequence()},
+        {"Layout: Gallery", QKeySequence()},
+        {"Right Pane: Editor", QKeySequence(Qt::CTRL | Qt::Key_E)},
+        {"Right Pane: Filer", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F)},
+        {"Toggle Right Pane Mode", QKeySequence(Qt::CTRL | Qt::Key_1)},
+        {"Refresh Filer", QKeySequence(Qt::CTRL | Qt::Key_R)},
+        {"Refresh All Filers", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R)},
+    };
+    for (const auto& item : items) {
+        const QAction* action = findAction(*menus, QString::fromUtf8(item.title));
+        ASSERT_NE(action, nullptr) << item.title;
+        EXPECT_EQ(action->shortcut(), item.shortcut) << item.title;
+    }
+}
+
+TEST_F(AppMenusTest, ItemsRunTheirCommandsPastAStandingDialog) {
+    dir.makeFile(QStringLiteral("a.txt"));
+    state->errorMessage = QStringLiteral("a dialog stands");
+    findAction(*menus, QStringLiteral("Refresh Filer"))->trigger();
+    EXPECT_EQ(state->leftEntries.size(), 2);
+    findAction(*menus, QStringLiteral("Right Pane: Filer"))->trigger();
+    EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
+    findAction(*menus, QStringLiteral("Search Files…"))->trigger();
+    EXPECT_TRUE(state->isFileSearchMode);
+}
+
+TEST_F(AppMenusTest, ChoiceMenusMarkTheCurrentLanguageAndSize) {
+    EXPECT_NE(findAction(*menus, QStringLiteral("✓ English")), nullptr);
+    EXPECT_NE(findAction(*menus, QStringLiteral("    日本語")), nullptr);
+    EXPECT_NE(findAction(*menus, QStringLiteral("✓ 13 pt")), nullptr);
+
+    findAction(*menus, QStringLiteral("    16 pt"))->trigger();
+    findAction(*menus, QStringLiteral("    日本語"))->trigger();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(state->uiFontSize, 16);
+    EXPECT_EQ(preferences.stringValue("appLanguage"), QStringLiteral("japanese"));
+    EXPECT_NE(findAction(*menus, QStringLiteral("✓ 16 pt")), nullptr);
+    EXPECT_NE(findAction(*menus, QStringLiteral("✓ 日本語")), nullptr);
+    EXPECT_NE(findAction(*menus, QStringLiteral("    13 pt")), nullptr);
+}
+
+} // namespace
