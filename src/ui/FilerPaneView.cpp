@@ -4,6 +4,7 @@
 #include "core/EntryDisplay.h"
 #include "ui/HeaderBar.h"
 #include "ui/PaneFrame.h"
+#include "ui/EntryColors.h"
 #include "ui/Palette.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
@@ -26,37 +27,10 @@ constexpr double kColumnGap = 8;
 constexpr double kListPadding = 2;
 constexpr int kScrollMilliseconds = 80;
 
-QColor colorFor(EntryDisplay::ColorRole role) {
-    using R = EntryDisplay::ColorRole;
-    switch (role) {
-    case R::file:
-        return Palette::fileText();
-    case R::readOnlyFile:
-        return Palette::readOnlyFileText();
-    case R::unreadableFile:
-        return Palette::unreadableFileText();
-    case R::dir:
-        return Palette::dirText();
-    case R::unreadableDir:
-        return Palette::unreadableDirText();
-    case R::localizedDir:
-        return Palette::localizedDirText();
-    case R::unreadableLocalizedDir:
-        return Palette::unreadableLocalizedDirText();
-    case R::archive:
-        return Palette::archiveText();
-    case R::unreadableArchive:
-        return Palette::unreadableArchiveText();
-    }
-    return Palette::baseText();
-}
+using EntryColors::overNavy;
 
-// A colour laid over navy at an opacity, as one opaque colour.
-QColor overNavy(QColor color, double opacity) {
-    const QColor navy = Palette::paneBackground();
-    return QColor::fromRgbF(color.redF() * opacity + navy.redF() * (1 - opacity),
-                            color.greenF() * opacity + navy.greenF() * (1 - opacity),
-                            color.blueF() * opacity + navy.blueF() * (1 - opacity));
+QColor colorFor(EntryDisplay::ColorRole role) {
+    return EntryColors::of(role);
 }
 
 const QString kScrollBarStyle = QStringLiteral(
