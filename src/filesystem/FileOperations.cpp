@@ -38,7 +38,9 @@ FsResult<QString> validatedItemName(const QString& text) {
     return name;
 }
 
-FsResult<QString> createFolder(const QString& name, const QString& parent) {
+// The path a new item of that name takes in the folder, refused when the
+// name is not valid or something already stands there.
+FsResult<QString> newItemPath(const QString& name, const QString& parent) {
     const auto valid = validatedItemName(name);
     if (!valid) {
         return fail(valid.error());
@@ -47,26 +49,30 @@ FsResult<QString> createFolder(const QString& name, const QString& parent) {
     if (somethingExistsAt(target)) {
         return fail(FileSystemError::make(FileSystemError::Kind::alreadyExists, target));
     }
-    if (::mkdir(QFile::encodeName(target).constData(), 0777) != 0) {
+    return target;
+}
+
+FsResult<QString> createFolder(const QString& name, const QString& parent) {
+    const auto target = newItemPath(name, parent);
+    if (!target) {
+        return target;
+    }
+    if (::mkdir(QFile::encodeName(*target).constData(), 0777) != 0) {
         return fail(FileSystemError::fromErrno(errno));
     }
     return target;
 }
 
 FsResult<QString> createFile(const QString& name, const QString& parent) {
-    const auto valid = validatedItemName(name);
-    if (!valid) {
-        return fail(valid.error());
+    const auto target = newItemPath(name, parent);
+    if (!target) {
+        return target;
     }
-    const QString target = PathUtils::appendingPathComponent(parent, *valid);
-    if (somethingExistsAt(target)) {
-        return fail(FileSystemError::make(FileSystemError::Kind::alreadyExists, target));
-    }
-    const int fd = ::open(QFile::encodeName(target).constData(),
+    const int fd = ::open(QFile::encodeName(*target).constData(),
                           O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
         // The system's reason is not shown for an empty file: the name is.
-        return fail(FileSystemError::make(FileSystemError::Kind::createFailed, target));
+        return fail(FileSystemError::make(FileSystemError::Kind::createFailed, *target));
     }
     ::close(fd);
     return target;
