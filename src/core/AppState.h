@@ -248,6 +248,17 @@ public:
     virtual void clearViewer();
     virtual void showFilePreview(const FileEntry& entry);
     virtual void showArchivePreview(const FileEntry& entry);
+    // Preview loading: one load at a time, a newer one drops the older.
+    virtual void loadViewerContent(const QString& url);
+    virtual void loadViewerContentForMember(const QString& archive, const QString& memberPath,
+                                            const QString& name);
+    void cancelPreviewLoad();
+    void startTextLoad(const QString& url, bool extracted);
+    void showLoadFailure(const QString& url, const QString& message);
+    // EDITOR commands beside the key-routed ones above.
+    void openFileInEditor(const QString& url);
+    void offerExternalOpenForLargeFile(const QString& url);
+    void updateEditorText(const QString& text);
     // Gallery
     virtual void rebuildGalleryItems();
     virtual void syncGallerySelection();
@@ -560,5 +571,7 @@ private:
 
     Preferences& m_preferences;
     TextInputHost* m_textInputHost = nullptr;
+    // The running preview load, if any; its type lives with the loading code.
+    std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;
 };

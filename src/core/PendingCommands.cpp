@@ -14,6 +14,14 @@ bool AppState::canChangeSaveEncoding() const {
 void AppState::clearViewer() {}
 void AppState::showFilePreview(const FileEntry&) {}
 void AppState::showArchivePreview(const FileEntry&) {}
+void AppState::loadViewerContent(const QString&) {}
+void AppState::loadViewerContentForMember(const QString&, const QString&, const QString&) {}
+void AppState::cancelPreviewLoad() {}
+void AppState::startTextLoad(const QString&, bool) {}
+void AppState::showLoadFailure(const QString&, const QString&) {}
+void AppState::openFileInEditor(const QString&) {}
+void AppState::offerExternalOpenForLargeFile(const QString&) {}
+void AppState::updateEditorText(const QString&) {}
 
 // The gallery fills these.
 void AppState::rebuildGalleryItems() {}
