@@ -346,4 +346,20 @@ bool isVideoFile(const QString& name, const std::optional<QString>& path) {
     return type && type->inherits("video/quicktime");
 }
 
+bool isGalleryImage(const QString& name, const std::optional<QString>& path) {
+    static const QSet<QString> imageExtensions = {"png",  "jpg", "jpeg", "gif",  "webp", "tif",
+                                                  "tiff", "bmp", "heic", "heif", "ico"};
+    if (imageExtensions.contains(pathExtension(name))) {
+        return true;
+    }
+    const auto isImage = [](const QMimeType& type) {
+        return type.isValid() && type.name().startsWith(QLatin1String("image/"));
+    };
+    if (isImage(QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension))) {
+        return true;
+    }
+    const auto type = path ? contentType(*path) : std::nullopt;
+    return type && isImage(*type);
+}
+
 } // namespace PreviewSelection

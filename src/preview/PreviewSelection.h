@@ -46,5 +46,9 @@ bool headLooksLikePlainText(QByteArrayView head);
 bool isDiskImageType(const QMimeType& type);
 bool isDiskImageFile(const QString& name, const std::optional<QString>& path);
 bool isVideoFile(const QString& name, const std::optional<QString>& path);
+// A picture for the gallery and the still view: one of the eleven image
+// extensions, or a type (of the name, or of the file when path is given)
+// that is an image.
+bool isGalleryImage(const QString& name, const std::optional<QString>& path);
 
 } // namespace PreviewSelection

@@ -119,3 +119,12 @@ TEST(PreviewSelection, DiskImagesAndVideosAreRecognised) {
     EXPECT_TRUE(isVideoFile("clip.qt", dir.makeFile("clip.qt", "x")));
     EXPECT_FALSE(isVideoFile("clip.mp4", dir.makeFile("clip.mp4", "x")));
 }
+
+TEST(PreviewSelection, GalleryImagesGoByExtensionThenType) {
+    EXPECT_TRUE(isGalleryImage("icon.ICO", std::nullopt));
+    EXPECT_TRUE(isGalleryImage("scan.heif", std::nullopt));
+    EXPECT_TRUE(isGalleryImage("drawing.svg", std::nullopt)); // image/svg+xml by its name
+    EXPECT_FALSE(isGalleryImage("notes.txt", std::nullopt));
+    EXPECT_FALSE(isGalleryImage("archive.zip", std::nullopt));
+    EXPECT_FALSE(isGalleryImage("photo", std::nullopt));
+}
