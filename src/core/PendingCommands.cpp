@@ -28,10 +28,3 @@ void AppState::rebuildGalleryItems() {}
 void AppState::syncGallerySelection() {}
 void AppState::moveGalleryCursor(int, int) {}
 void AppState::openGallerySelection(std::optional<int>) {}
-
-// The open-with picker fills these.
-void AppState::openCursorEntryExternally() {}
-void AppState::showOpenWithChoices(const QString&, const QString&) {}
-void AppState::closeOpenWithPicker() {}
-void AppState::moveOpenWithSelection(int) {}
-void AppState::confirmOpenWith(std::optional<int>) {}

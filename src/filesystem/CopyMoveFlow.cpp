@@ -7,6 +7,7 @@
 
 #include "core/Formats.h"
 #include "core/PathUtils.h"
+#include "filesystem/CopyMoveProgress.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QFile>
@@ -21,14 +22,14 @@ namespace {
 using Kind = AppState::CopyMoveKind;
 using ItemError = std::optional<FileSystemError>;
 
-// How long an item runs before the status line tells its progress, and how
-// often the text is renewed after that.
-constexpr int kProgressDelayMs = 500;
+// How often the progress text is renewed once it shows.
 constexpr int kProgressIntervalMs = 200;
+std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
     FileSystemService::CopyProgress carried;
-    std::atomic<int64_t> total{0};
+    // Negative until the worker has counted the item's bytes.
+    std::atomic<int64_t> total{-1};
 };
 
 void reportError(AppState& state, const QString& message) {
@@ -118,6 +119,14 @@ void completeItem(AppState& state, AppState::PendingCopyMove batch, const QStrin
 }
 
 } // namespace
+
+std::chrono::milliseconds CopyMoveProgress::delay() {
+    return progressDelay;
+}
+
+void CopyMoveProgress::setDelay(std::chrono::milliseconds delay) {
+    progressDelay = delay;
+}
 
 void AppState::startCopyOrMove(CopyMoveKind kind) {
     if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
@@ -274,12 +283,14 @@ void AppState::performCopyMoveHead(bool overwrite) {
     auto progress = std::make_shared<ItemProgress>();
     auto* watcher = new QFutureWatcher<ItemError>(this);
     auto* timer = new QTimer(watcher);
-    timer->setInterval(kProgressDelayMs);
+    timer->setInterval(CopyMoveProgress::delay());
     const QString name = PathUtils::lastPathComponent(source);
     connect(timer, &QTimer::timeout, this, [this, timer, name, progress] {
         timer->setInterval(kProgressIntervalMs);
-        fileOperationProgressText = progressText(name, *progress);
-        notifyChanged();
+        if (progress->total.load() >= 0) {
+            fileOperationProgressText = progressText(name, *progress);
+            notifyChanged();
+        }
     });
     connect(watcher, &QFutureWatcher<ItemError>::finished, this, [this, watcher, batch, source] {
         watcher->deleteLater();

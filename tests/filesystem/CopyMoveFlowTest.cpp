@@ -2,6 +2,7 @@
 // confirm and EXISTS stages, Shift for all later conflicts, and what a
 // failure or an abort leaves behind.
 #include "filesystem/FileFlowSupport.h"
+#include "filesystem/CopyMoveProgress.h"
 #include "filesystem/FileOperationSupport.h"
 
 using namespace FileFlowTest;
@@ -187,6 +188,59 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     state->commitCopyMovePathPrompt();
     EXPECT_EQ(error(), "Destination is not an existing folder");
     EXPECT_FALSE(state->copyMovePathKind);
+}
+
+// An item that runs past the delay shows its name and the bytes carried of
+// the whole in the status line, and the text goes when the item is done.
+TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDone) {
+    QFile big(dir.filePath("left/big.bin"));
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly));
+    const QByteArray block(1 << 20, 'x');
+    for (int i = 0; i < 160; ++i) {
+        big.write(block);
+    }
+    big.close();
+    state->reloadPane(PaneSide::left, false);
+    useDualFiler();
+    pointAt("big.bin");
+    CopyMoveProgress::setDelay(std::chrono::milliseconds(0));
+    key("c");
+    key("y");
+    QStringList seen;
+    QElapsedTimer clock;
+    clock.start();
+    while (state->isFileOperationRunning && clock.elapsed() < 20000) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        if (!state->fileOperationProgressText.isEmpty()) {
+            seen.append(state->fileOperationProgressText);
+        }
+    }
+    CopyMoveProgress::setDelay(std::chrono::milliseconds(500));
+
+    ASSERT_FALSE(seen.isEmpty());
+    EXPECT_TRUE(seen.first().startsWith("big.bin  ")) << seen.first().toStdString();
+    for (const QString& text : seen) {
+        EXPECT_TRUE(text.endsWith(" / 160.0M")) << text.toStdString(); // never "0 / 0"
+    }
+    EXPECT_TRUE(state->fileOperationProgressText.isEmpty());
+    EXPECT_EQ(QFileInfo(dir.filePath("right/big.bin")).size(), 160 << 20);
+}
+
+// Below the delay an item ends without a word in the status line.
+TEST_F(CopyMoveFlow, AQuickItemShowsNoProgress) {
+    dir.makeFile("left/small.txt", "x");
+    state->reloadPane(PaneSide::left, false);
+    useDualFiler();
+    pointAt("small.txt");
+    key("c");
+    key("y");
+    bool shown = false;
+    while (state->isFileOperationRunning) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        shown = shown || !state->fileOperationProgressText.isEmpty();
+    }
+    EXPECT_FALSE(shown);
+    EXPECT_TRUE(exists(dir.filePath("right/small.txt")));
 }
 
 } // namespace

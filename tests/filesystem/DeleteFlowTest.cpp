@@ -111,4 +111,25 @@ TEST_F(DeleteFlow, ARememberedReadOnlyFileIsRefusedUntilForgotten) {
     EXPECT_TRUE(state->pendingDelete);
 }
 
+// /dev/shm is a memory file system the desktop keeps no trash for: GIO says
+// so, and the file stays where it was.
+TEST_F(DeleteFlow, AVolumeWithoutTrashIsReportedAndNothingIsDeleted) {
+    QTemporaryDir shm(QStringLiteral("/dev/shm/dorvik-XXXXXX"));
+    if (!shm.isValid()) {
+        GTEST_SKIP() << "no /dev/shm on this machine";
+    }
+    const QString path = shm.filePath(QStringLiteral("kept.txt"));
+    QFile file(path);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.close();
+    state->leftLocation = FilerLocation::directory(shm.path());
+    state->reloadPane(PaneSide::left, false);
+    pointAt("kept.txt");
+    key("d");
+    key("y");
+    EXPECT_TRUE(exists(path));
+    EXPECT_TRUE(error().startsWith("kept.txt: ")) << error().toStdString();
+    EXPECT_TRUE(error().contains("not supported")) << error().toStdString();
+}
+
 } // namespace
