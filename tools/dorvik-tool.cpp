@@ -12,9 +12,11 @@
 #include "preview/PreviewSelection.h"
 #include "search/FolderSearchService.h"
 #include "text/TextDecoding.h"
+#include "text/TextPreviewLoading.h"
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
@@ -49,6 +51,7 @@ int usage() {
                        "       dorvik-tool copy SOURCE DESTDIR\n"
                        "       dorvik-tool volumes\n"
                        "       dorvik-tool classify FILE\n"
+                       "       dorvik-tool preview-text FILE\n"
                        "       dorvik-tool apng-info FILE\n"
                        "       dorvik-tool apng-frames FILE OUTDIR\n"
                        "       dorvik-tool search SCOPE [--query Q] [--content] [--from YYYY-MM]"
@@ -367,6 +370,32 @@ int classifyCommand(const QStringList& args) {
     return 0;
 }
 
+// The viewer's text load of a plain file, under the same time limit: the
+// label, how many bytes were read and the file's size.
+int previewTextCommand(const QStringList& args) {
+    using namespace TextPreviewLoading;
+    if (args.size() != 1) {
+        return usage();
+    }
+    const QString path = PathUtils::standardizedPath(args[0]);
+    QEventLoop loop;
+    TextPreviewLoadResult result;
+    start([path](const CancelFlag& cancelled) { return readTextHead(path, headLimit, &cancelled); },
+          timeLimit(), &loop,
+          [&](const TextPreviewLoadResult& ended) {
+              result = ended;
+              loop.quit();
+          });
+    loop.exec();
+    if (!result.isLoaded()) {
+        return failWith(failureMessage(result.outcome));
+    }
+    printLine({{"encodingLabel", result.encodingLabel},
+               {"bytesRead", double(result.bytesRead)},
+               {"fileSize", double(result.fileSize)}});
+    return 0;
+}
+
 int apngInfoCommand(const QStringList& args) {
     if (args.size() != 1) {
         return usage();
@@ -428,6 +457,7 @@ int main(int argc, char* argv[]) {
         {QStringLiteral("volumes"), volumesCommand},
         {QStringLiteral("search"), searchCommand},
         {QStringLiteral("classify"), classifyCommand},
+        {QStringLiteral("preview-text"), previewTextCommand},
         {QStringLiteral("apng-info"), apngInfoCommand},
         {QStringLiteral("apng-frames"), apngFramesCommand},
     };

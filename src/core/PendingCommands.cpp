@@ -11,14 +11,6 @@ void AppState::showEncodingPicker() {}
 bool AppState::canChangeSaveEncoding() const {
     return false; // EDITOR tells which encodings it can save in.
 }
-void AppState::clearViewer() {}
-void AppState::showFilePreview(const FileEntry&) {}
-void AppState::showArchivePreview(const FileEntry&) {}
-void AppState::loadViewerContent(const QString&) {}
-void AppState::loadViewerContentForMember(const QString&, const QString&, const QString&) {}
-void AppState::cancelPreviewLoad() {}
-void AppState::startTextLoad(const QString&, bool) {}
-void AppState::showLoadFailure(const QString&, const QString&) {}
 void AppState::openFileInEditor(const QString&) {}
 void AppState::offerExternalOpenForLargeFile(const QString&) {}
 void AppState::updateEditorText(const QString&) {}

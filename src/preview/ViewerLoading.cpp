@@ -1,0 +1,316 @@
+// What VIEWER shows for a file or an archive member, and the life of its load:
+// one load at a time, a newer one cancels the older, and a result that comes
+// back after the cursor moved on is dropped by comparing generation and file.
+#include "core/AppState.h"
+
+#include "archive/ArchiveService.h"
+#include "core/PathUtils.h"
+#include "preview/AnimatedImageSupport.h"
+#include "preview/PreviewSelection.h"
+#include "text/TextPreviewLoading.h"
+
+#include <QFile>
+
+#include <sys/stat.h>
+
+using TextPreviewLoading::TextPreviewLoadResult;
+using Outcome = TextPreviewLoadResult::Outcome;
+
+// The load under way. A member load also remembers which member it is for.
+struct PreviewLoadTask {
+    uint64_t generation = 0;
+    QString url;
+    bool isMember = false;
+    QString archive;
+    QString entry;
+    bool cancelled = false;
+    TextPreviewLoading::LoadHandle textLoad;
+};
+
+namespace {
+
+const QString diskImageMessage = QStringLiteral("ディスクイメージはプレビューしません");
+const QString unreadableMemberMessage = QStringLiteral("Cannot read archive entry");
+
+// Whether a result still belongs on the screen: the same task, not cancelled,
+// the same generation, still the same file or member on show.
+bool isCurrent(const AppState& state, const std::shared_ptr<PreviewLoadTask>& task,
+               const std::shared_ptr<PreviewLoadTask>& running) {
+    if (!task || task != running || task->cancelled ||
+        task->generation != state.previewLoadGeneration || state.editorURL != task->url) {
+        return false;
+    }
+    return !task->isMember || (state.viewerFromZip && state.viewerZipArchive == task->archive &&
+                               state.viewerZipEntry == task->entry);
+}
+
+// Opening a FIFO or a device would block until someone writes to it.
+bool isRegularFile(const QString& path) {
+    struct stat status {};
+    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+std::optional<AnimatedImageInfo> animatedInfoOf(const QString& path) {
+    return isRegularFile(path) ? AnimatedImageSupport::animatedImageInfo(path) : std::nullopt;
+}
+
+void clearTextFields(AppState& state) {
+    state.editorText.clear();
+    state.textEncodingLabel.clear();
+    state.animatedPreviewInfo.reset();
+    state.animatedFrameIndex = 0;
+    state.isTextPreviewTruncated = false;
+    state.textFileByteSize = 0;
+    state.isExtractedTextPreview = false;
+    state.isDirty = false;
+}
+
+// VIEWER takes the right half, and the right pane no longer follows a folder.
+void showViewer(AppState& state) {
+    state.stopWatching(PaneSide::right);
+    if (state.layoutMode != LayoutMode::filerViewer) {
+        state.layoutMode = LayoutMode::filerViewer;
+    }
+    state.rightMode = RightPaneMode::viewer;
+}
+
+// A file that is neither text nor readable as text: drawn by the graphic
+// previewer, paged through when it is an animated image.
+void showGraphicPreview(AppState& state, const QString& path) {
+    clearTextFields(state);
+    state.editorURL = path;
+    state.viewerKind = ViewerContentKind::preview;
+    state.viewerFromZip = false;
+    state.viewerSkipReason.reset();
+    state.isViewerLoading = false;
+    state.animatedPreviewInfo = animatedInfoOf(path);
+    state.rightMode = RightPaneMode::viewer;
+    state.stopWatching(PaneSide::right);
+}
+
+void showLoadedText(AppState& state, const TextPreviewLoadResult& result) {
+    state.textFileByteSize = result.fileSize;
+    state.editorText = result.text;
+    state.textEncodingLabel = result.encodingLabel;
+    state.isTextPreviewTruncated = result.fileSize > TextPreviewLoading::headLimit;
+    state.viewerKind = ViewerContentKind::text;
+    state.viewerSkipReason.reset();
+}
+
+// The end of a load of a file on disk. A document whose text could not be
+// extracted is no failure: it goes to the graphic preview without a word.
+void endFileLoad(AppState& state, const QString& url, bool extracted,
+                 const TextPreviewLoadResult& result) {
+    if (result.outcome == Outcome::loaded) {
+        showLoadedText(state, result);
+    } else if (result.outcome == Outcome::cancelled) {
+        return;
+    } else if (extracted) {
+        showGraphicPreview(state, url);
+    } else {
+        state.showLoadFailure(url, TextPreviewLoading::failureMessage(result.outcome));
+    }
+}
+
+// The end of a member's load: an unreadable member is reported in the dialog
+// and leaves the pane as it was.
+void endMemberLoad(AppState& state, const QString& url, const TextPreviewLoadResult& result) {
+    switch (result.outcome) {
+    case Outcome::loaded:
+        showLoadedText(state, result);
+        break;
+    case Outcome::ioFailed:
+        state.errorMessage = unreadableMemberMessage;
+        state.dosDialogActionIndex = 0;
+        break;
+    case Outcome::decodeFailed:
+    case Outcome::timedOut:
+        state.showLoadFailure(url, TextPreviewLoading::failureMessage(result.outcome));
+        break;
+    case Outcome::cancelled:
+        break;
+    }
+}
+
+} // namespace
+
+void AppState::clearViewer() {
+    cancelPreviewLoad();
+    clearTextFields(*this);
+    editorURL.reset();
+    viewerKind = ViewerContentKind::none;
+    viewerFromZip = false;
+    viewerZipArchive.clear();
+    viewerZipEntry.clear();
+    isViewerLoading = false;
+    viewerSkipReason.reset();
+    notifyChanged();
+}
+
+void AppState::showFilePreview(const FileEntry& entry) {
+    loadViewerContent(PathUtils::standardizedPath(entry.url));
+}
+
+void AppState::showArchivePreview(const FileEntry& entry) {
+    if (entry.zipArchiveURL && entry.zipEntryPath) {
+        loadViewerContentForMember(*entry.zipArchiveURL, *entry.zipEntryPath, entry.name);
+    }
+}
+
+void AppState::cancelPreviewLoad() {
+    ++previewLoadGeneration;
+    if (const std::shared_ptr<PreviewLoadTask> task = std::exchange(m_previewLoadTask, nullptr)) {
+        task->cancelled = true;
+        task->textLoad.cancel();
+    }
+}
+
+void AppState::loadViewerContent(const QString& url) {
+    cancelPreviewLoad();
+    viewerFromZip = false;
+    viewerZipArchive.clear();
+    viewerZipEntry.clear();
+    viewerSkipReason.reset();
+    const QString path = PathUtils::standardizedPath(url);
+    const QString name = PathUtils::lastPathComponent(path);
+    const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
+    if (kind == ViewerContentKind::text) {
+        startTextLoad(path, false);
+    } else if (kind == ViewerContentKind::preview &&
+               PreviewSelection::isExtractableExtension(PreviewSelection::pathExtension(name)) &&
+               PreviewSelection::sniffFileHead(path) != PreviewSelection::FileHead::text) {
+        startTextLoad(path, true);
+    } else if (kind == ViewerContentKind::preview) {
+        showGraphicPreview(*this, path);
+    } else {
+        clearTextFields(*this);
+        isViewerLoading = false;
+        editorURL = path;
+        viewerKind = ViewerContentKind::unsupported;
+        if (PreviewSelection::isDiskImageFile(name, path)) {
+            viewerSkipReason = diskImageMessage;
+        }
+    }
+    showViewer(*this);
+    notifyChanged();
+}
+
+void AppState::startTextLoad(const QString& url, bool extracted) {
+    cancelPreviewLoad();
+    auto task = std::make_shared<PreviewLoadTask>();
+    task->generation = previewLoadGeneration;
+    task->url = PathUtils::standardizedPath(url);
+    clearTextFields(*this);
+    editorURL = task->url;
+    viewerKind = ViewerContentKind::text;
+    isExtractedTextPreview = extracted;
+    isViewerLoading = true;
+    viewerSkipReason.reset();
+    rightMode = RightPaneMode::viewer;
+    stopWatching(PaneSide::right);
+    m_previewLoadTask = task;
+
+    const QString path = task->url;
+    auto work = [path, extracted](const TextPreviewLoading::CancelFlag& cancelled) {
+        return extracted ? TextPreviewLoading::extractDocumentText(path, &cancelled)
+                         : TextPreviewLoading::readTextHead(path, TextPreviewLoading::headLimit,
+                                                            &cancelled);
+    };
+    const std::weak_ptr<PreviewLoadTask> weakTask = task;
+    task->textLoad =
+        TextPreviewLoading::start(std::move(work), TextPreviewLoading::timeLimit(), this,
+                                  [this, weakTask, extracted](const TextPreviewLoadResult& result) {
+                                      const std::shared_ptr<PreviewLoadTask> ended =
+                                          weakTask.lock();
+                                      if (!isCurrent(*this, ended, m_previewLoadTask)) {
+                                          return;
+                                      }
+                                      isViewerLoading = false;
+                                      m_previewLoadTask.reset();
+                                      endFileLoad(*this, ended->url, extracted, result);
+                                      notifyChanged();
+                                  });
+    notifyChanged();
+}
+
+void AppState::showLoadFailure(const QString& url, const QString& message) {
+    clearTextFields(*this);
+    editorURL = PathUtils::standardizedPath(url);
+    viewerKind = ViewerContentKind::unsupported;
+    isViewerLoading = false;
+    viewerSkipReason = message;
+    showViewer(*this);
+    notifyChanged();
+}
+
+void AppState::loadViewerContentForMember(const QString& archive, const QString& memberPath,
+                                          const QString& name) {
+    cancelPreviewLoad();
+    const ViewerContentKind kind = PreviewSelection::classifyFile(name, std::nullopt);
+    viewerFromZip = true;
+    viewerZipArchive = archive;
+    viewerZipEntry = memberPath;
+    viewerSkipReason.reset();
+    clearTextFields(*this);
+    editorURL = PathUtils::appendingPathComponent(archive, memberPath);
+    rightMode = RightPaneMode::viewer;
+    stopWatching(PaneSide::right);
+
+    auto task = std::make_shared<PreviewLoadTask>();
+    task->generation = previewLoadGeneration;
+    task->url = *editorURL;
+    task->isMember = true;
+    task->archive = archive;
+    task->entry = memberPath;
+    const std::weak_ptr<PreviewLoadTask> weakTask = task;
+
+    if (kind == ViewerContentKind::unsupported) {
+        viewerKind = ViewerContentKind::unsupported;
+        isViewerLoading = false;
+    } else if (kind == ViewerContentKind::text) {
+        viewerKind = ViewerContentKind::text;
+        isViewerLoading = true;
+        m_previewLoadTask = task;
+        task->textLoad = TextPreviewLoading::start(
+            [archive, memberPath](const TextPreviewLoading::CancelFlag&) {
+                return TextPreviewLoading::loadMemberText(archive, memberPath);
+            },
+            TextPreviewLoading::timeLimit(), this,
+            [this, weakTask](const TextPreviewLoadResult& result) {
+                const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
+                if (!isCurrent(*this, ended, m_previewLoadTask)) {
+                    return;
+                }
+                isViewerLoading = false;
+                m_previewLoadTask.reset();
+                endMemberLoad(*this, ended->url, result);
+                notifyChanged();
+            });
+    } else {
+        // The graphic previewer needs a real file: the member is copied out first.
+        viewerKind = ViewerContentKind::none;
+        isViewerLoading = true;
+        m_previewLoadTask = task;
+        ArchiveService::extractMemberToTemporaryFileInBackground(
+            archive, memberPath, this,
+            [this, weakTask](ArchiveService::ArchiveResult<QString> extracted) {
+                const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
+                if (!isCurrent(*this, ended, m_previewLoadTask)) {
+                    return;
+                }
+                isViewerLoading = false;
+                m_previewLoadTask.reset();
+                if (!extracted) {
+                    errorMessage = extracted.error().description();
+                    dosDialogActionIndex = 0;
+                } else {
+                    editorURL = *extracted;
+                    viewerKind = ViewerContentKind::preview;
+                    animatedPreviewInfo = animatedInfoOf(*extracted);
+                    animatedFrameIndex = 0;
+                }
+                notifyChanged();
+            });
+    }
+    notifyChanged();
+}

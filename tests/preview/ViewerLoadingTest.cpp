@@ -1,0 +1,208 @@
+// What VIEWER shows once a file's or a member's load has ended, and which
+// loads are dropped because a newer one replaced them.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "support/TestDir.h"
+#include "text/TextPreviewLoading.h"
+
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+const QString timedOutText = QStringLiteral("プレビューを中止しました（3秒超）");
+
+class ViewerLoading : public ::testing::Test {
+protected:
+    void SetUp() override {
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<AppState>(preferences);
+        TextPreviewLoading::setTimeLimit(300ms);
+    }
+    void TearDown() override {
+        state.reset();
+        TextPreviewLoading::setTimeLimit(TextPreviewLoading::defaultTimeLimit);
+    }
+
+    // Loads a file and waits until the viewer has settled on it.
+    void show(const QString& path) {
+        state->loadViewerContent(path);
+        settle();
+    }
+    void settle() {
+        ASSERT_TRUE(QTest::qWaitFor([&] { return !state->isViewerLoading; }, 10000));
+    }
+    QString makeFifo(const QString& name) {
+        const QString path = dir.filePath(name);
+        EXPECT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        return path;
+    }
+    // A writer that opens and closes gives the stuck reader its end of file.
+    static void releaseReaders(const QString& fifo) {
+        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        if (fd >= 0) {
+            ::close(fd);
+        }
+    }
+    QString makeZip(const QString& name, const QStringList& members) {
+        QProcess zip;
+        zip.setWorkingDirectory(dir.path());
+        zip.start("zip", QStringList{"-q", name} + members);
+        EXPECT_TRUE(zip.waitForFinished() && zip.exitCode() == 0);
+        return dir.filePath(name);
+    }
+
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+};
+
+} // namespace
+
+TEST_F(ViewerLoading, TextIsTruncatedOnlyBeyondTheHead) {
+    state->loadViewerContent(dir.makeFile("exact.txt", QByteArray(65536, 'a')));
+    EXPECT_TRUE(state->isViewerLoading);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    settle();
+    EXPECT_FALSE(state->isTextPreviewTruncated);
+    EXPECT_EQ(state->textFileByteSize, 65536);
+    EXPECT_EQ(state->editorText.size(), 65536);
+    EXPECT_EQ(state->textEncodingLabel, "UTF-8");
+
+    show(dir.makeFile("over.txt", QByteArray(65537, 'a')));
+    EXPECT_TRUE(state->isTextPreviewTruncated);
+    EXPECT_EQ(state->textFileByteSize, 65537);
+    EXPECT_EQ(state->editorText.size(), 65536);
+    EXPECT_EQ(state->editorURL, dir.filePath("over.txt"));
+    EXPECT_FALSE(state->viewerSkipReason);
+}
+
+TEST_F(ViewerLoading, FailuresAreToldInThePane) {
+    const struct {
+        QString path;
+        QString reason;
+    } cases[] = {
+        {dir.filePath("gone.txt"), "ファイルを開けませんでした"},
+        {dir.makeFolder("folder.txt"), "ファイルを開けませんでした"},
+        {dir.makeFile("binary.txt", QByteArray("\x00\x80\xFF\xFE\x01\xA0\xFD", 7)),
+         "文字コードを判定できませんでした（UTF-8 / CP932 / Shift_JIS / EUC-JP）"},
+        {dir.makeFile("disk.dmg", "plain words inside"), "ディスクイメージはプレビューしません"},
+    };
+    state->applyLayoutMode(LayoutMode::dualFiler);
+    for (const auto& c : cases) {
+        show(c.path);
+        EXPECT_EQ(state->viewerKind, ViewerContentKind::unsupported) << c.path.toStdString();
+        EXPECT_EQ(state->viewerSkipReason, c.reason) << c.path.toStdString();
+        EXPECT_EQ(state->editorURL, c.path);
+        EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+        EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
+        EXPECT_FALSE(state->errorMessage);
+    }
+}
+
+TEST_F(ViewerLoading, ABlockedReadEndsAtTheTimeLimit) {
+    const QString fifo = makeFifo("stuck.txt");
+    int ticks = 0;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
+    ticker.start(20);
+    show(fifo);
+    releaseReaders(fifo);
+    EXPECT_EQ(state->viewerSkipReason, timedOutText);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::unsupported);
+    EXPECT_GE(ticks, 5);
+}
+
+TEST_F(ViewerLoading, ANewerLoadDropsTheOlder) {
+    const QString fifo = makeFifo("stuck.txt");
+    state->loadViewerContent(fifo);
+    state->loadViewerContent(dir.makeFile("first.txt", "first"));
+    show(dir.makeFile("second.txt", "second"));
+    // Past the stuck load's limit: its time-out must not reach the pane.
+    QTest::qWait(500);
+    releaseReaders(fifo);
+    QTest::qWait(50);
+    EXPECT_EQ(state->editorText, "second");
+    EXPECT_EQ(state->editorURL, dir.filePath("second.txt"));
+    EXPECT_FALSE(state->viewerSkipReason);
+
+    // Clearing the viewer cancels a load under way just the same.
+    state->loadViewerContent(dir.filePath("first.txt"));
+    state->clearViewer();
+    QTest::qWait(100);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::none);
+    EXPECT_FALSE(state->editorURL);
+    EXPECT_TRUE(state->editorText.isEmpty());
+}
+
+TEST_F(ViewerLoading, DocumentsShowTheirTextOrElseAPreview) {
+    show(dir.makeFile("letter.doc", "Dear reader, this is plain text.\n"));
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    EXPECT_EQ(state->editorText, "Dear reader, this is plain text.\n");
+    EXPECT_FALSE(state->isExtractedTextPreview);
+
+    show(dir.makeFile("styled.rtf", "{\\rtf1\\ansi {\\b Bold} words.\\par}"));
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    EXPECT_TRUE(state->editorText.startsWith("Bold words.")) << state->editorText.toStdString();
+    EXPECT_TRUE(state->isExtractedTextPreview);
+
+    const QString markdown = dir.makeFile("source.md", "Converted paragraph.\n");
+    ASSERT_EQ(QProcess::execute("pandoc", {markdown, "-o", dir.filePath("made.docx")}), 0);
+    show(dir.filePath("made.docx"));
+    EXPECT_TRUE(state->editorText.contains("Converted paragraph."))
+        << state->editorText.toStdString();
+    EXPECT_TRUE(state->isExtractedTextPreview);
+    EXPECT_EQ(state->textFileByteSize, QFileInfo(dir.filePath("made.docx")).size());
+
+    // A document no converter reads goes to the graphic preview without a word.
+    show(dir.makeFile("damaged.docx", "PK\x03\x04 broken"));
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::preview);
+    EXPECT_FALSE(state->viewerSkipReason);
+    EXPECT_FALSE(state->isExtractedTextPreview);
+    EXPECT_TRUE(state->editorText.isEmpty());
+    EXPECT_EQ(state->editorURL, dir.filePath("damaged.docx"));
+}
+
+TEST_F(ViewerLoading, MembersShowWholeOrCopiedOut) {
+    QByteArray big;
+    for (int i = 0; big.size() < 100000; ++i) {
+        big += QByteArray::number(i) + " line of text\n";
+    }
+    big.truncate(100000);
+    dir.makeFile("big.txt", big);
+    dir.makeFile("pic.png", "not an image, but a file to copy out");
+    const QString archive = makeZip("bundle.zip", {"big.txt", "pic.png"});
+
+    state->loadViewerContentForMember(archive, "big.txt", "big.txt");
+    EXPECT_TRUE(state->viewerFromZip);
+    settle();
+    EXPECT_EQ(state->editorText.toUtf8(), big);
+    EXPECT_TRUE(state->isTextPreviewTruncated);
+    EXPECT_EQ(state->textFileByteSize, 100000);
+    EXPECT_EQ(state->editorURL, archive + "/big.txt");
+
+    state->loadViewerContentForMember(archive, "pic.png", "pic.png");
+    settle();
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::preview);
+    ASSERT_TRUE(state->editorURL);
+    QFile copy(*state->editorURL);
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), "not an image, but a file to copy out");
+    EXPECT_EQ(state->viewerZipEntry, "pic.png");
+
+    state->loadViewerContentForMember(archive, "missing.txt", "missing.txt");
+    settle();
+    EXPECT_EQ(state->errorMessage, "Cannot read archive entry");
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    EXPECT_FALSE(state->viewerSkipReason);
+}

@@ -1,0 +1,167 @@
+// Loading text for the viewer: the head of a plain file, converted documents,
+// and the race of a worker against the time limit.
+#include "text/TextPreviewLoading.h"
+#include "support/TestDir.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+#include <QTimer>
+#include <QtConcurrent>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace TextPreviewLoading;
+using Outcome = TextPreviewLoadResult::Outcome;
+using namespace std::chrono_literals;
+
+namespace {
+
+// Opening the FIFO for writing and closing it again gives a reader blocked
+// in open() or read() its end of file, so no worker stays stuck after a test.
+void releaseReaders(const QString& fifo) {
+    const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+    if (fd >= 0) {
+        ::close(fd);
+    }
+}
+
+QString makeFifo(const TestDir& dir, const QString& name) {
+    const QString path = dir.filePath(name);
+    EXPECT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+    return path;
+}
+
+// Whether any process has the path among its arguments.
+bool processMentions(const QString& path) {
+    for (const QString& pid : QDir("/proc").entryList(QDir::Dirs)) {
+        QFile cmdline("/proc/" + pid + "/cmdline");
+        if (cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(path.toUtf8())) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+TEST(TextPreviewLoad, AHeadOfAtMost65536BytesIsReadButTheFullSizeIsKept) {
+    TestDir dir;
+    for (const qsizetype size : {qsizetype(65536), qsizetype(65537), qsizetype(200000)}) {
+        const QString path = dir.makeFile(QString::number(size), QByteArray(size, 'x'));
+        const TextPreviewLoadResult result = readTextHead(path);
+        ASSERT_EQ(result.outcome, Outcome::loaded) << size;
+        EXPECT_EQ(result.fileSize, size);
+        EXPECT_EQ(result.bytesRead, 65536);
+        EXPECT_EQ(result.text, QString(65536, 'x'));
+        EXPECT_EQ(result.encodingLabel, "UTF-8");
+    }
+    // A UTF-8 character cut by the head leaves no replacement sign.
+    const QString cut = dir.makeFile("cut", QByteArray(65535, 'a') + "あ");
+    EXPECT_EQ(readTextHead(cut).text, QString(65535, 'a'));
+}
+
+TEST(TextPreviewLoad, UnreadableAndUndecodableFilesSayWhich) {
+    TestDir dir;
+    EXPECT_EQ(readTextHead(dir.filePath("gone.txt")).outcome, Outcome::ioFailed);
+    EXPECT_EQ(readTextHead(dir.makeFolder("folder.txt")).outcome, Outcome::ioFailed);
+    const QString binary =
+        dir.makeFile("binary.txt", QByteArray("\x00\x80\xFF\xFE\x01\xA0\xFD", 7));
+    EXPECT_EQ(readTextHead(binary).outcome, Outcome::decodeFailed);
+    const QString empty = dir.makeFile("empty.txt");
+    EXPECT_EQ(readTextHead(empty), TextPreviewLoadResult::loaded("", "UTF-8", 0, 0));
+}
+
+TEST(TextPreviewLoad, DocumentsAreConvertedByTheirTools) {
+    TestDir dir;
+    const QString rtf =
+        dir.makeFile("letter.rtf", "{\\rtf1\\ansi {\\b Hello} world.\\par Second line.\\par}");
+    const TextPreviewLoadResult fromRtf = extractDocumentText(rtf);
+    ASSERT_EQ(fromRtf.outcome, Outcome::loaded);
+    EXPECT_TRUE(fromRtf.text.startsWith("Hello world.\nSecond line."))
+        << fromRtf.text.toStdString();
+    EXPECT_EQ(fromRtf.fileSize, QFileInfo(rtf).size());
+
+    const QString markdown = dir.makeFile("source.md", "# Title\n\nBody with 日本語 text.\n");
+    ASSERT_EQ(QProcess::execute("pandoc", {markdown, "-o", dir.filePath("made.docx")}), 0);
+    const TextPreviewLoadResult fromDocx = extractDocumentText(dir.filePath("made.docx"));
+    ASSERT_EQ(fromDocx.outcome, Outcome::loaded);
+    EXPECT_TRUE(fromDocx.text.contains("Body with 日本語 text.")) << fromDocx.text.toStdString();
+    EXPECT_EQ(fromDocx.encodingLabel, "UTF-8");
+
+    EXPECT_EQ(extractDocumentText(dir.makeFile("damaged.docx", "PK not really")).outcome,
+              Outcome::ioFailed);
+    EXPECT_EQ(extractDocumentText(dir.makeFile("notes.pages", "x")).outcome, Outcome::ioFailed);
+}
+
+TEST(TextPreviewLoad, ConvertedTextIsCutOnACharacterBoundary) {
+    EXPECT_EQ(cutToUtf8Bytes("abc", 3), "abc");
+    EXPECT_EQ(cutToUtf8Bytes("abあ", 4), "ab");
+    EXPECT_EQ(cutToUtf8Bytes("abあ", 5), "abあ");
+    EXPECT_EQ(cutToUtf8Bytes(QString::fromUtf8("a😀b"), 4), "a");
+    EXPECT_EQ(stripUnrtfBanner("plain\n"), "plain\n");
+}
+
+TEST(TextPreviewLoad, ACancelledConverterIsKilled) {
+    TestDir dir;
+    // unrtf blocks opening a FIFO that nobody writes to.
+    const QString fifo = makeFifo(dir, "stuck.rtf");
+    CancelFlag cancelled{false};
+    QTimer::singleShot(300ms, [&] { cancelled = true; });
+    auto pending = QtConcurrent::run([&] { return extractDocumentText(fifo, &cancelled); });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return pending.isFinished(); }, 5000));
+    EXPECT_EQ(pending.result().outcome, Outcome::cancelled);
+    EXPECT_FALSE(processMentions(fifo));
+}
+
+TEST(TextPreviewLoad, TheTimeLimitEndsABlockedLoadWhileEventsGoOn) {
+    TestDir dir;
+    const QString fifo = makeFifo(dir, "stuck.txt");
+    std::optional<TextPreviewLoadResult> outcome;
+    int calls = 0;
+    int ticks = 0;
+    QTimer ticker;
+    QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
+    ticker.start(20);
+    QObject context;
+    QElapsedTimer clock;
+    clock.start();
+    start([fifo](const CancelFlag& c) { return readTextHead(fifo, headLimit, &c); }, 300ms,
+          &context, [&](const TextPreviewLoadResult& r) { outcome = r, ++calls; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return outcome.has_value(); }, 5000));
+    EXPECT_EQ(outcome->outcome, Outcome::timedOut);
+    EXPECT_GE(clock.elapsed(), 290);
+    EXPECT_GE(ticks, 5);
+    // The abandoned worker ends later; its result goes nowhere.
+    releaseReaders(fifo);
+    QTest::qWait(100);
+    EXPECT_EQ(calls, 1);
+}
+
+TEST(TextPreviewLoad, ACancelledLoadReportsCancelledOnceAndNothingAfter) {
+    TestDir dir;
+    const QString path = dir.makeFile("a.txt", "hello");
+    QList<Outcome> outcomes;
+    QObject context;
+    const LoadHandle handle =
+        start([path](const CancelFlag& c) { return readTextHead(path, headLimit, &c); }, 1s,
+              &context, [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
+    handle.cancel();
+    handle.cancel();
+    QTest::qWait(200);
+    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::cancelled});
+    EXPECT_TRUE(handle.isCancelled());
+
+    // Without cancelling, the worker's result arrives and the timer stays quiet.
+    outcomes.clear();
+    start([path](const CancelFlag& c) { return readTextHead(path, headLimit, &c); }, 100ms,
+          &context, [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
+    QTest::qWait(300);
+    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::loaded});
+}
