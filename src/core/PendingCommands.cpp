@@ -14,9 +14,3 @@ bool AppState::canChangeSaveEncoding() const {
 void AppState::openFileInEditor(const QString&) {}
 void AppState::offerExternalOpenForLargeFile(const QString&) {}
 void AppState::updateEditorText(const QString&) {}
-
-// The gallery fills these.
-void AppState::rebuildGalleryItems() {}
-void AppState::syncGallerySelection() {}
-void AppState::moveGalleryCursor(int, int) {}
-void AppState::openGallerySelection(std::optional<int>) {}

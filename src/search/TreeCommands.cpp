@@ -27,6 +27,7 @@ void AppState::noteTreeChanged() {
     ++treeRevision;
     if (layoutMode == LayoutMode::filerGallery) {
         rebuildGalleryItems();
+        syncGallerySelection();
     }
     syncPreview();
     notifyChanged();

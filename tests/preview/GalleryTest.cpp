@@ -1,0 +1,265 @@
+// The GALLERY's items, the five-column cursor, and the grid and the filer
+// keeping each other on the same file, over real folders and a real ZIP.
+#include "core/KeyTestSupport.h"
+
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "preview/Gallery.h"
+#include "search/TreeSession.h"
+#include "support/TestDir.h"
+
+#include <QBuffer>
+#include <QImage>
+#include <QProcess>
+
+#include <gtest/gtest.h>
+
+using namespace KeyTest;
+
+namespace {
+
+QByteArray pngBytes() {
+    QImage image(4, 4, QImage::Format_RGB32);
+    image.fill(Qt::red);
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::WriteOnly);
+    image.save(&buffer, "PNG");
+    return bytes;
+}
+
+// The VIEWER's loading belongs to another area; here only what was asked of it counts.
+class LoadRecordingState : public AppState {
+public:
+    using AppState::AppState;
+    QStringList loads;
+    void loadViewerContent(const QString& url) override { loads << url; }
+    void loadViewerContentForMember(const QString& archive, const QString& member,
+                                    const QString& name) override {
+        loads << archive + QLatin1Char('!') + member + QLatin1Char('|') + name;
+    }
+};
+
+class GalleryTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+    }
+    void TearDown() override { FileAccessMemory::attach(nullptr); }
+
+    LoadRecordingState& start() {
+        state = std::make_unique<LoadRecordingState>(preferences);
+        state->refreshAll();
+        return *state;
+    }
+    // Twelve pictures: rows of 5, 5 and 2 in the grid.
+    void makeTwelveImages() {
+        for (int i = 1; i <= 12; ++i) {
+            dir.makeFile(QStringLiteral("%1.png").arg(i, 2, 10, QLatin1Char('0')), pngBytes());
+        }
+    }
+    QStringList itemNames() const {
+        QStringList names;
+        for (const auto& item : state->galleryItems) {
+            names << item.name;
+        }
+        return names;
+    }
+    QString cursorName() const { return state->currentEntry()->name; }
+    QString selectedItem() const {
+        return state->gallerySelection ? state->galleryItems.at(*state->gallerySelection).name
+                                       : QStringLiteral("(none)");
+    }
+    void putCursorOn(const QString& name) {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows.at(i).name == name) {
+                state->setSelection(i, PaneSide::left);
+                return;
+            }
+        }
+        FAIL() << name.toStdString();
+    }
+    void press(uint16_t code) { EXPECT_TRUE(state->handleKeyDown(named(code))); }
+
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<LoadRecordingState> state;
+};
+
+TEST_F(GalleryTest, ItemsAreThePicturesOfTheFolderInItsOrder) {
+    dir.makeFolder(QStringLiteral("folder.png"));
+    dir.makeFile(QStringLiteral("album.zip"), "PK\x05\x06");
+    dir.makeFile(QStringLiteral("b.JPG"), "not really a jpeg");
+    dir.makeFile(QStringLiteral("c.ico"), "bytes of no known kind");
+    dir.makeFile(QStringLiteral("d.txt"), "plain text\n");
+    dir.makeFile(QStringLiteral("e.svg"), "<svg/>");
+    dir.makeFile(QStringLiteral("a.webp"), {});
+    start().enterGalleryLayout();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
+    EXPECT_EQ(state->rightMode, RightPaneMode::gallery);
+    // Unknown bytes keep a picture extension; beyond the list, the kind of
+    // the extension decides.
+    EXPECT_EQ(itemNames(), (QStringList{"a.webp", "b.JPG", "c.ico", "e.svg"}));
+}
+
+TEST_F(GalleryTest, MembersOfAnArchiveAreJudgedByNameAlone) {
+    TestDir source;
+    source.makeFile(QStringLiteral("a.png"), pngBytes());
+    source.makeFile(QStringLiteral("raw"), pngBytes());
+    source.makeFile(QStringLiteral("b.txt"), "text");
+    source.makeFile(QStringLiteral("sub/c.png"), pngBytes());
+    const QString archive = dir.filePath(QStringLiteral("pics.zip"));
+    QProcess zip;
+    zip.setWorkingDirectory(source.path());
+    zip.start(QStringLiteral("zip"), {"-qr", archive, "a.png", "raw", "b.txt", "sub"});
+    ASSERT_TRUE(zip.waitForFinished() && zip.exitCode() == 0);
+
+    start().openLocation(FilerLocation::zip(archive, QString()), PaneSide::left, std::nullopt);
+    state->enterGalleryLayout();
+    EXPECT_EQ(itemNames(), QStringList{"a.png"});
+
+    state->focusPane(PaneSide::right);
+    press(KeyCode::returnKey);
+    EXPECT_EQ(state->loads, QStringList{archive + "!a.png|a.png"});
+}
+
+TEST_F(GalleryTest, CursorStepsFollowTheFiveColumnGrid) {
+    using Gallery::steppedIndex;
+    const struct {
+        std::optional<int> from;
+        int dx, dy;
+        std::optional<int> to;
+    } cases[] = {
+        {4, +1, 0, 5},            // off the right edge: first of the next row
+        {5, -1, 0, 4},            // off the left edge: last of the row above
+        {std::nullopt, +1, 0, 1}, // no selection counts as the first item
+        {7, 0, -1, 2},
+        {2, 0, +1, 7},
+        {8, 0, +1, 11},  // below the short last row: the last item
+        {2, 0, -1, 2},   // past the top stays
+        {11, 0, +1, 11}, // past the bottom stays
+        {11, +1, 0, 11}, // past the last item stays
+        {0, -1, 0, 4},   // the row is held, the column stays at the far edge
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(steppedIndex(c.from, 12, c.dx, c.dy), c.to)
+            << c.from.value_or(-1) << " by " << c.dx << "," << c.dy;
+    }
+    EXPECT_EQ(steppedIndex(std::nullopt, 0, +1, 0), std::nullopt);
+    EXPECT_EQ(steppedIndex(0, 1, 0, +1), 0);
+}
+
+TEST_F(GalleryTest, ArrowKeysMoveTheGridAndTheFilerFollows) {
+    makeTwelveImages();
+    dir.makeFile(QStringLiteral("zz.txt"));
+    start().enterGalleryLayout();
+    EXPECT_EQ(selectedItem(), "01.png"); // the cursor was on ".."
+    state->focusPane(PaneSide::right);
+    press(KeyCode::down);
+    press(KeyCode::right);
+    EXPECT_EQ(selectedItem(), "07.png");
+    EXPECT_EQ(cursorName(), "07.png");
+    press(KeyCode::down);
+    EXPECT_EQ(selectedItem(), "12.png");
+    EXPECT_EQ(cursorName(), "12.png");
+}
+
+TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnly) {
+    makeTwelveImages();
+    dir.makeFile(QStringLiteral("notes.txt"));
+    start();
+    putCursorOn("05.png");
+    state->enterGalleryLayout();
+    EXPECT_EQ(selectedItem(), "05.png");
+    putCursorOn("09.png");
+    EXPECT_EQ(selectedItem(), "09.png");
+    putCursorOn("notes.txt");
+    EXPECT_EQ(selectedItem(), "09.png");
+}
+
+TEST_F(GalleryTest, ARebuildKeepsTheSelectionByName) {
+    makeTwelveImages();
+    // The filer's cursor stays on ".." throughout, so only the grid moves.
+    start().enterGalleryLayout();
+    state->gallerySelection = 2;
+    dir.makeFile(QStringLiteral("00.png"), pngBytes());
+    state->reloadPane(PaneSide::left, false);
+    state->rebuildGalleryItems();
+    EXPECT_EQ(state->gallerySelection, 3);
+    EXPECT_EQ(selectedItem(), "03.png");
+
+    QFile::remove(dir.filePath(QStringLiteral("03.png")));
+    state->reloadPane(PaneSide::left, false);
+    state->rebuildGalleryItems();
+    EXPECT_EQ(selectedItem(), "00.png");
+}
+
+TEST_F(GalleryTest, AFolderWithoutPicturesHasNoSelection) {
+    dir.makeFile(QStringLiteral("a.txt"));
+    dir.makeFolder(QStringLiteral("pictures"));
+    start().enterGalleryLayout();
+    EXPECT_TRUE(state->galleryItems.isEmpty());
+    EXPECT_EQ(state->gallerySelection, std::nullopt);
+    state->focusPane(PaneSide::right);
+    press(KeyCode::right);
+    EXPECT_EQ(state->gallerySelection, std::nullopt);
+    // Enter without a selection opens the filer's row: "pictures" is a folder.
+    putCursorOn("pictures");
+    state->focusPane(PaneSide::right);
+    press(KeyCode::returnKey);
+    EXPECT_TRUE(state->leftLocation.asDirectory()->url.endsWith("/pictures"));
+}
+
+TEST_F(GalleryTest, EnterShowsTheItemInTheViewerWithTheFocus) {
+    makeTwelveImages();
+    start().enterGalleryLayout();
+    state->focusPane(PaneSide::right);
+    press(KeyCode::right);
+    press(KeyCode::returnKey);
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
+    EXPECT_EQ(state->focusedSide, PaneSide::right);
+    EXPECT_EQ(state->loads, QStringList{dir.filePath("02.png")});
+    EXPECT_EQ(cursorName(), "02.png");
+}
+
+TEST_F(GalleryTest, EscLeavesTheFilerWhereTheGridLeftIt) {
+    makeTwelveImages();
+    start().enterGalleryLayout();
+    state->focusPane(PaneSide::right);
+    press(KeyCode::down);
+    press(KeyCode::left);
+    press(KeyCode::escape);
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_EQ(state->focusedSide, PaneSide::left);
+    EXPECT_EQ(cursorName(), "05.png");
+    EXPECT_TRUE(state->galleryItems.isEmpty());
+    EXPECT_TRUE(state->loads.isEmpty());
+}
+
+TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
+    dir.makeFile(QStringLiteral("top.png"), pngBytes());
+    dir.makeFile(QStringLiteral("a.png"), pngBytes());
+    dir.makeFile(QStringLiteral("b.txt"));
+    dir.makeFile(QStringLiteral("c.png"), pngBytes());
+    start().toggleTreeMode();
+    ASSERT_TRUE(state->leftTreeMode);
+    state->enterGalleryLayout();
+    EXPECT_EQ(itemNames(), (QStringList{"a.png", "c.png", "top.png"}));
+
+    state->focusPane(PaneSide::right);
+    press(KeyCode::right);
+    const auto session = state->leftTreeSession;
+    EXPECT_TRUE(session->focusOnFiles);
+    EXPECT_EQ(cursorName(), "c.png");
+
+    // Back on the tree's file list, its cursor takes the grid along.
+    state->focusPane(PaneSide::left);
+    press(KeyCode::down);
+    EXPECT_EQ(cursorName(), "top.png");
+    EXPECT_EQ(selectedItem(), "top.png");
+}
+
+} // namespace
