@@ -5,6 +5,7 @@
 #include "ui/AttributePromptView.h"
 #include "ui/DosDialogView.h"
 #include "ui/JumpDialogView.h"
+#include "ui/OpenWithPickerView.h"
 #include "ui/PromptBoxView.h"
 #include "ui/PromptBoxes.h"
 #include "ui/SearchTreeBoxView.h"
@@ -59,6 +60,8 @@ QWidget* OverlayView::makeBox(Kind kind) {
         return new JumpDialogView(m_state, this);
     case Kind::volumePicker:
         return new VolumePickerView(m_state, this);
+    case Kind::openWithPicker:
+        return new OpenWithPickerView(m_state, this);
     case Kind::wildcardPrompt:
         return PromptBoxes::wildcardTagPrompt(m_state, this);
     case Kind::createItemPrompt:
@@ -137,6 +140,9 @@ void OverlayView::closeAsEsc() {
         break;
     case Kind::volumePicker:
         m_state.closeVolumePicker();
+        break;
+    case Kind::openWithPicker:
+        m_state.closeOpenWithPicker();
         break;
     case Kind::wildcardPrompt:
         m_state.cancelWildcardPrompt();

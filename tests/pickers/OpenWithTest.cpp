@@ -1,0 +1,365 @@
+// X hands a file to another application. The applications are fake desktop
+// entries in a desktop of the test's own (temporary XDG folders): each is a
+// script that writes the path it was given into a marker file, so a test can
+// see which one was started and with what.
+#include "../core/KeyTestSupport.h"
+#include "core/PreferenceKeys.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+#include "pickers/OpenWith.h"
+#include "support/TestDir.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcess>
+#include <QTest>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using KeyTest::named;
+using KeyTest::typed;
+
+const QString kTestType = QStringLiteral("application/x-dorvik-test");
+
+// The fake desktop. GIO reads the XDG folders once per process, so the whole
+// desktop is laid out once, before the first look-up, and stays.
+class FakeDesktop {
+public:
+    static FakeDesktop& instance() {
+        static FakeDesktop desktop;
+        return desktop;
+    }
+    // The desktop entry of an application, by its short name ("alpha").
+    QString entry(const QString& app) const {
+        return m_root.filePath(QStringLiteral("data/applications/dorvik-%1.desktop").arg(app));
+    }
+    // The short name back from the desktop entry's path.
+    static QString appOf(const QString& entry) {
+        return QFileInfo(entry).completeBaseName().mid(QStringLiteral("dorvik-").size());
+    }
+    QString marker(const QString& app) const {
+        return m_root.filePath(QStringLiteral("opened/%1").arg(app));
+    }
+    // What the application was asked to open, once it has run.
+    QString opened(const QString& app) const {
+        QFile file(marker(app));
+        if (!QTest::qWaitFor([&] { return file.exists() && file.size() > 0; }, 10000)) {
+            return {};
+        }
+        return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()).trimmed()
+                                              : QString();
+    }
+    void forgetLaunches() const {
+        QDir opened(m_root.filePath(QStringLiteral("opened")));
+        opened.removeRecursively();
+        opened.mkpath(QStringLiteral("."));
+    }
+
+private:
+    FakeDesktop() {
+        m_root.makeFolder(QStringLiteral("system-data"));
+        m_root.makeFolder(QStringLiteral("system-config"));
+        addType("application/x-dorvik-test", "dvkt");
+        addType("application/x-dorvik-solo", "dvks");
+        addType("application/x-dorvik-gone", "dvkg");
+        addType("application/x-dorvik-none", "dvkn");
+        addApp("alpha", "Alpha Viewer", kTestType);
+        addApp("beta", "Beta Editor", kTestType);
+        addApp("gamma", "Gamma Tool", kTestType);
+        addApp("solo", "Solo Player", QStringLiteral("application/x-dorvik-solo"));
+        addApp("keep", "Keeper", QStringLiteral("application/x-dorvik-gone"));
+        addApp("doomed", "Doomed", QStringLiteral("application/x-dorvik-gone"));
+        addApp("folder", "Folder Browser", QStringLiteral("inode/directory"));
+        addApp("pager", "Plain Pager", QStringLiteral("text/plain"));
+        m_root.makeFile(QStringLiteral("config/mimeapps.list"),
+                        "[Default Applications]\n" + kTestType.toUtf8() + "=dorvik-beta.desktop\n");
+        m_root.makeFile(QStringLiteral("data/mime/packages/dorvik.xml"),
+                        "<?xml version=\"1.0\"?>\n<mime-info "
+                        "xmlns=\"http://www.freedesktop.org/standards/shared-mime-info\">\n" +
+                            m_types + "</mime-info>\n");
+        run(QStringLiteral("update-mime-database"), m_root.filePath(QStringLiteral("data/mime")));
+        run(QStringLiteral("update-desktop-database"),
+            m_root.filePath(QStringLiteral("data/applications")));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(m_root.filePath(QStringLiteral("data"))));
+        qputenv("XDG_DATA_DIRS", QFile::encodeName(m_root.filePath(QStringLiteral("system-data"))));
+        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_root.filePath(QStringLiteral("config"))));
+        qputenv("XDG_CONFIG_DIRS",
+                QFile::encodeName(m_root.filePath(QStringLiteral("system-config"))));
+    }
+    void addType(const char* type, const char* extension) {
+        m_types += QStringLiteral("<mime-type type=\"%1\"><glob pattern=\"*.%2\"/></mime-type>\n")
+                       .arg(QLatin1String(type), QLatin1String(extension))
+                       .toUtf8();
+    }
+    void addApp(const char* app, const char* name, const QString& type) {
+        const QString id = QString::fromLatin1(app);
+        const QString script = m_root.makeFile(QStringLiteral("bin/%1.sh").arg(id),
+                                               "#!/bin/sh\nprintf '%s\\n' \"$1\" > '" +
+                                                   QFile::encodeName(marker(id)) + "'\n");
+        m_root.setMode(QStringLiteral("bin/%1.sh").arg(id), 0755);
+        m_root.makeFile(QStringLiteral("data/applications/dorvik-%1.desktop").arg(id),
+                        "[Desktop Entry]\nType=Application\nName=" + QByteArray(name) + "\nExec=" +
+                            QFile::encodeName(script) + " %f\nMimeType=" + type.toUtf8() + ";\n");
+    }
+    static void run(const QString& program, const QString& folder) {
+        QProcess process;
+        process.start(program, {folder});
+        EXPECT_TRUE(process.waitForFinished(30000) && process.exitCode() == 0)
+            << program.toStdString() << ": " << process.readAllStandardError().toStdString();
+    }
+
+    TestDir m_root;
+    QByteArray m_types;
+};
+
+class OpenWithTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { FakeDesktop::instance(); }
+    void SetUp() override {
+        desktop.forgetLaunches();
+        FileAccessMemory::attach(&preferences);
+        dir.makeFile(QStringLiteral("doc.dvkt"), "doc\n");
+        dir.makeFile(QStringLiteral("song.dvks"), "song\n");
+        dir.makeFile(QStringLiteral("kept.dvkg"), "kept\n");
+        dir.makeFile(QStringLiteral("odd.dvkn"), "odd\n");
+        dir.makeFile(QStringLiteral("README"), "plain words\n");
+        dir.makeFolder(QStringLiteral("Photos"));
+        preferences.setValue(PreferenceKeys::startupDirectory, dir.path());
+        state = std::make_unique<AppState>(preferences);
+        state->reloadPane(PaneSide::left, false);
+        ASSERT_EQ(OpenWith::contentType(dir.filePath(QStringLiteral("doc.dvkt"))), kTestType)
+            << "the fake desktop did not take";
+    }
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+    void select(const QString& name) {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows.at(i).name == name) {
+                state->setSelection(i, PaneSide::left);
+                return;
+            }
+        }
+        ADD_FAILURE() << "no row " << name.toStdString();
+    }
+    void pressX(const QString& name) {
+        select(name);
+        state->handleKeyDown(typed(QStringLiteral("x")));
+    }
+    QStringList appPaths(const QString& file) const {
+        QStringList paths;
+        for (const OpenWithApp& app :
+             OpenWith::openWithCandidates(dir.filePath(file), preferences)) {
+            paths << app.appURL;
+        }
+        return paths;
+    }
+
+    FakeDesktop& desktop = FakeDesktop::instance();
+    MemoryPreferences preferences;
+    TestDir dir;
+    std::unique_ptr<AppState> state;
+};
+
+TEST_F(OpenWithTest, KindKeysAndApplicationNames) {
+    EXPECT_EQ(OpenWith::kindKey(dir.filePath(QStringLiteral("Photos"))), "/");
+    EXPECT_EQ(OpenWith::contentType(dir.filePath(QStringLiteral("Photos"))), "inode/directory");
+    EXPECT_EQ(OpenWith::kindKey(dir.filePath(QStringLiteral("README"))), ".");
+    EXPECT_EQ(OpenWith::kindKey(QStringLiteral("/any/.profile")), ".");
+    EXPECT_EQ(OpenWith::kindKey(QStringLiteral("/any/trailing.")), ".");
+    EXPECT_EQ(OpenWith::kindKey(QStringLiteral("/any/Notes.TXT")), "txt");
+    EXPECT_EQ(OpenWith::kindKey(QStringLiteral("/any/backup.tar.GZ")), "gz");
+
+    EXPECT_EQ(OpenWith::applicationDisplayName(desktop.entry(QStringLiteral("beta"))),
+              "Beta Editor");
+    EXPECT_EQ(OpenWith::applicationDisplayName(QStringLiteral("/gone/org.example.Tool.desktop")),
+              "org.example.Tool");
+}
+
+TEST_F(OpenWithTest, RecentChoicesComeFirstThenTheDefaultThenTheRest) {
+    const QString alpha = desktop.entry(QStringLiteral("alpha"));
+    const QString beta = desktop.entry(QStringLiteral("beta"));
+    const QString gamma = desktop.entry(QStringLiteral("gamma"));
+    const QString doc = dir.filePath(QStringLiteral("doc.dvkt"));
+
+    QList<OpenWithApp> apps = OpenWith::openWithCandidates(doc, preferences);
+    ASSERT_EQ(apps.size(), 3);
+    EXPECT_EQ(apps.at(0), (OpenWithApp{beta, "Beta Editor", true, false}));
+    EXPECT_EQ(QSet<QString>({apps.at(1).appURL, apps.at(2).appURL}), QSet<QString>({alpha, gamma}));
+    EXPECT_FALSE(apps.at(1).isDefault || apps.at(1).isRecent || apps.at(2).isRecent);
+
+    // A remembered application that cannot open this kind is left out.
+    OpenWith::recordChoice(preferences, "dvkt", desktop.entry(QStringLiteral("solo")));
+    OpenWith::recordChoice(preferences, "dvkt", gamma);
+    EXPECT_EQ(appPaths("doc.dvkt"), QStringList({gamma, beta, alpha}));
+    apps = OpenWith::openWithCandidates(doc, preferences);
+    EXPECT_TRUE(apps.at(0).isRecent && !apps.at(0).isDefault);
+    EXPECT_TRUE(apps.at(1).isDefault && !apps.at(1).isRecent);
+
+    // The default chosen last stands first, once, with both marks.
+    OpenWith::recordChoice(preferences, "dvkt", beta);
+    apps = OpenWith::openWithCandidates(doc, preferences);
+    EXPECT_EQ(appPaths("doc.dvkt"), QStringList({beta, gamma, alpha}));
+    EXPECT_TRUE(apps.at(0).isDefault && apps.at(0).isRecent);
+    EXPECT_FALSE(apps.at(2).isRecent);
+}
+
+TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
+    for (int i = 1; i <= 13; ++i) {
+        OpenWith::recordChoice(preferences, "txt", QStringLiteral("/apps/%1.desktop").arg(i));
+    }
+    OpenWith::recordChoice(preferences, "md", QStringLiteral("/apps/md.desktop"));
+    QStringList txt = OpenWith::recentApplications(preferences, "txt");
+    ASSERT_EQ(txt.size(), 12);
+    EXPECT_EQ(txt.first(), "/apps/13.desktop");
+    EXPECT_EQ(txt.last(), "/apps/2.desktop");
+
+    // Chosen again: moved to the front, not repeated; paths are standardised.
+    OpenWith::recordChoice(preferences, "txt", QStringLiteral("/apps//./5.desktop"));
+    txt = OpenWith::recentApplications(preferences, "txt");
+    EXPECT_EQ(txt.size(), 12);
+    EXPECT_EQ(txt.first(), "/apps/5.desktop");
+    EXPECT_EQ(txt.count(QStringLiteral("/apps/5.desktop")), 1);
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "md"), QStringList{"/apps/md.desktop"});
+}
+
+TEST_F(OpenWithTest, OneApplicationOpensAtOnceAndIsRemembered) {
+    pressX(QStringLiteral("song.dvks"));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(desktop.opened(QStringLiteral("solo")), dir.filePath(QStringLiteral("song.dvks")));
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "dvks"),
+              QStringList{desktop.entry(QStringLiteral("solo"))});
+
+    // A folder goes to the applications that open folders, under "/".
+    pressX(QStringLiteral("Photos"));
+    EXPECT_EQ(desktop.opened(QStringLiteral("folder")), dir.filePath(QStringLiteral("Photos")));
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "/"),
+              QStringList{desktop.entry(QStringLiteral("folder"))});
+
+    // A name without an extension is filed under ".".
+    pressX(QStringLiteral("README"));
+    EXPECT_EQ(desktop.opened(QStringLiteral("pager")), dir.filePath(QStringLiteral("README")));
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "."),
+              QStringList{desktop.entry(QStringLiteral("pager"))});
+    EXPECT_FALSE(state->errorMessage);
+}
+
+TEST_F(OpenWithTest, ARemovedApplicationDropsOut) {
+    const QString keep = desktop.entry(QStringLiteral("keep"));
+    const QString doomed = desktop.entry(QStringLiteral("doomed"));
+    OpenWith::recordChoice(preferences, "dvkg", doomed);
+    EXPECT_EQ(appPaths("kept.dvkg").value(0), doomed);
+
+    ASSERT_TRUE(QFile::remove(doomed));
+    EXPECT_TRUE(QTest::qWaitFor([&] { return appPaths("kept.dvkg") == QStringList{keep}; }, 5000))
+        << appPaths("kept.dvkg").join(' ').toStdString();
+    // The one left opens at once.
+    pressX(QStringLiteral("kept.dvkg"));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(desktop.opened(QStringLiteral("keep")), dir.filePath(QStringLiteral("kept.dvkg")));
+}
+
+TEST_F(OpenWithTest, XRefusesWhatCannotBeOpened) {
+    pressX(QStringLiteral(".."));
+    EXPECT_EQ(state->errorMessage, "No file to open");
+    state->errorMessage.reset();
+    state->dosDialogActionIndex = 1;
+
+    pressX(QStringLiteral("odd.dvkn"));
+    EXPECT_EQ(state->errorMessage, "No application can open:\nodd.dvkn");
+    EXPECT_EQ(state->dosDialogActionIndex, 0);
+    state->errorMessage.reset();
+
+    // Under another picker X waits.
+    state->isVolumePickerOpen = true;
+    state->openCursorEntryExternally();
+    EXPECT_FALSE(state->errorMessage);
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+}
+
+TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
+    select(QStringLiteral("doc.dvkt"));
+    state->isSearching = true; // the filter closes on the way
+    state->openCursorEntryExternally();
+    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isSearching);
+    EXPECT_EQ(state->openWithFileName, "doc.dvkt");
+    EXPECT_EQ(state->openWithFileURL, dir.filePath(QStringLiteral("doc.dvkt")));
+    ASSERT_EQ(state->openWithApps.size(), 3);
+
+    state->handleKeyDown(named(KeyCode::up));
+    EXPECT_EQ(state->openWithSelection, 2);
+    state->handleKeyDown(named(KeyCode::down));
+    state->handleKeyDown(named(KeyCode::down));
+    EXPECT_EQ(state->openWithSelection, 1);
+
+    const OpenWithApp chosen = state->openWithApps.at(1);
+    state->handleKeyDown(named(KeyCode::returnKey));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(desktop.opened(desktop.appOf(chosen.appURL)),
+              dir.filePath(QStringLiteral("doc.dvkt")));
+
+    // Next time the last choice stands on top, selected: Enter repeats it.
+    pressX(QStringLiteral("doc.dvkt"));
+    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(state->openWithApps.first().appURL, chosen.appURL);
+    EXPECT_TRUE(state->openWithApps.first().isRecent);
+    EXPECT_EQ(state->openWithSelection, 0);
+
+    state->handleKeyDown(named(KeyCode::escape));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_TRUE(state->openWithApps.isEmpty());
+    EXPECT_FALSE(state->openWithFileURL);
+    EXPECT_TRUE(state->openWithFileName.isEmpty());
+    state->confirmOpenWith(0); // closed: nothing
+    EXPECT_FALSE(state->errorMessage);
+}
+
+TEST_F(OpenWithTest, AFailedStartIsReportedLaterAndStaysRemembered) {
+    const QString doc = dir.filePath(QStringLiteral("doc.dvkt"));
+    state->showOpenWithChoices(doc, QStringLiteral("doc.dvkt"));
+    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    const QString gone = dir.filePath(QStringLiteral("gone.desktop"));
+    state->openWithApps.append({gone, QStringLiteral("gone"), false, false});
+    state->confirmOpenWith(7); // outside the list: nothing
+    EXPECT_TRUE(state->isOpenWithPickerOpen);
+    state->confirmOpenWith(3);
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "dvkt"), QStringList{gone});
+    EXPECT_TRUE(QTest::qWaitFor([&] { return state->errorMessage.has_value(); }, 10000));
+    EXPECT_EQ(state->errorMessage, "Cannot open application:\n" + gone);
+}
+
+TEST_F(OpenWithTest, AnArchiveMemberOpensAsATemporaryCopy) {
+    dir.makeFile(QStringLiteral("src/inside.dvkt"), "packed\n");
+    dir.makeFile(QStringLiteral("src/sub/x.txt"), "x");
+    QProcess zip;
+    zip.setWorkingDirectory(dir.filePath(QStringLiteral("src")));
+    zip.start(QStringLiteral("zip"),
+              {QStringLiteral("-qr"), dir.filePath(QStringLiteral("box.zip")),
+               QStringLiteral("inside.dvkt"), QStringLiteral("sub")});
+    ASSERT_TRUE(zip.waitForFinished(30000) && zip.exitCode() == 0);
+    state->openLocation(FilerLocation::zip(dir.filePath(QStringLiteral("box.zip")), QString()),
+                        PaneSide::left, std::nullopt);
+
+    pressX(QStringLiteral("sub"));
+    EXPECT_EQ(state->errorMessage, "Cannot open archive folder externally");
+    state->errorMessage.reset();
+
+    pressX(QStringLiteral("inside.dvkt"));
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state->isOpenWithPickerOpen; }, 10000));
+    EXPECT_EQ(state->openWithFileName, "inside.dvkt");
+    ASSERT_TRUE(state->openWithFileURL);
+    EXPECT_NE(*state->openWithFileURL, dir.filePath(QStringLiteral("src/inside.dvkt")));
+    QFile copy(*state->openWithFileURL);
+    ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
+    EXPECT_EQ(copy.readAll(), "packed\n");
+    QFile::remove(*state->openWithFileURL);
+}
+
+} // namespace
