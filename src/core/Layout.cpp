@@ -147,11 +147,13 @@ void AppState::toggleAlwaysPreview() {
     notifyChanged();
 }
 
-// Frames wrap around at both ends.
+// Frames wrap around at both ends. Only a picture on show in the VIEWER is
+// paged: with text, or no file, the key steps to the next file instead.
 bool AppState::pageAnimatedFrame(int delta) {
     const bool viewerFocused = layoutMode == LayoutMode::filerViewer &&
                                rightMode == RightPaneMode::viewer && focusedSide == PaneSide::right;
-    if (!viewerFocused || !animatedPreviewInfo || animatedPreviewInfo->frameCount < 2) {
+    const bool showsPicture = viewerKind == ViewerContentKind::preview && animatedPreviewInfo;
+    if (!viewerFocused || !showsPicture || animatedPreviewInfo->frameCount < 2) {
         return false;
     }
     const int count = animatedPreviewInfo->frameCount;

@@ -209,12 +209,31 @@ TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpenAndLeftEmpty) {
 
 TEST_F(NavigationTest, AnimatedFramesWrapAtBothEnds) {
     state->focusedSide = PaneSide::right;
+    state->viewerKind = ViewerContentKind::preview;
     EXPECT_FALSE(state->pageAnimatedFrame(1));
     state->animatedPreviewInfo = AnimatedImageInfo{3, QStringLiteral("APNG")};
     EXPECT_TRUE(state->pageAnimatedFrame(-1));
     EXPECT_EQ(state->animatedFrameIndex, 2);
     EXPECT_TRUE(state->pageAnimatedFrame(1));
     EXPECT_EQ(state->animatedFrameIndex, 0);
+}
+
+// Frame information left over from a picture does not take the arrows from
+// a VIEWER that now shows text: they step to the next file.
+TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShow) {
+    state->editorURL = dir.filePath(QStringLiteral("c.txt"));
+    state->setSelection(3, PaneSide::left);
+    state->focusedSide = PaneSide::right;
+    state->viewerKind = ViewerContentKind::text;
+    state->animatedPreviewInfo = AnimatedImageInfo{2, QStringLiteral("GIF")};
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));
+    EXPECT_EQ(state->animatedFrameIndex, 0);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
+
+    state->viewerKind = ViewerContentKind::preview;
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));
+    EXPECT_EQ(state->animatedFrameIndex, 1);
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
 }
 
 TEST_F(NavigationTest, ViewerStepsOverFoldersAndStopsAtTheEnds) {

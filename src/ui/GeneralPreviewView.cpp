@@ -1,0 +1,143 @@
+#include "ui/GeneralPreviewView.h"
+
+#include "core/AppState.h"
+#include "core/Formats.h"
+#include "ui/FitImagePreviewView.h"
+#include "ui/Palette.h"
+#include "ui/PreviewMessage.h"
+#include "ui/ScreenFont.h"
+#include "ui/ScreenText.h"
+
+#include <QApplication>
+#include <QFileInfo>
+#include <QFutureWatcher>
+#include <QMimeDatabase>
+#include <QPainter>
+#include <QPdfDocument>
+#include <QStyle>
+#include <QVBoxLayout>
+#include <QtConcurrent/QtConcurrentRun>
+
+namespace {
+
+// Pages are drawn once at this size at most and scaled down to the pane, so
+// a huge page size in a file cannot make a huge image.
+const QSize kPageRenderBound(1600, 1600);
+constexpr int kIconSize = 64;
+constexpr double kLineGap = 4;
+
+QIcon iconForType(const QMimeType& type) {
+    const QIcon fallback = QApplication::style()->standardIcon(QStyle::SP_FileIcon);
+    return QIcon::fromTheme(type.iconName(), QIcon::fromTheme(type.genericIconName(), fallback));
+}
+
+} // namespace
+
+GeneralPreviewView::GeneralPreviewView(const AppState& state, QWidget* parent)
+    : QWidget(parent)
+    , m_state(state)
+    , m_page(new FitImagePreviewView(this)) {
+    setAttribute(Qt::WA_OpaquePaintEvent);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_page);
+    m_page->hide();
+}
+
+// pdfium is not reentrant, but Qt PDF takes one lock around every call into
+// it, so a document of its own on a worker thread is safe.
+QImage GeneralPreviewView::renderFirstPage(const QString& path, const QSize& maxSize) {
+    QPdfDocument document;
+    if (document.load(path) != QPdfDocument::Error::None || document.pageCount() < 1) {
+        return {};
+    }
+    const QSizeF points = document.pagePointSize(0);
+    if (points.isEmpty()) {
+        return {};
+    }
+    const QSize size = points.scaled(QSizeF(maxSize), Qt::KeepAspectRatio).toSize();
+    QImage page(size.expandedTo(QSize(1, 1)), QImage::Format_ARGB32_Premultiplied);
+    // Pages are drawn on white paper, as a PDF reader shows them.
+    page.fill(Qt::white);
+    QPainter painter(&page);
+    painter.drawImage(0, 0, document.render(0, page.size()));
+    return page;
+}
+
+void GeneralPreviewView::setPath(const QString& path) {
+    if (path == m_path) {
+        return;
+    }
+    m_path = path;
+    const QFileInfo info(path);
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(info);
+    showCard(info, type);
+    m_page->setImage({});
+    m_page->hide();
+    m_renderingPage = false;
+    if (type.inherits(QStringLiteral("application/pdf"))) {
+        renderPage(path);
+    }
+    update();
+}
+
+void GeneralPreviewView::showCard(const QFileInfo& info, const QMimeType& type) {
+    m_icon = iconForType(type);
+    m_cardLines = {info.fileName(), type.comment(), Formats::formatVerboseSize(info.size()),
+                   Formats::formatRowDate(info.lastModified())};
+}
+
+void GeneralPreviewView::renderPage(const QString& path) {
+    m_renderingPage = true;
+    auto* watcher = new QFutureWatcher<QImage>(this);
+    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, path] {
+        watcher->deleteLater();
+        applyPage(path, watcher->result());
+    });
+    watcher->setFuture(
+        QtConcurrent::run(&GeneralPreviewView::renderFirstPage, path, kPageRenderBound));
+}
+
+// A page that comes after the file changed is dropped; one that cannot be
+// drawn leaves the card standing.
+void GeneralPreviewView::applyPage(const QString& path, const QImage& page) {
+    if (path != m_path) {
+        return;
+    }
+    m_renderingPage = false;
+    m_page->setImage(page);
+    m_page->setVisible(!page.isNull());
+    update();
+}
+
+bool GeneralPreviewView::showsPage() const {
+    return !m_page->image().isNull();
+}
+
+void GeneralPreviewView::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.fillRect(rect(), Palette::paneBackground());
+    if (m_renderingPage) {
+        PreviewMessage::paint(painter, rect(), QStringLiteral("Loading…"), m_state.uiFontSize,
+                              Palette::dimText());
+    } else if (!showsPage()) {
+        paintCard(painter);
+    }
+}
+
+// The icon, then the lines centred below it: the name bright, the rest dim.
+void GeneralPreviewView::paintCard(QPainter& painter) {
+    const ScreenText text(ScreenFont::font(m_state.uiFontSize));
+    const double lineHeight = text.lineHeight() + kLineGap;
+    const double blockHeight = kIconSize + kLineGap * 2 + lineHeight * m_cardLines.size();
+    double y = std::max(0.0, (height() - blockHeight) / 2);
+    const QRect iconRect((width() - kIconSize) / 2, int(y), kIconSize, kIconSize);
+    m_icon.paint(&painter, iconRect);
+    y += kIconSize + kLineGap * 2;
+    for (int i = 0; i < m_cardLines.size(); ++i) {
+        const QString line = text.elided(m_cardLines.at(i), width() - 8, Qt::ElideMiddle);
+        const QColor colour = i == 0 ? Palette::fileText() : Palette::baseText();
+        text.draw(painter, QRectF(0, y, width(), lineHeight), line, colour, Qt::AlignHCenter);
+        y += lineHeight;
+    }
+}

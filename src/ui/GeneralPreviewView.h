@@ -1,0 +1,50 @@
+#pragma once
+
+#include <QIcon>
+#include <QImage>
+#include <QString>
+#include <QStringList>
+#include <QWidget>
+
+class AppState;
+class FitImagePreviewView;
+class QFileInfo;
+class QMimeType;
+
+// The preview of a file that is neither a picture nor a film. A PDF shows
+// its first page; anything else, or a PDF that cannot be read, a card with
+// the icon of its type, the type's description, its size and its date.
+class GeneralPreviewView : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit GeneralPreviewView(const AppState& state, QWidget* parent = nullptr);
+
+    // Shows the file unless it is the one already shown.
+    void setPath(const QString& path);
+    const QString& path() const { return m_path; }
+
+    bool isRenderingPage() const { return m_renderingPage; }
+    bool showsPage() const;
+    // The card's lines, top to bottom: name, type, size, date.
+    const QStringList& cardLines() const { return m_cardLines; }
+
+    // The first page of a PDF fitted into maxSize; null when it cannot be read.
+    static QImage renderFirstPage(const QString& path, const QSize& maxSize);
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    void showCard(const QFileInfo& info, const QMimeType& type);
+    void renderPage(const QString& path);
+    void applyPage(const QString& path, const QImage& page);
+    void paintCard(QPainter& painter);
+
+    const AppState& m_state;
+    QString m_path;
+    bool m_renderingPage = false;
+    QIcon m_icon;
+    QStringList m_cardLines;
+    FitImagePreviewView* m_page;
+};
