@@ -54,6 +54,17 @@ std::optional<AnimatedImageInfo> animatedInfoOf(const QString& path) {
     return isRegularFile(path) ? AnimatedImageSupport::animatedImageInfo(path) : std::nullopt;
 }
 
+// A document a converter may turn into text. Only a regular file's head is
+// looked at here on the main thread; anything else goes to the converter,
+// whose load the time limit ends.
+bool isExtractableDocument(const QString& path, const QString& name) {
+    if (!PreviewSelection::isExtractableExtension(PreviewSelection::pathExtension(name))) {
+        return false;
+    }
+    return !isRegularFile(path) ||
+           PreviewSelection::sniffFileHead(path) != PreviewSelection::FileHead::text;
+}
+
 void clearTextFields(AppState& state) {
     state.editorText.clear();
     state.textEncodingLabel.clear();
@@ -176,9 +187,7 @@ void AppState::loadViewerContent(const QString& url) {
     const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
     if (kind == ViewerContentKind::text) {
         startTextLoad(path, false);
-    } else if (kind == ViewerContentKind::preview &&
-               PreviewSelection::isExtractableExtension(PreviewSelection::pathExtension(name)) &&
-               PreviewSelection::sniffFileHead(path) != PreviewSelection::FileHead::text) {
+    } else if (kind == ViewerContentKind::preview && isExtractableDocument(path, name)) {
         startTextLoad(path, true);
     } else if (kind == ViewerContentKind::preview) {
         showGraphicPreview(*this, path);

@@ -320,6 +320,8 @@ LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)> work,
 
     auto* timer = new QTimer(guard);
     timer->setSingleShot(true);
+    // A coarse timer may fire up to 5 per cent early; the limit is a promise.
+    timer->setTimerType(Qt::PreciseTimer);
     QObject::connect(timer, &QTimer::timeout, guard, [race] {
         race->cancelled->store(true);
         race->finish(TextPreviewLoadResult::of(Outcome::timedOut));
