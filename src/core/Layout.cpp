@@ -110,6 +110,10 @@ void AppState::exitEditorToViewer() {
     } else {
         rightMode = RightPaneMode::viewer;
         focusedSide = PaneSide::left;
+        // VIEWER shows the file as it is on the disk now, saved or not.
+        if (editorURL) {
+            loadViewerContent(*editorURL);
+        }
     }
     notifyChanged();
 }

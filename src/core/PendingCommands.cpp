@@ -4,13 +4,3 @@
 #include "core/AppState.h"
 
 // EDITOR and the VIEWER's preview loading fill these.
-void AppState::enterEditor() {}
-void AppState::saveEditor() {}
-void AppState::finishExitEditor(bool) {}
-void AppState::showEncodingPicker() {}
-bool AppState::canChangeSaveEncoding() const {
-    return false; // EDITOR tells which encodings it can save in.
-}
-void AppState::openFileInEditor(const QString&) {}
-void AppState::offerExternalOpenForLargeFile(const QString&) {}
-void AppState::updateEditorText(const QString&) {}

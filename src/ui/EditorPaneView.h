@@ -5,21 +5,40 @@
 #include <QWidget>
 
 class AppState;
+class EditorColumnRuler;
+class EditorTextView;
+class PreviewBodyView;
+class ViewerPlainTextView;
 
-// The right half in the viewer layout: the VIEWER or EDITOR header above the
-// shown file. The file's body is drawn by the preview and editor views.
+// The right half in the viewer layout: the VIEWER or EDITOR header, and under
+// it the body the state calls for: EDITOR's ruler and text, VIEWER's text, a
+// preview, or a centred line saying why nothing is shown.
 class EditorPaneView : public QWidget {
     Q_OBJECT
 
 public:
     explicit EditorPaneView(AppState& state, QWidget* parent = nullptr);
 
+    // The centred line of an empty body; empty when a view stands there.
+    QString placeholderText() const;
+
 protected:
     void paintEvent(QPaintEvent* event) override;
+    void resizeEvent(QResizeEvent* event) override;
 
 private:
+    enum class Body { editor, viewerText, preview, placeholder };
+
+    Body currentBody() const;
+    void refreshBody();
+    void placeBody();
+    QRect bodyRect() const;
     QList<HeaderBar::Item> leadingItems() const;
     QList<HeaderBar::Item> trailingItems() const;
 
     AppState& m_state;
+    EditorColumnRuler* m_ruler = nullptr;
+    EditorTextView* m_editor = nullptr;
+    ViewerPlainTextView* m_viewerText = nullptr;
+    PreviewBodyView* m_preview = nullptr;
 };

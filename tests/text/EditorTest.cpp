@@ -1,0 +1,349 @@
+// EDITOR on real files: what opens and what is refused, how the text is
+// saved in its encoding, the encoding picker, and the ways out.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "dialogs/DosDialog.h"
+#include "filesystem/FileAccessMemory.h"
+#include "support/TestDir.h"
+#include "text/TextDecoding.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <ostream>
+#include <sys/stat.h>
+
+inline void PrintTo(const QString& text, std::ostream* out) {
+    *out << '"' << text.toStdString() << '"';
+}
+
+namespace {
+
+constexpr int kLimit = 262144;
+
+// Records where VIEWER and the open-with flow would be sent, without loading.
+class EditorState : public AppState {
+public:
+    using AppState::AppState;
+    void loadViewerContent(const QString& url) override { calls << QStringLiteral("view ") + url; }
+    void showOpenWithChoices(const QString& url, const QString& name) override {
+        calls << QStringLiteral("openWith ") + url + QLatin1Char(' ') + name;
+    }
+    QStringList calls;
+};
+
+QByteArray readBytes(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+}
+
+QByteArray encoded(const QString& text, TextFileEncoding encoding) {
+    return TextDecoding::encodedBytes(text, encoding).value_or(QByteArray("(no bytes)"));
+}
+
+class EditorTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+    }
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+
+    // The state over the folder, its cursor on the named row.
+    EditorState& listedAt(const QString& name) {
+        state = std::make_unique<EditorState>(preferences);
+        state->reloadPane(PaneSide::left, false);
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        for (int i = 0; i < rows.size(); ++i) {
+            if (rows[i].name == name) {
+                state->setSelection(i, PaneSide::left);
+            }
+        }
+        return *state;
+    }
+    EditorState& editing(const QString& name, const QByteArray& bytes) {
+        dir.makeFile(name, bytes);
+        EditorState& s = listedAt(name);
+        s.enterEditor();
+        return s;
+    }
+    QString error() const { return state->errorMessage.value_or(QString()); }
+    QString dialogTitle() const {
+        const auto dialog = currentDosDialog(*state);
+        return dialog ? dialog->title : QString();
+    }
+
+    TestDir dir;
+    MemoryPreferences preferences;
+    std::unique_ptr<EditorState> state;
+};
+
+TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
+    EditorState& s = editing(QStringLiteral("under.txt"), QByteArray(kLimit - 1, 'a'));
+    EXPECT_FALSE(s.errorMessage);
+    EXPECT_EQ(s.rightMode, RightPaneMode::editor);
+    EXPECT_EQ(s.editorText.size(), kLimit - 1);
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_EQ(s.focusedSide, PaneSide::right);
+    EXPECT_EQ(s.editorFocusNonce, 1);
+    EXPECT_FALSE(s.isDirty);
+
+    EditorState& e = editing(QStringLiteral("empty.txt"), QByteArray());
+    EXPECT_EQ(e.rightMode, RightPaneMode::editor);
+    EXPECT_EQ(e.textEncodingLabel, QStringLiteral("UTF-8"));
+
+    const QString big = dir.makeFile(QStringLiteral("big.txt"), QByteArray(kLimit, 'b'));
+    EditorState& t = listedAt(QStringLiteral("big.txt"));
+    t.enterEditor();
+    EXPECT_EQ(t.pendingLargeEditURL, big);
+    EXPECT_NE(t.rightMode, RightPaneMode::editor);
+    EXPECT_EQ(t.calls, QStringList{QStringLiteral("view ") + big});
+    EXPECT_EQ(dialogTitle(), QStringLiteral("LARGE FILE"));
+    EXPECT_TRUE(
+        currentDosDialog(t)->message.startsWith(QStringLiteral("このファイルは 256.0 KB（")));
+}
+
+TEST_F(EditorTest, TheLargeFileDialogsXGoesToOpenWithNotToEditor) {
+    const QString big = dir.makeFile(QStringLiteral("big.log"), QByteArray(kLimit + 10, 'b'));
+    EditorState& s = listedAt(QStringLiteral("big.log"));
+    s.openFileInEditor(big);
+    ASSERT_TRUE(s.pendingLargeEditURL);
+    s.handleDosDialogKey(QStringLiteral("x"), KeyCode::other, false);
+    EXPECT_FALSE(s.pendingLargeEditURL);
+    EXPECT_EQ(s.calls.last(), QStringLiteral("openWith ") + big + QStringLiteral(" big.log"));
+    EXPECT_NE(s.rightMode, RightPaneMode::editor);
+}
+
+TEST_F(EditorTest, AByteOrderMarkStaysTheFirstCharacterAndIsWrittenBack) {
+    const QString path = dir.makeFile(QStringLiteral("bom.txt"), "\xEF\xBB\xBF"
+                                                                 "abc\n");
+    ::chmod(QFile::encodeName(path).constData(), 0640);
+    EditorState& s = editing(QStringLiteral("bom.txt"), "\xEF\xBB\xBF"
+                                                        "abc\n");
+    ASSERT_EQ(s.editorText, QStringLiteral("\uFEFFabc\n"));
+    s.updateEditorText(s.editorText + QStringLiteral("déf"));
+    EXPECT_TRUE(s.isDirty);
+    s.saveEditor();
+    EXPECT_FALSE(s.errorMessage);
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(readBytes(path), QByteArray("\xEF\xBB\xBF"
+                                          "abc\nd\xC3\xA9"
+                                          "f"));
+    struct stat st;
+    ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0640u);
+}
+
+TEST_F(EditorTest, ACharacterOutsideTheEncodingIsRefusedByNameAndNothingIsLost) {
+    const QString text = QStringLiteral("日本語のテキストです。\n");
+    const QByteArray original = encoded(text, TextFileEncoding::cp932);
+    EditorState& s = editing(QStringLiteral("sjis.txt"), original);
+    ASSERT_EQ(s.textEncodingLabel, QStringLiteral("CP932"));
+    ASSERT_EQ(s.editorText, text);
+    s.updateEditorText(text + QStringLiteral("😀"));
+    s.saveEditor();
+    EXPECT_EQ(error(),
+              QStringLiteral("この内容を CP932 で保存できません（未対応の文字があります）"));
+    EXPECT_TRUE(s.isDirty);
+    EXPECT_EQ(s.editorText, text + QStringLiteral("😀"));
+    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("sjis.txt"))), original);
+}
+
+TEST_F(EditorTest, SavingUsesTheEncodingOfTheLabel) {
+    const QString text = QStringLiteral("半角ｶﾅと全角カナ\n");
+    EditorState& s = editing(QStringLiteral("strict.txt"), encoded(text, TextFileEncoding::cp932));
+    s.textEncodingLabel = QStringLiteral("Shift_JIS");
+    // A circled digit is in CP932 but not in strict Shift_JIS.
+    s.updateEditorText(text + QStringLiteral("①"));
+    s.saveEditor();
+    EXPECT_EQ(error(),
+              QStringLiteral("この内容を Shift_JIS で保存できません（未対応の文字があります）"));
+    s.errorMessage.reset();
+    s.updateEditorText(text + QStringLiteral("終"));
+    s.saveEditor();
+    EXPECT_FALSE(s.errorMessage);
+    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("strict.txt"))),
+              encoded(text + QStringLiteral("終"), TextFileEncoding::shiftJIS));
+}
+
+TEST_F(EditorTest, ThePickerChangesOnlyTheLabelAndTheSavedFileIsDetectedAnew) {
+    const QString text = QStringLiteral("日本語のテキストです。\n");
+    EditorState& s = editing(QStringLiteral("pick.txt"), encoded(text, TextFileEncoding::cp932));
+    s.showEncodingPicker();
+    ASSERT_EQ(dialogTitle(), QStringLiteral("SAVE ENCODING"));
+    EXPECT_EQ(s.dosDialogActionIndex, 1) << "the selection starts on CP932";
+    s.handleDosDialogKey(std::nullopt, KeyCode::left, false);
+    s.handleDosDialogKey(std::nullopt, KeyCode::returnKey, false);
+    EXPECT_FALSE(s.isEncodingPickerOpen);
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.editorText, text);
+
+    s.saveEditor();
+    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("pick.txt"))), text.toUtf8());
+    s.finishExitEditor(false);
+    s.editorURL.reset();
+    s.enterEditor();
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_EQ(s.editorText, text);
+}
+
+TEST_F(EditorTest, ThePickerIsOfferedOnlyInEditorAndOverNothingElse) {
+    dir.makeFile(QStringLiteral("a.txt"), "plain text");
+    EditorState& s = listedAt(QStringLiteral("a.txt"));
+    s.textEncodingLabel = QStringLiteral("UTF-8");
+    s.showEncodingPicker();
+    EXPECT_FALSE(s.isEncodingPickerOpen) << "VIEWER's label is not for saving";
+    EXPECT_FALSE(s.canChangeSaveEncoding());
+
+    s.enterEditor();
+    EXPECT_TRUE(s.canChangeSaveEncoding());
+    bool* const blockers[] = {&s.isRenamePromptOpen,    &s.isSortPickerOpen,
+                              &s.isJumpDialogOpen,      &s.isVolumePickerOpen,
+                              &s.isWildcardPromptOpen,  &s.isOpenWithPickerOpen,
+                              &s.isAttributePromptOpen, &s.isSearchTreeBoxOpen};
+    for (bool* blocker : blockers) {
+        *blocker = true;
+        s.showEncodingPicker();
+        EXPECT_FALSE(s.isEncodingPickerOpen);
+        *blocker = false;
+    }
+    s.errorMessage = QStringLiteral("earlier");
+    s.showEncodingPicker();
+    EXPECT_FALSE(s.isEncodingPickerOpen);
+    s.errorMessage.reset();
+    s.showEncodingPicker();
+    EXPECT_TRUE(s.isEncodingPickerOpen);
+}
+
+TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
+    dir.makeFolder(QStringLiteral("sub"));
+    const QString doc = dir.makeFile(QStringLiteral("notes.txt"), "some notes");
+    const QString picture = dir.makeFile(QStringLiteral("pic.png"), "\x89PNG\r\n\x1a\n");
+    dir.makeFile(QStringLiteral("bad.txt"), "\xFF\xFE\xFF\xFF\x80\x80\xFF");
+    EditorState& s = listedAt(QStringLiteral("sub"));
+    const auto refusal = [&](const std::function<void()>& command) {
+        s.errorMessage.reset();
+        command();
+        EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
+        return error();
+    };
+    EXPECT_EQ(refusal([&] { s.enterEditor(); }), QStringLiteral("No file to edit"));
+    s.setSelection(0, PaneSide::left); // the parent row
+    EXPECT_EQ(refusal([&] { s.enterEditor(); }), QStringLiteral("No file to edit"));
+    EXPECT_EQ(refusal([&] { s.saveEditor(); }),
+              QStringLiteral("Switch to EDITOR (E) before saving"));
+    EXPECT_EQ(refusal([&] { s.openFileInEditor(dir.filePath(QStringLiteral("bad.txt"))); }),
+              QStringLiteral("Cannot read as text: bad.txt"));
+    EXPECT_EQ(refusal([&] { s.openFileInEditor(picture); }),
+              QStringLiteral("This file is preview-only (not editable as text)"));
+    EXPECT_EQ(s.calls.last(), QStringLiteral("view ") + picture);
+
+    s.editorURL = picture;
+    s.viewerKind = ViewerContentKind::preview;
+    EXPECT_EQ(refusal([&] { s.enterEditor(); }),
+              QStringLiteral("This file is preview-only (not editable as text)"));
+    s.editorURL = doc;
+    s.viewerKind = ViewerContentKind::text;
+    s.isExtractedTextPreview = true;
+    EXPECT_EQ(refusal([&] { s.enterEditor(); }),
+              QStringLiteral("抽出プレビューのため編集できません（元ファイルは Word 等）"));
+    s.viewerFromZip = true;
+    EXPECT_EQ(refusal([&] { s.enterEditor(); }),
+              QStringLiteral("Cannot edit files inside an archive (read-only)"));
+    EXPECT_EQ(refusal([&] { s.saveEditor(); }),
+              QStringLiteral("Cannot save files inside an archive"));
+
+    s.viewerFromZip = false;
+    s.rightMode = RightPaneMode::editor;
+    s.editorURL.reset();
+    s.errorMessage.reset();
+    s.saveEditor();
+    EXPECT_EQ(error(), QStringLiteral("No file open in editor"));
+}
+
+TEST_F(EditorTest, TheViewersWholeTextIsEditedAsItIsAndAHeadIsReadAgain) {
+    const QString path = dir.makeFile(QStringLiteral("shown.txt"), "on the disk");
+    EditorState& s = listedAt(QStringLiteral("shown.txt"));
+    s.editorURL = path;
+    s.viewerKind = ViewerContentKind::text;
+    s.editorText = QStringLiteral("in the viewer");
+    s.textEncodingLabel = QStringLiteral("EUC-JP");
+    s.enterEditor();
+    EXPECT_EQ(s.rightMode, RightPaneMode::editor);
+    EXPECT_EQ(s.editorText, QStringLiteral("in the viewer"));
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("EUC-JP"));
+
+    s.rightMode = RightPaneMode::viewer;
+    s.isTextPreviewTruncated = true;
+    s.enterEditor();
+    EXPECT_EQ(s.rightMode, RightPaneMode::editor);
+    EXPECT_EQ(s.editorText, QStringLiteral("on the disk"));
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_FALSE(s.isTextPreviewTruncated);
+}
+
+TEST_F(EditorTest, TypingMarksChangesAgainstTheLastStoredText) {
+    EditorState& s = editing(QStringLiteral("t.txt"), "abc");
+    s.updateEditorText(QStringLiteral("abc"));
+    EXPECT_FALSE(s.isDirty);
+    s.updateEditorText(QStringLiteral("abcd"));
+    s.updateEditorText(QStringLiteral("abc")); // undone: still changed
+    EXPECT_TRUE(s.isDirty);
+    EXPECT_EQ(s.editorText, QStringLiteral("abc"));
+
+    s.rightMode = RightPaneMode::viewer;
+    s.isDirty = false;
+    s.updateEditorText(QStringLiteral("typed into VIEWER"));
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.editorText, QStringLiteral("abc"));
+}
+
+TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
+    const QString path = dir.filePath(QStringLiteral("exit.txt"));
+    EditorState& s = editing(QStringLiteral("exit.txt"), "first");
+    const auto typeAndLeave = [&](const QString& text) {
+        s.updateEditorText(text);
+        s.handleKeyDown(KeyEvent{KeyCode::escape, std::nullopt, std::nullopt, {}});
+        EXPECT_TRUE(s.pendingExitEditorToViewer);
+        EXPECT_EQ(dialogTitle(), QStringLiteral("SAVE"));
+        s.calls.clear();
+    };
+
+    typeAndLeave(QStringLiteral("cancelled"));
+    s.handleDosDialogKey(std::nullopt, KeyCode::escape, false);
+    EXPECT_FALSE(s.pendingExitEditorToViewer);
+    EXPECT_EQ(s.rightMode, RightPaneMode::editor);
+    EXPECT_TRUE(s.isDirty);
+
+    typeAndLeave(QStringLiteral("a 😀 in CP932"));
+    s.textEncodingLabel = QStringLiteral("CP932");
+    s.handleDosDialogKey(QStringLiteral("y"), KeyCode::other, false);
+    EXPECT_FALSE(s.pendingExitEditorToViewer);
+    EXPECT_EQ(s.rightMode, RightPaneMode::editor) << "a failed save keeps EDITOR open";
+    EXPECT_TRUE(s.isDirty);
+    s.errorMessage.reset();
+    s.textEncodingLabel = QStringLiteral("UTF-8");
+
+    typeAndLeave(QStringLiteral("saved"));
+    s.handleDosDialogKey(QStringLiteral("y"), KeyCode::other, false);
+    EXPECT_EQ(readBytes(path), QByteArray("saved"));
+    EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
+    EXPECT_EQ(s.focusedSide, PaneSide::left);
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.calls, QStringList{QStringLiteral("view ") + path});
+
+    s.enterEditor();
+    typeAndLeave(QStringLiteral("discarded"));
+    s.handleDosDialogKey(QStringLiteral("n"), KeyCode::other, false);
+    EXPECT_EQ(readBytes(path), QByteArray("saved"));
+    EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.calls, QStringList{QStringLiteral("view ") + path});
+}
+
+} // namespace

@@ -1,0 +1,105 @@
+// The right pane's text views: the column ruler, EDITOR handing typed text to
+// the state, VIEWER's text keeping its place, and what an empty body says.
+#include "ui/EditorColumnRuler.h"
+#include "ui/EditorPaneView.h"
+#include "ui/EditorTextView.h"
+#include "ui/ViewerPlainTextView.h"
+
+#include "ScreenTestSupport.h"
+
+#include <QScrollBar>
+#include <QTest>
+
+using namespace ScreenTest;
+
+namespace {
+
+TEST(EditorColumnRulerTest, MarksEveryFifthAndTenthColumnAcrossTheWidth) {
+    EXPECT_EQ(EditorColumnRuler::marks(23), QStringLiteral("----+----1----+----2---"));
+    const QString long_ = EditorColumnRuler::marks(120);
+    EXPECT_EQ(long_.mid(94, 10), QStringLiteral("+----0----")) << "column 100 shows the 0 of 10";
+    EXPECT_EQ(long_.at(109), QLatin1Char('1'));
+
+    EXPECT_EQ(EditorColumnRuler::columnCount(8 + 7 * 60, 7), 60);
+    EXPECT_EQ(EditorColumnRuler::columnCount(8 + 7 * 60 + 6, 7), 60) << "a part column is left off";
+    EXPECT_EQ(EditorColumnRuler::columnCount(100, 7), 40) << "never fewer than 40";
+    EXPECT_EQ(EditorColumnRuler::columnCount(108, 0.5), 100) << "a width under 1 counts as 1";
+}
+
+class EditorViewsTest : public ScreenFixture {};
+
+TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
+    // A no-break space and a carriage return must come back as themselves.
+    dir.makeFile(QStringLiteral("t.txt"), "first\xC2\xA0line\r\nsecond\r\n");
+    AppState& s = makeState();
+    EditorPaneView pane(s);
+    pane.resize(600, 400);
+    pane.show();
+    pane.activateWindow();
+    s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
+    QApplication::processEvents();
+    auto* editor = pane.findChild<EditorTextView*>();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_TRUE(editor->isVisible());
+    EXPECT_TRUE(editor->hasFocus()) << "opening raised the focus counter";
+    EXPECT_FALSE(s.isDirty);
+
+    QTest::keyClick(editor, Qt::Key_End, Qt::ControlModifier);
+    QTest::keyClicks(editor, QStringLiteral("third"));
+    EXPECT_TRUE(s.isDirty);
+    EXPECT_EQ(s.editorText, QStringLiteral("first\u00A0line\r\nsecond\r\nthird"));
+
+    // Another file replaces the text, and a fresh one is not marked changed.
+    dir.makeFile(QStringLiteral("u.txt"), "other");
+    s.isDirty = false;
+    s.openFileInEditor(dir.filePath(QStringLiteral("u.txt")));
+    QApplication::processEvents();
+    EXPECT_EQ(editor->text(), QStringLiteral("other"));
+    EXPECT_FALSE(s.isDirty);
+}
+
+TEST_F(EditorViewsTest, AnUnchangedTextKeepsTheViewersScrollPosition) {
+    QString text;
+    for (int i = 0; i < 500; ++i) {
+        text += QStringLiteral("line %1\n").arg(i);
+    }
+    ViewerPlainTextView view(13);
+    view.resize(400, 200);
+    view.show();
+    view.showText(text, 13);
+    QApplication::processEvents();
+    QScrollBar* bar = view.verticalScrollBar();
+    bar->setValue(bar->maximum() / 2);
+    const int scrolled = bar->value();
+    ASSERT_GT(scrolled, 0);
+    view.showText(text, 13);
+    QApplication::processEvents();
+    EXPECT_EQ(bar->value(), scrolled);
+    view.showText(text + QStringLiteral("more"), 13);
+    QApplication::processEvents();
+    EXPECT_EQ(bar->value(), 0) << "another text starts at its top";
+}
+
+TEST_F(EditorViewsTest, AnEmptyBodySaysWhyNothingIsShown) {
+    dir.makeFolder(QStringLiteral("folder"));
+    dir.makeFile(QStringLiteral("file.txt"), "x");
+    AppState& s = makeState();
+    EditorPaneView pane(s);
+    s.setSelection(rowOf(QStringLiteral("folder")), PaneSide::left);
+    EXPECT_EQ(pane.placeholderText(), QStringLiteral("Enter: view"));
+    s.setSelection(rowOf(QStringLiteral("file.txt")), PaneSide::left);
+    EXPECT_EQ(pane.placeholderText(), QStringLiteral("Enter: view  /  E: edit"));
+
+    s.editorURL = dir.filePath(QStringLiteral("file.txt"));
+    s.viewerKind = ViewerContentKind::text;
+    s.isViewerLoading = true;
+    EXPECT_EQ(pane.placeholderText(), QStringLiteral("Loading preview…"));
+    s.isViewerLoading = false;
+    EXPECT_EQ(pane.placeholderText(), QString()) << "the text view stands there";
+    s.viewerKind = ViewerContentKind::unsupported;
+    EXPECT_EQ(pane.placeholderText(), QStringLiteral("No preview available"));
+    s.viewerSkipReason = QStringLiteral("ディスクイメージはプレビューしません");
+    EXPECT_EQ(pane.placeholderText(), QStringLiteral("ディスクイメージはプレビューしません"));
+}
+
+} // namespace
