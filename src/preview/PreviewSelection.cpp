@@ -161,7 +161,12 @@ std::optional<ViewerContentKind> kindByName(const QString& name, const QString& 
     return std::nullopt;
 }
 
+// Only a regular file is read: opening a FIFO or a device named like a
+// document would block the main thread, or read a stream that never ends.
 QByteArray readHead(const QString& path) {
+    if (!QFileInfo(path).isFile()) {
+        return {};
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         return {};

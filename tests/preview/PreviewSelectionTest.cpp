@@ -3,7 +3,11 @@
 #include "support/TestDir.h"
 #include "text/TextDecoding.h"
 
+#include <QFile>
+
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
 
 using namespace PreviewSelection;
 
@@ -127,4 +131,15 @@ TEST(PreviewSelection, GalleryImagesGoByExtensionThenType) {
     EXPECT_FALSE(isGalleryImage("notes.txt", std::nullopt));
     EXPECT_FALSE(isGalleryImage("archive.zip", std::nullopt));
     EXPECT_FALSE(isGalleryImage("photo", std::nullopt));
+}
+
+// A FIFO named like a document is never opened: the call would block for ever.
+TEST(PreviewSelection, AFifoIsNotReadWhateverItsName) {
+    TestDir dir;
+    for (const QString name : {"pipe.rtf", "pipe.doc", "pipe"}) {
+        const QString path = dir.filePath(name);
+        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        EXPECT_EQ(classifyFile(name, path), preview) << name.toStdString();
+        EXPECT_EQ(sniffFileHead(path), FileHead::other);
+    }
 }
