@@ -10,8 +10,11 @@ EditorTextView::EditorTextView(AppState& state, QWidget* parent)
     : QPlainTextEdit(parent)
     , m_state(state) {
     TextEditStyle::apply(*this, m_state.uiFontSize);
-    // A new view shows the file on show; it takes the keyboard only when asked.
-    m_focusNonce = m_state.editorFocusNonce;
+    // A view made while EDITOR has the focus (the window's layout was rebuilt)
+    // takes the keyboard at once; otherwise only when asked.
+    const bool editingHere =
+        m_state.rightMode == RightPaneMode::editor && m_state.focusedSide == PaneSide::right;
+    m_focusNonce = m_state.editorFocusNonce - (editingHere ? 1 : 0);
     connect(this, &QPlainTextEdit::textChanged, this, &EditorTextView::pushText);
     refresh();
 }
