@@ -35,15 +35,17 @@ QString chunkType(QByteArrayView bytes) {
 }
 
 bool isFrameChunk(const QString& type) {
-    return type == "acTL" || type == "fcTL" || type == "fdAT" || type == "IDAT" || type == "IEND";
+    return type == "fcTL" || type == "fdAT" || type == "IDAT" || type == "IEND";
 }
 
 // The chunks every standalone frame repeats: those before the first frame
-// (palette, transparency, colour information), IHDR aside.
+// (palette, transparency, colour information), IHDR and acTL aside. Encoders
+// such as apngasm write acTL before PLTE, so acTL does not end the search:
+// a palette frame without its PLTE cannot be decoded.
 QList<PNGChunk> sharedChunks(const QList<PNGChunk>& chunks) {
     QList<PNGChunk> shared;
     for (const PNGChunk& chunk : chunks) {
-        if (chunk.type == "IHDR") {
+        if (chunk.type == "IHDR" || chunk.type == "acTL") {
             continue;
         }
         if (isFrameChunk(chunk.type)) {
