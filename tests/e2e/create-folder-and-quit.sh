@@ -3,53 +3,10 @@
 # folder name and Return, then Q and Y. Passes when the folder is on disk and
 # the program has ended by itself.
 set -euo pipefail
+source "$(dirname "$0")/session.sh"
 
-binary=$1
-artifacts=$2
-
-if [[ "${DORVIK_E2E_INNER:-}" != 1 ]]; then
-  for tool in xvfb-run xdotool xwd; do
-    command -v "$tool" >/dev/null || { echo "skipped: $tool is not installed"; exit 77; }
-  done
-  export DORVIK_E2E_INNER=1
-  exec xvfb-run -a -s "-screen 0 1280x800x24" "$0" "$@"
-fi
-
-mkdir -p "$artifacts"
-home=$(mktemp -d)
-trap 'rm -rf "$home"' EXIT
 folder_name="e2e-folder"
-
-screenshot() {
-  local name=$1
-  xwd -root -silent -out "$artifacts/$name.xwd"
-  if command -v convert >/dev/null; then
-    convert "xwd:$artifacts/$name.xwd" "$artifacts/$name.png" && rm -f "$artifacts/$name.xwd"
-  fi
-}
-
-fail() {
-  echo "FAIL: $*"
-  screenshot failure || true
-  kill "$pid" 2>/dev/null || true
-  exit 1
-}
-
-env -u QT_QPA_PLATFORM HOME="$home" XDG_CONFIG_HOME="$home/.config" \
-  XDG_RUNTIME_DIR="$home/run" "$binary" &
-pid=$!
-mkdir -p "$home/run" && chmod 700 "$home/run"
-
-window=""
-for _ in $(seq 1 100); do
-  window=$(xdotool search --name '^Dorvik$' 2>/dev/null | head -1 || true)
-  [[ -n "$window" ]] && break
-  sleep 0.1
-done
-[[ -n "$window" ]] || fail "the window did not appear"
-# There is no window manager to give the window the keyboard.
-xdotool windowfocus --sync "$window"
-sleep 1
+start_dorvik
 
 xdotool key --delay 100 k
 sleep 0.5
@@ -61,17 +18,5 @@ sleep 1
 [[ -d "$home/$folder_name" ]] || fail "the folder $folder_name was not created"
 screenshot created
 
-xdotool key --delay 100 q
-sleep 0.5
-screenshot quit-dialog
-xdotool key --delay 100 y
-
-for _ in $(seq 1 50); do
-  kill -0 "$pid" 2>/dev/null || break
-  sleep 0.1
-done
-if kill -0 "$pid" 2>/dev/null; then
-  fail "the program did not end after Q, Y"
-fi
-wait "$pid" || fail "the program ended with status $?"
+quit_dorvik
 echo "PASS: $folder_name created, program ended"
