@@ -22,8 +22,10 @@ namespace {
 using Kind = AppState::CopyMoveKind;
 using ItemError = std::optional<FileSystemError>;
 
-// How often the progress text is renewed once it shows.
+// How often the progress text is renewed once it shows, and how soon it is
+// tried again when the item's bytes are still being counted.
 constexpr int kProgressIntervalMs = 200;
+constexpr int kCountingRetryMs = 10;
 std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
@@ -286,11 +288,13 @@ void AppState::performCopyMoveHead(bool overwrite) {
     timer->setInterval(CopyMoveProgress::delay());
     const QString name = PathUtils::lastPathComponent(source);
     connect(timer, &QTimer::timeout, this, [this, timer, name, progress] {
-        timer->setInterval(kProgressIntervalMs);
-        if (progress->total.load() >= 0) {
-            fileOperationProgressText = progressText(name, *progress);
-            notifyChanged();
+        if (progress->total.load() < 0) {
+            timer->setInterval(kCountingRetryMs);
+            return;
         }
+        timer->setInterval(kProgressIntervalMs);
+        fileOperationProgressText = progressText(name, *progress);
+        notifyChanged();
     });
     connect(watcher, &QFutureWatcher<ItemError>::finished, this, [this, watcher, batch, source] {
         watcher->deleteLater();
