@@ -6,6 +6,7 @@
 #include "ui/FileSearchPaneView.h"
 #include "ui/FilerPaneView.h"
 #include "ui/FunctionToolbarView.h"
+#include "ui/GalleryView.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
 #include "ui/StatusBarView.h"
@@ -141,11 +142,12 @@ void ContentView::rebuildRightHalf() {
     if (m_rightHalf) {
         m_rightHalf->deleteLater();
     }
-    // The gallery brings its own view; until then its half shows the VIEWER.
     if (rightTree) {
         m_rightHalf = new TreeFilerPaneView(m_state, PaneSide::right, this);
     } else if (m_state.layoutMode == LayoutMode::dualFiler) {
         m_rightHalf = new FilerPaneView(m_state, PaneSide::right, this);
+    } else if (m_state.layoutMode == LayoutMode::filerGallery) {
+        m_rightHalf = new GalleryView(m_state, this);
     } else {
         m_rightHalf = new EditorPaneView(m_state, this);
     }
