@@ -19,8 +19,8 @@ Result<QList<FileEntry>, QString> AppState::listLocation(const FilerLocation& lo
         }
         return std::move(rows).value();
     }
-    auto rows = ArchiveLocation::list(*location.asZip(), showHiddenFiles, sortMode,
-                                      showLocalizedNames);
+    auto rows =
+        ArchiveLocation::list(*location.asZip(), showHiddenFiles, sortMode, showLocalizedNames);
     if (!rows) {
         return fail(rows.error().description());
     }
@@ -44,6 +44,10 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
     setEntries(side, std::move(rows).value());
     setSelection(selectionFor(side), side);
     watchPaneFolder(side);
+    // Pictures that came or went show in the grid at once.
+    if (layoutMode == LayoutMode::filerGallery && side == PaneSide::left) {
+        rebuildGalleryItems();
+    }
     notifyChanged();
 }
 

@@ -70,6 +70,9 @@ std::optional<int> steppedIndex(std::optional<int> selection, int count, int dx,
         column = 0;
     }
     const int lastRow = (count + kColumns - 1) / kColumns - 1;
+    if (row < 0 || row > lastRow) {
+        return current; // off the first or the last row sideways: the grid ends here
+    }
     row = std::clamp(row + dy, 0, lastRow);
     return std::clamp(row * kColumns + column, 0, count - 1);
 }

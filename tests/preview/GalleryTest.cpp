@@ -141,7 +141,7 @@ TEST_F(GalleryTest, CursorStepsFollowTheFiveColumnGrid) {
         {2, 0, -1, 2},   // past the top stays
         {11, 0, +1, 11}, // past the bottom stays
         {11, +1, 0, 11}, // past the last item stays
-        {0, -1, 0, 4},   // the row is held, the column stays at the far edge
+        {0, -1, 0, 0},   // past the first item stays
     };
     for (const auto& c : cases) {
         EXPECT_EQ(steppedIndex(c.from, 12, c.dx, c.dy), c.to)
@@ -149,6 +149,7 @@ TEST_F(GalleryTest, CursorStepsFollowTheFiveColumnGrid) {
     }
     EXPECT_EQ(steppedIndex(std::nullopt, 0, +1, 0), std::nullopt);
     EXPECT_EQ(steppedIndex(0, 1, 0, +1), 0);
+    EXPECT_EQ(steppedIndex(9, 10, +1, 0), 9); // a full last row ends the grid too
 }
 
 TEST_F(GalleryTest, ArrowKeysMoveTheGridAndTheFilerFollows) {
@@ -260,6 +261,20 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     press(KeyCode::down);
     EXPECT_EQ(cursorName(), "top.png");
     EXPECT_EQ(selectedItem(), "top.png");
+}
+
+// A reload of the folder, as the watcher makes, brings new pictures into the
+// grid, and the grid stays on the filer's file.
+TEST_F(GalleryTest, AReloadedFolderRebuildsTheGrid) {
+    makeTwelveImages();
+    start();
+    putCursorOn("05.png");
+    state->enterGalleryLayout();
+    dir.makeFile(QStringLiteral("00.png"), pngBytes());
+    state->reloadPane(PaneSide::left, false);
+    ASSERT_EQ(state->galleryItems.size(), 13);
+    EXPECT_EQ(state->galleryItems.first().name, "00.png");
+    EXPECT_EQ(selectedItem(), cursorName());
 }
 
 } // namespace
