@@ -6,8 +6,6 @@
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
 
-#include <QDir>
-
 #include <gtest/gtest.h>
 
 using namespace KeyTest;
@@ -40,7 +38,7 @@ protected:
     std::unique_ptr<RecordingState> state;
 };
 
-TEST_F(NavigationTest, GoingUpReselectsTheFolderLeft) {
+TEST_F(NavigationTest, GoingUpReselectsTheFolderLeftWhenItIsOnShow) {
     state->openLocation(folder("beta/inner"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
     EXPECT_EQ(state->leftLocation, folder("beta"));
@@ -48,28 +46,16 @@ TEST_F(NavigationTest, GoingUpReselectsTheFolderLeft) {
     EXPECT_TRUE(state->handleKeyDown(typed("-")));
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("beta"));
-}
-
-TEST_F(NavigationTest, GoingUpToAHiddenFolderSelectsTheFirstRow) {
+    // A hidden folder left is not on show: the first row is selected.
     dir.makeFolder(QStringLiteral(".secret/deep"));
     state->openLocation(folder(".secret"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
     EXPECT_EQ(state->leftSelection, 0);
-}
-
-TEST_F(NavigationTest, TheRootIsItsOwnParent) {
+    // The root is its own parent.
     state->openLocation(FilerLocation::directory("/"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
     EXPECT_EQ(state->leftLocation, FilerLocation::directory("/"));
     EXPECT_EQ(state->leftSelection, 0);
-}
-
-TEST_F(NavigationTest, AReloadThatShortensTheListClampsTheCursor) {
-    state->moveCursorToBottom();
-    EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
-    QFile::remove(dir.filePath(QStringLiteral("d.txt")));
-    state->reloadPane(PaneSide::left, false);
-    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
 }
 
 TEST_F(NavigationTest, CursorMovesClampWithoutWrapping) {
@@ -99,14 +85,6 @@ TEST_F(NavigationTest, PageStepFollowsTheFontSizeOnly) {
         state->uiFontSize = size;
         EXPECT_EQ(state->pageStepForViewport(), rows) << size;
     }
-}
-
-TEST_F(NavigationTest, OpeningAFolderClearsTagsOfBothPanes) {
-    state->taggedKeys = {dir.filePath(QStringLiteral("c.txt")), QStringLiteral("/elsewhere/x")};
-    state->setSelection(1, PaneSide::left);
-    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
-    EXPECT_EQ(state->leftLocation, folder("alpha"));
-    EXPECT_TRUE(state->taggedKeys.isEmpty());
 }
 
 TEST_F(NavigationTest, AnUnreadableFolderIsNotEntered) {
@@ -155,16 +133,6 @@ TEST_F(NavigationTest, SettingsTogglesAreStored) {
     EXPECT_EQ(state->leftListEpoch, epoch + 1);
 }
 
-TEST_F(NavigationTest, ShiftOneFromTheViewerSendsTheFocusLeftAndPreviewsAnew) {
-    state->alwaysPreviewMode = true;
-    state->setSelection(3, PaneSide::left);
-    state->focusedSide = PaneSide::right;
-    state->calls.clear();
-    EXPECT_TRUE(state->handleKeyDown(coded(KeyCode::mainRow1, "!", shift)));
-    EXPECT_EQ(state->focusedSide, PaneSide::left);
-    EXPECT_TRUE(state->calls.contains(QStringLiteral("showFilePreview(c.txt)")));
-}
-
 TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     state->applyLayoutMode(LayoutMode::dualFiler);
     EXPECT_EQ(state->rightMode, RightPaneMode::filer);
@@ -182,32 +150,19 @@ TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     EXPECT_FALSE(state->pendingLayoutMode);
 }
 
-TEST_F(NavigationTest, LeavingEditorAsksOnlyWithUnsavedText) {
-    state->rightMode = RightPaneMode::editor;
-    state->focusedSide = PaneSide::right;
-    state->isDirty = true;
-    state->exitEditorToViewer();
-    EXPECT_TRUE(state->pendingExitEditorToViewer);
-    EXPECT_EQ(state->rightMode, RightPaneMode::editor);
-    state->setLayoutMode(LayoutMode::dualFiler);
-    EXPECT_EQ(state->pendingLayoutMode, LayoutMode::dualFiler);
-    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
-}
-
-TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpenAndLeftEmpty) {
+TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpen) {
     state->isJumpDialogOpen = true;
     state->enterGalleryLayout();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
     state->isJumpDialogOpen = false;
     state->enterGalleryLayout();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
-    state->gallerySelection = 2;
-    state->exitGallery();
-    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
-    EXPECT_FALSE(state->gallerySelection);
 }
 
-TEST_F(NavigationTest, AnimatedFramesWrapAtBothEnds) {
+// Frames wrap at both ends; frame information left over from a picture does
+// not take the arrows from a VIEWER that now shows text: they step to the
+// next file.
+TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShowAndWrap) {
     state->focusedSide = PaneSide::right;
     state->viewerKind = ViewerContentKind::preview;
     EXPECT_FALSE(state->pageAnimatedFrame(1));
@@ -216,14 +171,9 @@ TEST_F(NavigationTest, AnimatedFramesWrapAtBothEnds) {
     EXPECT_EQ(state->animatedFrameIndex, 2);
     EXPECT_TRUE(state->pageAnimatedFrame(1));
     EXPECT_EQ(state->animatedFrameIndex, 0);
-}
 
-// Frame information left over from a picture does not take the arrows from
-// a VIEWER that now shows text: they step to the next file.
-TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShow) {
     state->editorURL = dir.filePath(QStringLiteral("c.txt"));
     state->setSelection(3, PaneSide::left);
-    state->focusedSide = PaneSide::right;
     state->viewerKind = ViewerContentKind::text;
     state->animatedPreviewInfo = AnimatedImageInfo{2, QStringLiteral("GIF")};
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));

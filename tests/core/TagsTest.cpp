@@ -73,7 +73,10 @@ TEST_F(TagsTest, WildcardPatternsMatchWholeNamesIgnoringCase) {
         EXPECT_EQ(taggedNames(), c.expected) << qPrintable(c.pattern);
         EXPECT_FALSE(state->isWildcardPromptOpen);
     }
-    EXPECT_EQ(AppState::wildcardRegexPattern(QStringLiteral("a.b*")), QStringLiteral("^a\\.b.*$"));
+    // Hidden files are tagged only when listed.
+    state->toggleHiddenFiles();
+    applyPattern(QStringLiteral("*.txt"));
+    EXPECT_EQ(taggedNames(), QStringList({".hidden.txt", "B.TXT", "a.txt"}));
 }
 
 TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
@@ -86,12 +89,6 @@ TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
     EXPECT_EQ(state->lastWildcardPattern, QStringLiteral("a.*"));
     state->openWildcardPrompt();
     EXPECT_EQ(state->wildcardPattern, QStringLiteral("a.*"));
-}
-
-TEST_F(TagsTest, HiddenFilesAreTaggedOnlyWhenListed) {
-    state->toggleHiddenFiles();
-    applyPattern(QStringLiteral("*.txt"));
-    EXPECT_EQ(taggedNames(), QStringList({".hidden.txt", "B.TXT", "a.txt"}));
 }
 
 TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
@@ -140,13 +137,15 @@ TEST_F(TagsTest, TaggedFilesAreExistingPlainFilesSortedElseTheCursorFile) {
 
 TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {
     applyPattern(QStringLiteral("a*"));
+    state->taggedKeys.insert(QStringLiteral("/elsewhere/of/the/other/pane"));
     const auto tags = state->taggedKeys;
     state->refreshAll();
     state->applySortMode(FilerSortMode::size);
     state->applyLayoutMode(LayoutMode::dualFiler);
     EXPECT_EQ(state->taggedKeys, tags);
     state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
-    state->openCursorEntry();
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("folder.txt")));
     EXPECT_TRUE(state->taggedKeys.isEmpty());
 }
 
