@@ -2,7 +2,6 @@
 // panes from disk.
 #include "core/AppState.h"
 #include "core/Preferences.h"
-#include "core/Result.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
 
@@ -135,12 +134,6 @@ TEST_F(AppStateTest, ChangesAreAnnouncedOncePerTurnOfTheLoop) {
     EXPECT_EQ(spy.count(), 0);
     QCoreApplication::processEvents();
     EXPECT_EQ(spy.count(), 1);
-}
-
-TEST_F(AppStateTest, ArchiveLocationThatIsGoneSaysSo) {
-    auto rows = state->listLocation(FilerLocation::zip(dir.filePath("gone.zip"), QString()));
-    ASSERT_FALSE(rows.ok());
-    EXPECT_EQ(rows.error(), QStringLiteral("Archive not found: gone.zip"));
 }
 
 } // namespace
