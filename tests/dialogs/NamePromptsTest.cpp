@@ -59,6 +59,11 @@ TEST_F(NamePromptsTest, NewFolderAndFileLandOnDiskUnderTheCursor) {
     EXPECT_EQ(file.size(), 0);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("notes.md"));
     EXPECT_FALSE(state->errorMessage.has_value());
+
+    // A file the hidden setting hides leaves the cursor where it was.
+    create(CreateItemKind::file, QStringLiteral(".hidden"));
+    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral(".hidden"))));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("notes.md"));
 }
 
 TEST_F(NamePromptsTest, RefusedNamesCloseThePromptWithTheirMessage) {
@@ -80,13 +85,6 @@ TEST_F(NamePromptsTest, RefusedNamesCloseThePromptWithTheirMessage) {
         EXPECT_EQ(state->errorMessage, row.message) << row.name.toStdString();
         state->errorMessage.reset();
     }
-}
-
-TEST_F(NamePromptsTest, AFileTheHiddenSettingHidesLeavesTheCursor) {
-    selectName(QStringLiteral("c.txt"));
-    create(CreateItemKind::file, QStringLiteral(".hidden"));
-    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral(".hidden"))));
-    EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
 }
 
 TEST_F(NamePromptsTest, RenameStartsWithTheOldNameAndKeepsTheTag) {
@@ -124,23 +122,11 @@ TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("c.txt"))));
 }
 
-TEST_F(NamePromptsTest, NothingToRenameOrCreateInAnArchive) {
-    state->setSelection(0, PaneSide::left); // the ".." row
+TEST_F(NamePromptsTest, TheParentRowCannotBeRenamed) {
+    state->setSelection(0, PaneSide::left);
     state->openRenamePrompt();
     EXPECT_EQ(state->errorMessage, QStringLiteral("No item to rename"));
     EXPECT_FALSE(state->isRenamePromptOpen);
-    state->errorMessage.reset();
-
-    state->leftLocation = FilerLocation::zip(dir.filePath(QStringLiteral("a.zip")), QString());
-    state->openRenamePrompt();
-    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot rename inside an archive"));
-    state->errorMessage.reset();
-    state->openCreateItemPrompt(CreateItemKind::folder);
-    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot create folder inside an archive"));
-    state->errorMessage.reset();
-    state->openCreateItemPrompt(CreateItemKind::file);
-    EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot create file inside an archive"));
-    EXPECT_FALSE(state->createItemKind.has_value());
 }
 
 TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
