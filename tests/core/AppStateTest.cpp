@@ -136,4 +136,10 @@ TEST_F(AppStateTest, ChangesAreAnnouncedOncePerTurnOfTheLoop) {
     EXPECT_EQ(spy.count(), 1);
 }
 
+TEST_F(AppStateTest, ArchiveLocationThatIsGoneSaysSo) {
+    auto rows = state->listLocation(FilerLocation::zip(dir.filePath("gone.zip"), QString()));
+    ASSERT_FALSE(rows.ok());
+    EXPECT_EQ(rows.error(), QStringLiteral("Archive not found: gone.zip"));
+}
+
 } // namespace
