@@ -3,63 +3,53 @@
 #include "../core/KeyTestSupport.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
-#include "support/TestDir.h"
 
-#include <QProcess>
+#include "ZipFixtures.h"
+
+#include <QScopeGuard>
 
 #include <gtest/gtest.h>
 
 namespace {
 
-class ArchiveRefusalTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        dir.makeFile(QStringLiteral("src/inner/a.txt"), "alpha");
-        QProcess zip;
-        zip.setWorkingDirectory(dir.filePath("src"));
-        zip.start(QStringLiteral("zip"),
-                  {QStringLiteral("-qr"), dir.filePath("box.zip"), QStringLiteral("inner")});
-        ASSERT_TRUE(zip.waitForFinished(30000) && zip.exitCode() == 0);
-        preferences.setValue("startupDirectory", dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->leftLocation = FilerLocation::zip(dir.filePath("box.zip"), QStringLiteral("inner/"));
-        state->reloadPane(PaneSide::left, false);
-        ASSERT_FALSE(state->errorMessage) << state->errorMessage->toStdString();
-        state->setSelection(1, PaneSide::left); // a.txt
-    }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
-
-    MemoryPreferences preferences;
+TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
     TestDir dir;
-    std::unique_ptr<AppState> state;
-};
+    MemoryPreferences preferences;
+    FileAccessMemory::attach(&preferences);
+    const auto detach = qScopeGuard([] { FileAccessMemory::attach(nullptr); });
+    dir.makeFile(QStringLiteral("src/inner/a.txt"), "alpha");
+    ZipFixtures::run(dir.filePath("src"), "zip", {"-qr", dir.filePath("box.zip"), "inner"});
+    preferences.setValue("startupDirectory", dir.path());
+    AppState state(preferences);
+    state.leftLocation = FilerLocation::zip(dir.filePath("box.zip"), QStringLiteral("inner/"));
+    state.reloadPane(PaneSide::left, false);
+    ASSERT_FALSE(state.errorMessage) << state.errorMessage->toStdString();
+    state.setSelection(1, PaneSide::left); // a.txt
 
-TEST_F(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
-    const struct {
-        KeyEvent key;
-        const char* message;
-    } cases[] = {
-        {KeyTest::typed("c"), "Cannot copy inside an archive"},
-        {KeyTest::typed("m"), "Cannot move inside an archive"},
-        {KeyTest::typed("d"), "Cannot delete inside an archive"},
-        {KeyTest::typed("k"), "Cannot create folder inside an archive"},
-        {KeyTest::typed("i"), "Cannot create file inside an archive"},
-        {KeyTest::typed("n"), "Cannot rename inside an archive"},
-        {KeyTest::typed("a"), "Cannot change attributes inside an archive"},
-        {KeyTest::typed("t"), "Tree mode is not available inside an archive"},
-        {KeyTest::typed("h"), "Cannot set startup inside an archive"},
+    const std::pair<const char*, const char*> cases[] = {
+        {"c", "Cannot copy inside an archive"},
+        {"m", "Cannot move inside an archive"},
+        {"d", "Cannot delete inside an archive"},
+        {"k", "Cannot create folder inside an archive"},
+        {"i", "Cannot create file inside an archive"},
+        {"n", "Cannot rename inside an archive"},
+        {"a", "Cannot change attributes inside an archive"},
+        {"t", "Tree mode is not available inside an archive"},
+        {"h", "Cannot set startup inside an archive"},
+        {"+", "Cannot bookmark inside an archive"},
     };
-    for (const auto& c : cases) {
-        state->errorMessage.reset();
-        state->dosDialogActionIndex = 2;
-        EXPECT_TRUE(state->handleKeyDown(c.key)) << c.message;
-        EXPECT_EQ(state->errorMessage.value_or(QString()), QString::fromUtf8(c.message));
-        EXPECT_EQ(state->dosDialogActionIndex, 0) << c.message;
+    for (const auto& [key, message] : cases) {
+        SCOPED_TRACE(key);
+        state.errorMessage.reset();
+        state.dosDialogActionIndex = 2;
+        EXPECT_TRUE(state.handleKeyDown(KeyTest::typed(QString::fromLatin1(key))));
+        EXPECT_EQ(state.errorMessage.value_or(QString()), QString::fromUtf8(message));
+        EXPECT_EQ(state.dosDialogActionIndex, 0);
     }
     EXPECT_TRUE(QFile::exists(dir.filePath("box.zip")));
-    EXPECT_FALSE(state->createItemKind || state->isRenamePromptOpen ||
-                 state->isAttributePromptOpen || state->copyMovePathKind || state->pendingDelete);
+    EXPECT_FALSE(state.createItemKind || state.isRenamePromptOpen || state.isAttributePromptOpen ||
+                 state.copyMovePathKind || state.pendingDelete);
+    EXPECT_TRUE(state.jumpBookmarks.isEmpty());
 }
 
 } // namespace

@@ -35,10 +35,6 @@ QStringList paths(const QList<ArchiveMember>& members) {
     return result;
 }
 
-QString errorText(const ZipResult<QByteArray>& result) {
-    return result ? QStringLiteral("<no error>") : result.error().description();
-}
-
 } // namespace
 
 TEST(ZipListing, InfoZipMembersComeInDirectoryOrderWithSizesAndLocalDates) {
@@ -129,8 +125,14 @@ TEST(ZipExtraction, ATrailingSlashFindsTheFileAndDirectoriesAreNeverReturned) {
 
     EXPECT_EQ(extractMemberData(zip, "notes/").value(), "n");
     for (const char* path : {"docs/", "docs", "missing.txt"}) {
-        EXPECT_EQ(errorText(extractMemberData(zip, path)),
+        EXPECT_EQ(extractMemberData(zip, path).error().description(),
                   QString("Cannot read ") + path + " from ZIP: Entry not found");
+    }
+    // A missing archive gives the system's error.
+    for (const auto& error : {listMembers(dir.filePath("none.zip")).error(),
+                              extractMemberData(dir.filePath("none.zip"), "a").error()}) {
+        EXPECT_EQ(error.kind, ZipArchiveError::Kind::system);
+        EXPECT_EQ(error.systemError.code, ENOENT);
     }
 }
 
@@ -152,19 +154,6 @@ TEST(ZipListing, TheCacheIsKeptUntilTheArchiveGetsANewDate) {
 
     setModificationTime(zip, stamp.addSecs(1));
     EXPECT_EQ(paths(listMembers(zip).value()), (QStringList{"one.txt", "two.txt"}));
-}
-
-TEST(ZipListing, AMissingArchiveGivesTheSystemError) {
-    TestDir dir;
-    for (const auto& error : {listMembers(dir.filePath("none.zip")).error(),
-                              extractMemberData(dir.filePath("none.zip"), "a").error()}) {
-        EXPECT_EQ(error.kind, ZipArchiveError::Kind::system);
-        EXPECT_EQ(error.systemError.code, ENOENT);
-    }
-    EXPECT_EQ(ZipArchiveError::notFound(dir.filePath("none.zip")).description(),
-              "ZIP not found: none.zip");
-    EXPECT_EQ(ZipArchiveError::unreadableText("a/b.bin").description(),
-              "Cannot decode text: a/b.bin");
 }
 
 TEST(ZipListing, ManyThreadsListAndReadTheSameArchive) {

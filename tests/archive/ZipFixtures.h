@@ -6,6 +6,7 @@
 
 #include <QByteArray>
 #include <QDateTime>
+#include <QDir>
 #include <QFile>
 #include <QList>
 #include <QProcess>
@@ -42,6 +43,17 @@ inline void writeFile(const QString& path, const QByteArray& bytes) {
     ASSERT_TRUE(file.open(QIODevice::WriteOnly | QIODevice::Truncate)) << path.toStdString();
     file.write(bytes);
 }
+
+// The process works in the folder while this lives: where a tool fooled by a
+// member name would write.
+struct InFolder {
+    explicit InFolder(const QString& folder)
+        : previous(QDir::currentPath()) {
+        QDir::setCurrent(folder);
+    }
+    ~InFolder() { QDir::setCurrent(previous); }
+    QString previous;
+};
 
 // A file whose name is raw bytes, as a Japanese Windows tool leaves them on
 // a Linux disk; QFile would re-encode the name.
@@ -95,6 +107,12 @@ inline QList<qsizetype> centralHeaders(const QByteArray& zip) {
         pos += 46 + le(zip, pos + 28, 2) + le(zip, pos + 30, 2) + le(zip, pos + 32, 2);
     }
     return offsets;
+}
+
+// Where the data of the member whose central header stands at header begins.
+inline qsizetype memberData(const QByteArray& zip, qsizetype header) {
+    const qsizetype local = le(zip, header + 42, 4);
+    return local + 30 + le(zip, local + 26, 2) + le(zip, local + 28, 2);
 }
 
 } // namespace ZipFixtures
