@@ -1,6 +1,6 @@
 // C and M from the key to the disk: which files go, the path prompt, the
-// confirm and EXISTS stages, Shift for all later conflicts, and what a
-// failure or an abort leaves behind.
+// confirm and EXISTS stages, Shift for all later conflicts, what a failure or
+// an abort leaves behind, the progress text, and keys while an item runs.
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/CopyMoveProgress.h"
 #include "filesystem/FileOperationSupport.h"
@@ -14,16 +14,13 @@ namespace {
 
 class CopyMoveFlow : public FlowTest {
 protected:
-    void threeFilesWithRightHolding(const QStringList& taken) {
-        for (const QString name : {"a.txt", "b.txt", "c.txt"}) {
-            dir.makeFile(QStringLiteral("left/") + name, "new " + name.toUtf8());
-        }
+    // Tagged files on the left, the right pane already holding those taken.
+    void filesWithRightHolding(const QStringList& names, const QStringList& taken) {
         for (const QString& name : taken) {
             dir.makeFile(QStringLiteral("right/") + name, "old");
         }
-        state->reloadPane(PaneSide::left, false);
+        tagNewFiles(names);
         useDualFiler();
-        tag({"a.txt", "b.txt", "c.txt"});
     }
     bool atConflictOn(const QString& name) const {
         const auto* conflict = state->pendingCopyMove
@@ -31,60 +28,60 @@ protected:
                                    : nullptr;
         return conflict && conflict->destinationItem == dir.filePath("right/" + name);
     }
+    void oneFileUnderTheCursor(const QString& name, const QByteArray& bytes = "x") {
+        dir.makeFile("left/" + name, bytes);
+        state->reloadPane(PaneSide::left, false);
+        useDualFiler();
+        pointAt(name);
+    }
+    QByteArray right(const QString& name) const { return contents(dir.filePath("right/" + name)); }
 };
 
 TEST_F(CopyMoveFlow, ConflictOnTheSecondWithShiftSkipSkipsItAndCarriesTheThird) {
-    threeFilesWithRightHolding({"b.txt"});
+    filesWithRightHolding({"a.txt", "b.txt", "c.txt"}, {"b.txt"});
     key("c");
     ASSERT_TRUE(state->pendingCopyMove);
     EXPECT_EQ(state->pendingCopyMove->sources.size(), 3);
-    state->proceedCopyMove(false);
+    key("y");
     waitForFileWork();
     ASSERT_TRUE(atConflictOn("b.txt"));
-    state->skipCopyMoveItem(true);
+    key("S", KeyTest::shift);
     waitForFileWork();
 
     EXPECT_FALSE(state->pendingCopyMove);
-    EXPECT_EQ(contents(dir.filePath("right/a.txt")), "new a.txt");
-    EXPECT_EQ(contents(dir.filePath("right/b.txt")), "old");
-    EXPECT_EQ(contents(dir.filePath("right/c.txt")), "new c.txt");
+    EXPECT_EQ(right("a.txt"), "new a.txt");
+    EXPECT_EQ(right("b.txt"), "old");
+    EXPECT_EQ(right("c.txt"), "new c.txt");
     EXPECT_EQ(state->rightEntries.size(), 4); // the closing reload: "..", a, b, c
     EXPECT_EQ(state->taggedKeys.size(), 3);   // a copy keeps its tags
 }
 
+// O and S act on one conflict; Shift+O overwrites it and every later one.
 TEST_F(CopyMoveFlow, TheDialogKeysDriveTheBatch) {
-    threeFilesWithRightHolding({"a.txt", "b.txt"});
+    filesWithRightHolding({"a", "b", "c", "d", "e"}, {"a", "b", "c", "e"});
     key("c");
     key("y");
     waitForFileWork();
-    ASSERT_TRUE(atConflictOn("a.txt"));
-    key("o"); // overwrite this one only
+    ASSERT_TRUE(atConflictOn("a"));
+    key("o");
     waitForFileWork();
-    ASSERT_TRUE(atConflictOn("b.txt"));
+    ASSERT_TRUE(atConflictOn("b"));
     key("s");
     waitForFileWork();
-    EXPECT_FALSE(state->pendingCopyMove);
-    EXPECT_EQ(contents(dir.filePath("right/a.txt")), "new a.txt");
-    EXPECT_EQ(contents(dir.filePath("right/b.txt")), "old");
-    EXPECT_EQ(contents(dir.filePath("right/c.txt")), "new c.txt");
-}
-
-TEST_F(CopyMoveFlow, ShiftOverwriteOverwritesEveryLaterConflict) {
-    threeFilesWithRightHolding({"a.txt", "c.txt"});
-    key("c");
-    state->proceedCopyMove(false);
-    waitForFileWork();
-    ASSERT_TRUE(atConflictOn("a.txt"));
-    state->proceedCopyMove(true);
+    ASSERT_TRUE(atConflictOn("c"));
+    key("O", KeyTest::shift);
     waitForFileWork();
     EXPECT_FALSE(state->pendingCopyMove);
-    EXPECT_EQ(contents(dir.filePath("right/a.txt")), "new a.txt");
-    EXPECT_EQ(contents(dir.filePath("right/c.txt")), "new c.txt");
+    EXPECT_EQ(right("a"), "new a");
+    EXPECT_EQ(right("b"), "old");
+    for (const QString name : {"c", "d", "e"}) {
+        EXPECT_EQ(right(name), "new " + name.toUtf8());
+    }
 }
 
 // Abort is the dialog clearing the batch: nothing undone, nothing reloaded.
 TEST_F(CopyMoveFlow, AConflictAbortedAfterTheFirstLeavesExactlyTheFirstDone) {
-    threeFilesWithRightHolding({"b.txt", "c.txt"});
+    filesWithRightHolding({"a.txt", "b.txt", "c.txt"}, {"b.txt", "c.txt"});
     key("m");
     state->proceedCopyMove(false);
     waitForFileWork();
@@ -92,17 +89,17 @@ TEST_F(CopyMoveFlow, AConflictAbortedAfterTheFirstLeavesExactlyTheFirstDone) {
     const int64_t epoch = state->rightListEpoch;
     state->pendingCopyMove.reset();
 
-    EXPECT_EQ(contents(dir.filePath("right/a.txt")), "new a.txt");
+    EXPECT_EQ(right("a.txt"), "new a.txt");
     EXPECT_FALSE(exists(dir.filePath("left/a.txt")));
     EXPECT_TRUE(exists(dir.filePath("left/b.txt")));
-    EXPECT_EQ(contents(dir.filePath("right/c.txt")), "old");
+    EXPECT_EQ(right("c.txt"), "old");
     EXPECT_EQ(state->rightListEpoch, epoch);
     EXPECT_FALSE(state->taggedKeys.contains(dir.filePath("left/a.txt")));
     EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("left/b.txt")));
 }
 
 TEST_F(CopyMoveFlow, AFailureOnTheSecondEndsTheBatch) {
-    threeFilesWithRightHolding({});
+    filesWithRightHolding({"a.txt", "b.txt", "c.txt"}, {});
     key("c");
     QFile::remove(dir.filePath("left/b.txt"));
     state->proceedCopyMove(false);
@@ -114,10 +111,7 @@ TEST_F(CopyMoveFlow, AFailureOnTheSecondEndsTheBatch) {
 }
 
 TEST_F(CopyMoveFlow, AMovedFileOpenInTheEditorKeepsItsPlace) {
-    dir.makeFile("left/open.txt", "text");
-    state->reloadPane(PaneSide::left, false);
-    useDualFiler();
-    pointAt("open.txt");
+    oneFileUnderTheCursor("open.txt");
     state->editorURL = dir.filePath("left/open.txt");
     key("m");
     state->proceedCopyMove(false);
@@ -150,11 +144,11 @@ TEST_F(CopyMoveFlow, WhatIsCarriedAndWhatIsRefusedAtTheStart) {
 }
 
 TEST_F(CopyMoveFlow, NineOrMoreFilesAreAllCarried) {
+    QStringList names;
     for (int i = 0; i < 10; ++i) {
-        tag({dir.makeFile(QStringLiteral("left/f%1.txt").arg(i)).section('/', -1)});
+        names << QStringLiteral("f%1.txt").arg(i);
     }
-    state->reloadPane(PaneSide::left, false);
-    useDualFiler();
+    filesWithRightHolding(names, {});
     key("c");
     state->proceedCopyMove(false);
     waitForFileWork();
@@ -191,8 +185,28 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
 }
 
 // An item that runs past the delay shows its name and the bytes carried of
-// the whole in the status line, and the text goes when the item is done.
-TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDone) {
+// the whole in the status line, and the text goes when the item is done;
+// below the delay an item ends without a word.
+TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDoneAQuickOneNothing) {
+    const auto copyWatchingProgress = [&](const QString& name) {
+        pointAt(name);
+        key("c");
+        key("y");
+        QStringList seen;
+        QElapsedTimer clock;
+        clock.start();
+        while (state->isFileOperationRunning && clock.elapsed() < 60000) {
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
+            if (!state->fileOperationProgressText.isEmpty()) {
+                seen.append(state->fileOperationProgressText);
+            }
+        }
+        return seen;
+    };
+    oneFileUnderTheCursor("small.txt");
+    EXPECT_EQ(copyWatchingProgress("small.txt"), QStringList());
+    EXPECT_TRUE(exists(dir.filePath("right/small.txt")));
+
     QFile big(dir.filePath("left/big.bin"));
     ASSERT_TRUE(big.open(QIODevice::WriteOnly));
     const QByteArray block(1 << 20, 'x');
@@ -201,20 +215,8 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDone) {
     }
     big.close();
     state->reloadPane(PaneSide::left, false);
-    useDualFiler();
-    pointAt("big.bin");
     CopyMoveProgress::setDelay(std::chrono::milliseconds(0));
-    key("c");
-    key("y");
-    QStringList seen;
-    QElapsedTimer clock;
-    clock.start();
-    while (state->isFileOperationRunning && clock.elapsed() < 60000) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 2);
-        if (!state->fileOperationProgressText.isEmpty()) {
-            seen.append(state->fileOperationProgressText);
-        }
-    }
+    const QStringList seen = copyWatchingProgress("big.bin");
     CopyMoveProgress::setDelay(std::chrono::milliseconds(500));
 
     ASSERT_FALSE(seen.isEmpty());
@@ -226,21 +228,21 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDone) {
     EXPECT_EQ(QFileInfo(dir.filePath("right/big.bin")).size(), 256 << 20);
 }
 
-// Below the delay an item ends without a word in the status line.
-TEST_F(CopyMoveFlow, AQuickItemShowsNoProgress) {
-    dir.makeFile("left/small.txt", "x");
-    state->reloadPane(PaneSide::left, false);
-    useDualFiler();
-    pointAt("small.txt");
-    key("c");
-    key("y");
-    bool shown = false;
-    while (state->isFileOperationRunning) {
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        shown = shown || !state->fileOperationProgressText.isEmpty();
+// Nothing can be cancelled once an item is under way: every key is taken and
+// none acts, and the keys act again once the item is done.
+TEST_F(CopyMoveFlow, KeysAreSwallowedWhileAnItemRunsAndActAfterwards) {
+    oneFileUnderTheCursor("a.txt");
+    state->isFileOperationRunning = true;
+    for (const KeyEvent& event :
+         {typed("d"), KeyTest::named(KeyCode::escape), KeyTest::named(KeyCode::down), typed("q"),
+          typed("r", KeyModifiers{KeyModifier::command})}) {
+        EXPECT_TRUE(state->handleKeyDown(event));
     }
-    EXPECT_FALSE(shown);
-    EXPECT_TRUE(exists(dir.filePath("right/small.txt")));
+    EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
+    EXPECT_EQ(state->leftSelection, 1);
+    state->isFileOperationRunning = false;
+    EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
+    EXPECT_EQ(state->leftSelection, 0);
 }
 
 } // namespace

@@ -31,11 +31,7 @@ protected:
 };
 
 TEST_F(DeleteFlow, TheSecondOfThreeFailsTheOthersGoToTheTrash) {
-    for (const QString name : {"d1.txt", "d2.txt", "d3.txt"}) {
-        dir.makeFile("left/" + name, "x");
-    }
-    state->reloadPane(PaneSide::left, false);
-    tag({"d1.txt", "d2.txt", "d3.txt"});
+    tagNewFiles({"d1.txt", "d2.txt", "d3.txt"});
     key("d");
     ASSERT_TRUE(state->pendingDelete);
     EXPECT_FALSE(state->pendingDelete->deletingFolders);
@@ -69,8 +65,9 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     EXPECT_TRUE(exists(dir.filePath("left/tagged.txt")));
 }
 
-TEST_F(DeleteFlow, CancelChangesNothingAndYesTrashes) {
+TEST_F(DeleteFlow, NoCancelsYesTrashesAndNothingToDeleteSaysWhatIsMissing) {
     dir.makeFile("left/keep.txt");
+    dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
     pointAt("keep.txt");
     key("d");
@@ -81,11 +78,7 @@ TEST_F(DeleteFlow, CancelChangesNothingAndYesTrashes) {
     key("y");
     EXPECT_FALSE(exists(dir.filePath("left/keep.txt")));
     EXPECT_TRUE(inTrash("keep.txt"));
-}
 
-TEST_F(DeleteFlow, NothingToDeleteNamesWhatIsMissing) {
-    dir.makeFolder("left/folder");
-    state->reloadPane(PaneSide::left, false);
     pointAt("folder");
     key("d");
     EXPECT_EQ(error(), "No file to delete (Space to tag, or select a file)");

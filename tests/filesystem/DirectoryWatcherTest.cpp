@@ -44,7 +44,7 @@ TEST(DirectoryWatcher, ABurstOfAThousandFilesCallsBackOnceAfterTheQuietTime) {
     EXPECT_EQ(calls, 1);
 }
 
-TEST(DirectoryWatcher, SeesWritesIntoItemsTheFolderRenamedAndStop) {
+TEST(DirectoryWatcher, SeesWritesIntoItemsTheFolderRenamedAndStopNorWatchesWhatIsMissing) {
     TestDir dir;
     const QString file = dir.makeFile("sub/a.txt", "a");
     DirectoryWatcher watcher(20ms);
@@ -64,10 +64,7 @@ TEST(DirectoryWatcher, SeesWritesIntoItemsTheFolderRenamedAndStop) {
     dir.makeFile("moved/b.txt");
     runEventsFor(100ms);
     EXPECT_EQ(calls, 2);
-}
 
-TEST(DirectoryWatcher, AFolderThatCantBeOpenedIsNotWatched) {
-    DirectoryWatcher watcher;
     watcher.start(QStringLiteral("/no/such/folder"), [] {});
     EXPECT_FALSE(watcher.isWatching());
 }
@@ -102,7 +99,7 @@ TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
     EXPECT_NE(FileAccessMemory::rememberedRecord(dir.path())->owner, "x");
 }
 
-TEST_F(PaneWatchingTest, TheRightPaneReloadsOnlyAsAFiler) {
+TEST_F(PaneWatchingTest, NoWatchInsideArchivesNorReloadOfARightPaneNotAFiler) {
     state->rightMode = RightPaneMode::filer;
     state->reloadPane(PaneSide::right, false);
     const int64_t epoch = state->rightListEpoch;
@@ -110,9 +107,7 @@ TEST_F(PaneWatchingTest, TheRightPaneReloadsOnlyAsAFiler) {
     dir.makeFile("new.txt");
     runEventsFor(150ms);
     EXPECT_EQ(state->rightListEpoch, epoch);
-}
 
-TEST_F(PaneWatchingTest, ArchiveLocationsAreNotWatched) {
     state->reloadPane(PaneSide::left, false);
     ASSERT_TRUE(state->leftWatcher->isWatching());
     state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), QString());

@@ -34,20 +34,17 @@ TEST_F(FileAccessMemoryTest, PathsThatStandardizeAlikeShareARecordButNfcAndNfdDo
         FileAccessMemory::rememberedRecord(composed.normalized(QString::NormalizationForm_D)));
 }
 
-TEST_F(FileAccessMemoryTest, TheFirstSightingIsShownUntilForgotten) {
+// A failed read is remembered as folder-like for archives.
+TEST_F(FileAccessMemoryTest, TheFirstSightingIsShownUntilForgottenEvenAFailedOne) {
     const QString file = dir.makeFile(QStringLiteral("f"));
+    const auto modeOf = [&] { return FileSystemService::accessRights(file, false, false).mode; };
     dir.setMode(QStringLiteral("f"), 0600);
-    EXPECT_EQ(FileSystemService::accessRights(file, false, false).mode,
-              QStringLiteral("-rw-------"));
+    EXPECT_EQ(modeOf(), QStringLiteral("-rw-------"));
     dir.setMode(QStringLiteral("f"), 0444);
-    EXPECT_EQ(FileSystemService::accessRights(file, false, false).mode,
-              QStringLiteral("-rw-------"));
+    EXPECT_EQ(modeOf(), QStringLiteral("-rw-------"));
     FileAccessMemory::forget(file);
-    EXPECT_EQ(FileSystemService::accessRights(file, false, false).mode,
-              QStringLiteral("-r--r--r--"));
-}
+    EXPECT_EQ(modeOf(), QStringLiteral("-r--r--r--"));
 
-TEST_F(FileAccessMemoryTest, AFailedReadIsRememberedAsFolderLikeForArchives) {
     const QString missing = dir.filePath("gone.zip");
     const auto record = FileSystemService::accessRights(missing, false, true);
     EXPECT_EQ(record, (FileAccessMemory::Record{false, false, QStringLiteral("d---------"),
@@ -57,13 +54,21 @@ TEST_F(FileAccessMemoryTest, AFailedReadIsRememberedAsFolderLikeForArchives) {
     EXPECT_EQ(FileAccessMemory::rememberedRecord(missing), record);
 }
 
+// Unknown fields in a stored record are ignored.
 TEST_F(FileAccessMemoryTest, StoreRoundTripsThroughJsonAcrossRestarts) {
     const QString odd = QStringLiteral("/tmp/quote\"back\\slash\nline/日本語");
     FileAccessMemory::remember(kRecord, odd, true);
     ASSERT_TRUE(preferences.contains(kKey));
-
     FileAccessMemory::attach(&preferences); // a new run of the program
     EXPECT_EQ(FileAccessMemory::rememberedRecord(odd), kRecord);
+
+    preferences.setValue(kKey,
+                         QByteArray(R"({"/a":{"readable":true,"writable":false,)"
+                                    R"("mode":"-r--------","owner":"o","group":"g","x":1}})"));
+    FileAccessMemory::attach(&preferences);
+    const auto record = FileAccessMemory::rememberedRecord(QStringLiteral("/a"));
+    ASSERT_TRUE(record);
+    EXPECT_EQ(record->owner, QStringLiteral("o"));
 }
 
 TEST_F(FileAccessMemoryTest, ForgettingAnUnknownPathWritesNothing) {
@@ -87,16 +92,6 @@ TEST_F(FileAccessMemoryTest, ADamagedStoreReadsAsEmptyAndIsReplacedByTheNextWrit
         EXPECT_EQ(FileAccessMemory::decode(preferences.dataValue(kKey)),
                   (QHash<QString, FileAccessMemory::Record>{}));
     }
-}
-
-TEST_F(FileAccessMemoryTest, UnknownFieldsInARecordAreIgnored) {
-    preferences.setValue(kKey,
-                         QByteArray(R"({"/a":{"readable":true,"writable":false,)"
-                                    R"("mode":"-r--------","owner":"o","group":"g","x":1}})"));
-    FileAccessMemory::attach(&preferences);
-    const auto record = FileAccessMemory::rememberedRecord(QStringLiteral("/a"));
-    ASSERT_TRUE(record);
-    EXPECT_EQ(record->owner, QStringLiteral("o"));
 }
 
 TEST_F(FileAccessMemoryTest, EachListingWritesTheStoreOnceAndRemembersEveryShownItem) {

@@ -2,8 +2,7 @@
 
 // Shared by the copy, move, delete and attribute flow tests: a state over
 // real temporary folders, keys, and waiting for work on the worker thread.
-#include "core/AppState.h"
-#include "core/KeyEvent.h"
+#include "../core/KeyTestSupport.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
@@ -17,13 +16,7 @@
 
 namespace FileFlowTest {
 
-inline KeyEvent typed(const QString& text, KeyModifiers modifiers = {}) {
-    KeyEvent event;
-    event.characters = text;
-    event.charactersIgnoringModifiers = text;
-    event.modifiers = modifiers;
-    return event;
-}
+using KeyTest::typed;
 
 // The left pane on TestDir's "left" folder, the right on "right".
 class FlowTest : public ::testing::Test {
@@ -64,6 +57,15 @@ protected:
         for (const QString& name : names) {
             state->taggedKeys.insert(dir.filePath(QStringLiteral("left/") + name));
         }
+    }
+
+    // Makes the named files in the left pane, lists it again and tags them.
+    void tagNewFiles(const QStringList& names) {
+        for (const QString& name : names) {
+            dir.makeFile(QStringLiteral("left/") + name, "new " + name.toUtf8());
+        }
+        state->reloadPane(PaneSide::left, false);
+        tag(names);
     }
 
     // Lets items on the worker thread finish and their ends come back.

@@ -17,6 +17,18 @@ namespace {
 
 using Kind = FileSystemError::Kind;
 
+// Runs a copy or move in a child under a file size limit or as "nobody"; the
+// child reports the error's text.
+ChildOutcome tryInChild(const std::function<FsResult<Done>()>& step, ChildAccount account,
+                        rlim_t fileSizeLimit = RLIM_INFINITY) {
+    return runInChild(
+        [&] {
+            const auto result = step();
+            return result.ok() ? QStringLiteral("done") : result.error().description();
+        },
+        account, fileSizeLimit);
+}
+
 // A folder on another file system than the temporary folder, so that a move
 // between the two can't be a rename.
 QString otherFileSystemFolder() {
@@ -56,7 +68,9 @@ TEST(CopyItem, CopiesFoldersWithModesTimesAndLinks) {
     EXPECT_EQ(fs::copyByteCount(dir.filePath("src/tree")), 300005);
 }
 
-TEST(CopyItem, ExistingTargetIsRefusedOrReplaced) {
+// The overwrite removes the target before copying; when the target is the
+// source itself the item is gone and the system's error is reported.
+TEST(CopyItem, ExistingTargetIsRefusedOrReplacedEvenByItself) {
     TestDir dir;
     const QString source = dir.makeFile("a/note.txt", "new");
     dir.makeFile("b/note.txt", "old");
@@ -69,17 +83,11 @@ TEST(CopyItem, ExistingTargetIsRefusedOrReplaced) {
     ASSERT_TRUE(fs::copyItem(source, dir.filePath("b"), true).ok());
     EXPECT_EQ(contents(dir.filePath("b/note.txt")), "new");
     EXPECT_EQ(contents(source), "new");
-}
 
-// The overwrite removes the target before copying; when the target is the
-// source itself the item is gone and the system's error is reported.
-TEST(CopyItem, OverwritingAnItemWithItselfRemovesIt) {
-    TestDir dir;
-    const QString source = dir.makeFile("note.txt", "text");
-    const auto result = fs::copyItem(source, dir.path(), true);
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().kind, Kind::system);
-    EXPECT_EQ(result.error().description(), QString::fromLocal8Bit(strerror(ENOENT)));
+    const auto itself = fs::copyItem(source, dir.filePath("a"), true);
+    ASSERT_FALSE(itself.ok());
+    EXPECT_EQ(itself.error().kind, Kind::system);
+    EXPECT_EQ(itself.error().description(), QString::fromLocal8Bit(strerror(ENOENT)));
     EXPECT_FALSE(exists(source));
 }
 
@@ -92,12 +100,9 @@ TEST(CopyItem, ReadOnlyDestinationFailsWithTheSystemTextAndKeepsTheSource) {
     dir.setMode("src", 0755);
     dir.setMode("src/data.bin", 0644);
 
-    const ChildOutcome outcome = runInChild(
-        [&] {
-            const auto result = fs::copyItem(source, dir.filePath("locked"), false);
-            return result.ok() ? QStringLiteral("copied") : result.error().description();
-        },
-        ChildAccount::unprivileged);
+    const ChildOutcome outcome =
+        tryInChild([&] { return fs::copyItem(source, dir.filePath("locked"), false); },
+                   ChildAccount::unprivileged);
     EXPECT_EQ(outcome.exitCode, 0);
     EXPECT_EQ(outcome.text, QString::fromLocal8Bit(strerror(EACCES)));
     EXPECT_EQ(contents(source), QByteArray(5000, 'd'));
@@ -108,12 +113,9 @@ TEST(CopyItem, CopyCutShortLeavesNoHalfItem) {
     TestDir dir;
     const QString source = dir.makeFile("src/big.bin", QByteArray(1 << 20, 'x'));
     dir.makeFolder("dest");
-    const ChildOutcome outcome = runInChild(
-        [&] {
-            const auto result = fs::copyItem(source, dir.filePath("dest"), false);
-            return result.ok() ? QStringLiteral("copied") : result.error().description();
-        },
-        ChildAccount::same, 64 * 1024);
+    const ChildOutcome outcome =
+        tryInChild([&] { return fs::copyItem(source, dir.filePath("dest"), false); },
+                   ChildAccount::same, 64 * 1024);
     EXPECT_EQ(outcome.text, QString::fromLocal8Bit(strerror(EFBIG)));
     EXPECT_FALSE(exists(dir.filePath("dest/big.bin")));
     EXPECT_EQ(contents(source).size(), 1 << 20);
@@ -133,24 +135,9 @@ TEST(MoveItem, RenamesAndRefusesItsOwnFolder) {
     EXPECT_EQ(contents(dir.filePath("b/note.txt")), "text");
 }
 
-TEST(MoveItem, AcrossFileSystemsCopiesThenRemovesTheSource) {
-    const QString other = otherFileSystemFolder();
-    if (other.isEmpty()) {
-        GTEST_SKIP() << "no second file system";
-    }
-    TestDir dir;
-    QTemporaryDir target(other + QStringLiteral("/dorvik-move-XXXXXX"));
-    dir.makeFile("src/tree/a.txt", "alpha");
-    dir.setMode("src/tree", 0711);
-    ASSERT_TRUE(fs::moveItem(dir.filePath("src/tree"), target.path(), false).ok());
-    EXPECT_FALSE(exists(dir.filePath("src/tree")));
-    EXPECT_EQ(contents(target.path() + "/tree/a.txt"), "alpha");
-    EXPECT_EQ(modeOf(target.path() + "/tree"), 0711u);
-}
-
-// The copy half of a move between file systems fails half way: the source
-// stays whole and no partial item is left at the target.
-TEST(MoveItem, AcrossFileSystemsFailingHalfWayKeepsTheSource) {
+// A move between file systems copies, then removes the source; when the copy
+// fails half way the source stays whole and no partial item is left.
+TEST(MoveItem, AcrossFileSystemsCopiesThenRemovesTheSourceOrKeepsItOnFailure) {
     const QString other = otherFileSystemFolder();
     if (other.isEmpty()) {
         GTEST_SKIP() << "no second file system";
@@ -159,16 +146,19 @@ TEST(MoveItem, AcrossFileSystemsFailingHalfWayKeepsTheSource) {
     QTemporaryDir target(other + QStringLiteral("/dorvik-move-XXXXXX"));
     dir.makeFile("src/tree/small.txt", "small");
     const QString big = dir.makeFile("src/tree/z-big.bin", QByteArray(1 << 20, 'z'));
-    const ChildOutcome outcome = runInChild(
-        [&] {
-            const auto result = fs::moveItem(dir.filePath("src/tree"), target.path(), false);
-            return result.ok() ? QStringLiteral("moved") : result.error().description();
-        },
-        ChildAccount::same, 64 * 1024);
+    dir.setMode("src/tree", 0711);
+    const ChildOutcome outcome =
+        tryInChild([&] { return fs::moveItem(dir.filePath("src/tree"), target.path(), false); },
+                   ChildAccount::same, 64 * 1024);
     EXPECT_EQ(outcome.text, QString::fromLocal8Bit(strerror(EFBIG)));
     EXPECT_EQ(contents(big).size(), 1 << 20);
     EXPECT_EQ(contents(dir.filePath("src/tree/small.txt")), "small");
     EXPECT_FALSE(exists(target.path() + "/tree"));
+
+    ASSERT_TRUE(fs::moveItem(dir.filePath("src/tree"), target.path(), false).ok());
+    EXPECT_FALSE(exists(dir.filePath("src/tree")));
+    EXPECT_EQ(contents(target.path() + "/tree/small.txt"), "small");
+    EXPECT_EQ(modeOf(target.path() + "/tree"), 0711u);
 }
 
 TEST(ResolveDestinationFolder, FollowsThePromptRules) {
@@ -216,21 +206,18 @@ TEST(WriteText, ReplacesTheFileKeepingItsMode) {
               QStringList{"note.txt"});
 }
 
-TEST(WriteText, UnencodableTextLeavesTheFileUntouched) {
+TEST(WriteText, FailuresLeaveTheFileUntouched) {
     TestDir dir;
     const QString path = dir.makeFile("note.txt", "old");
-    const auto result = fs::writeText(QStringLiteral("①"), path, TextFileEncoding::shiftJIS);
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().description(),
+    const auto unencodable = fs::writeText(QStringLiteral("①"), path, TextFileEncoding::shiftJIS);
+    ASSERT_FALSE(unencodable.ok());
+    EXPECT_EQ(unencodable.error().description(),
               QStringLiteral("この内容を Shift_JIS で保存できません（未対応の文字があります）"));
     EXPECT_EQ(contents(path), "old");
-}
 
-TEST(WriteText, MissingFolderGivesTheSystemText) {
-    TestDir dir;
-    const auto result = fs::writeText("x", dir.filePath("none/new.txt"), TextFileEncoding::utf8);
-    ASSERT_FALSE(result.ok());
-    EXPECT_EQ(result.error().description(), QString::fromLocal8Bit(strerror(ENOENT)));
+    const auto missing = fs::writeText("x", dir.filePath("none/new.txt"), TextFileEncoding::utf8);
+    ASSERT_FALSE(missing.ok());
+    EXPECT_EQ(missing.error().description(), QString::fromLocal8Bit(strerror(ENOENT)));
 }
 
 } // namespace

@@ -11,10 +11,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 namespace {
 
@@ -50,7 +47,7 @@ protected:
     TestDir dir;
 };
 
-TEST_F(ListingTest, EmptyFolderGivesTheParentRowAloneWithItsFixedValues) {
+TEST_F(ListingTest, EmptyFolderGivesTheParentRowAloneAndRootHasNone) {
     const QList<FileEntry> rows = list();
     ASSERT_EQ(rows.size(), 1);
     const FileEntry& parent = rows.first();
@@ -64,14 +61,11 @@ TEST_F(ListingTest, EmptyFolderGivesTheParentRowAloneWithItsFixedValues) {
     EXPECT_EQ(parent.ownerName, QStringLiteral("-"));
     EXPECT_EQ(parent.groupName, QStringLiteral("-"));
     EXPECT_TRUE(parent.modificationDate.has_value());
-}
 
-TEST_F(ListingTest, RootHasNoParentRow) {
-    auto rows =
-        FileSystemService::listDirectory(QStringLiteral("/"), false, FilerSortMode::name, true);
-    ASSERT_TRUE(rows.ok());
-    ASSERT_FALSE(rows->isEmpty());
-    for (const FileEntry& row : *rows) {
+    auto root = FileSystemService::listDirectory("/", false, FilerSortMode::name, true);
+    ASSERT_TRUE(root.ok());
+    ASSERT_FALSE(root->isEmpty());
+    for (const FileEntry& row : *root) {
         EXPECT_FALSE(row.isParent);
         EXPECT_TRUE(row.id.startsWith(QLatin1String("/")) && row.id.count(QLatin1Char('/')) == 1);
     }
@@ -108,27 +102,27 @@ TEST_F(ListingTest, RowOfAFileCarriesItsValues) {
 }
 
 TEST_F(ListingTest, OnlyTheOwnersBitsDecideReadableAndWritable) {
-    dir.makeFolder(QStringLiteral("noexec"));
-    dir.setMode(QStringLiteral("noexec"), 0600);
-    dir.makeFile(QStringLiteral("readonly"));
-    dir.setMode(QStringLiteral("readonly"), 0400);
-    dir.makeFolder(QStringLiteral("othersonly"));
-    dir.setMode(QStringLiteral("othersonly"), 0077);
+    const struct {
+        const char* name;
+        bool folder;
+        int mode;
+        bool readable, writable;
+        const char* shown;
+    } cases[] = {{"noexec", true, 0600, false, true, "drw-------"},
+                 {"readonly", false, 0400, true, false, "-r--------"},
+                 {"othersonly", true, 0077, false, false, "d---rwxrwx"}};
+    for (const auto& c : cases) {
+        c.folder ? dir.makeFolder(c.name) : dir.makeFile(c.name);
+        dir.setMode(c.name, c.mode);
+    }
     const QList<FileEntry> rows = list();
-
-    const FileEntry* noexec = find(rows, "noexec");
-    EXPECT_FALSE(noexec->isReadable);
-    EXPECT_TRUE(noexec->isWritable);
-    EXPECT_EQ(noexec->permissionMode, QStringLiteral("drw-------"));
-
-    const FileEntry* readonly = find(rows, "readonly");
-    EXPECT_TRUE(readonly->isReadable);
-    EXPECT_FALSE(readonly->isWritable);
-    EXPECT_EQ(readonly->permissionMode, QStringLiteral("-r--------"));
-
-    const FileEntry* othersonly = find(rows, "othersonly");
-    EXPECT_FALSE(othersonly->isReadable);
-    EXPECT_EQ(othersonly->permissionMode, QStringLiteral("d---rwxrwx"));
+    for (const auto& c : cases) {
+        const FileEntry* row = find(rows, c.name);
+        ASSERT_NE(row, nullptr) << c.name;
+        EXPECT_EQ(row->isReadable, c.readable) << c.name;
+        EXPECT_EQ(row->isWritable, c.writable) << c.name;
+        EXPECT_EQ(row->permissionMode, c.shown) << c.name;
+    }
 }
 
 TEST_F(ListingTest, ALinkIsNeverAFolderAndAnArchiveNameWinsOverTheLinkLetter) {

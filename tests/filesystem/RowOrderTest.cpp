@@ -59,19 +59,16 @@ TEST(RowOrderTest, ParentThenFoldersThenFilesInEveryMode) {
     }
 }
 
-TEST(RowOrderTest, TimestampPutsNewestFirstMissingDateLastAndTiesByName) {
-    const QList<FileEntry> rows = {row("old", false, 1, 100), row("none", false, 1),
-                                   row("new", false, 1, 300), row("tie-b", false, 1, 200),
-                                   row("tie-a", false, 1, 200)};
-    EXPECT_EQ(sortedNames(rows, FilerSortMode::timestamp),
+TEST(RowOrderTest, NewestOrLargestFirstMissingValuesLastAndTiesByName) {
+    const QList<FileEntry> dated = {row("old", false, 1, 100), row("none", false, 1),
+                                    row("new", false, 1, 300), row("tie-b", false, 1, 200),
+                                    row("tie-a", false, 1, 200)};
+    EXPECT_EQ(sortedNames(dated, FilerSortMode::timestamp),
               (QStringList{"new", "tie-a", "tie-b", "old", "none"}));
-}
-
-TEST(RowOrderTest, SizePutsLargestFirstAndTiesByName) {
-    const QList<FileEntry> rows = {row("small", false, 10), row("big", false, 5000),
-                                   row("same-b", false, 100), row("same-a", false, 100),
-                                   row("unknown", false)};
-    EXPECT_EQ(sortedNames(rows, FilerSortMode::size),
+    const QList<FileEntry> sized = {row("small", false, 10), row("big", false, 5000),
+                                    row("same-b", false, 100), row("same-a", false, 100),
+                                    row("unknown", false)};
+    EXPECT_EQ(sortedNames(sized, FilerSortMode::size),
               (QStringList{"big", "same-a", "same-b", "small", "unknown"}));
 }
 
@@ -90,13 +87,10 @@ TEST(RowOrderTest, SortedListAgreesWithEntryPrecedesPairwise) {
     }
 }
 
-TEST(RowOrderTest, EqualNamesDoNotPrecedeEachOther) {
+TEST(RowOrderTest, EqualNamesDoNotPrecedeAndLocalizedNamesSortWhenAsked) {
     const FileEntry upper = row("README"), lower = row("readme");
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(upper, lower, false));
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(lower, upper, false));
-}
-
-TEST(RowOrderTest, LocalizedNameSortsWhenAsked) {
     FileEntry first = row("zeta"), second = row("alpha");
     first.localizedName = QStringLiteral("aaa");
     EXPECT_TRUE(FileSystemService::sortNamePrecedes(first, second, true));
