@@ -66,7 +66,7 @@ TEST_F(FolderSearchTest, YearMonthParsing) {
     }
 }
 
-TEST_F(FolderSearchTest, PeriodEndsAtLocalMidnightAfterTheLastMonth) {
+TEST_F(FolderSearchTest, PeriodEndsAtLocalMidnightAfterTheLastMonthAndTakesFolders) {
     setLocalTime(dir.makeFile("lastday.txt"), local(2024, 12, 31, 23, 59, 59));
     setLocalTime(dir.makeFile("newyear.txt"), local(2025, 1, 1));
     setLocalTime(dir.makeFile("firstday.txt"), local(2024, 11, 1));
@@ -74,9 +74,8 @@ TEST_F(FolderSearchTest, PeriodEndsAtLocalMidnightAfterTheLastMonth) {
     EXPECT_EQ(paths(scan("", "2024-11", "2024-12").hits),
               (QStringList{"firstday.txt", "lastday.txt"}));
     EXPECT_EQ(paths(scan("", "2025-01").hits), QStringList{"newyear.txt"});
-}
 
-TEST_F(FolderSearchTest, EmptyQueryWithAMonthListsFoldersToo) {
+    // An empty query with a month lists folders too.
     setLocalTime(dir.makeFile("box/inner.txt"), local(2023, 5, 2));
     setLocalTime(dir.filePath("box"), local(2023, 5, 3));
     EXPECT_EQ(paths(scan("", "2023-05", "2023-05").hits), (QStringList{"box", "box/inner.txt"}));

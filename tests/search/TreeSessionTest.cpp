@@ -14,10 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-#include <sys/wait.h>
-#include <unistd.h>
-
 namespace {
 
 class TreeSessionTest : public ::testing::Test {
@@ -207,7 +203,7 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Work10")));
 }
 
-TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefused) {
+TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefusedAndEscWithAFilterLeavesInOneStep) {
     const FilerLocation archive = FilerLocation::zip(dir.filePath("a.zip"), QString());
     state->leftLocation = archive;
     state->toggleTreeMode();
@@ -215,10 +211,11 @@ TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefused) {
     EXPECT_EQ(state->errorMessage,
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::treeMode));
     EXPECT_EQ(state->leftLocation, archive);
-}
 
-TEST_F(TreeModeTest, EscWithAnOpenFilterLeavesInOneStep) {
+    state->errorMessage.reset();
+    state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, {});
     state->toggleTreeMode();
+    ASSERT_TRUE(state->leftTreeMode);
     state->openFilter();
     state->searchQuery = "zzz";
     state->exitTreeModeByEsc();
