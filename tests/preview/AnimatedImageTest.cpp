@@ -4,9 +4,8 @@
 #include "support/TestDir.h"
 
 #include <QBuffer>
-#include <QDir>
+#include <QPainter>
 #include <QProcess>
-#include <QStandardPaths>
 
 #include <gtest/gtest.h>
 
@@ -26,22 +25,9 @@ QImage filled(int width, int height, QRgb colour) {
 }
 
 // Pixels compared premultiplied, so every fully transparent pixel is equal.
-::testing::AssertionResult samePixels(const QImage& actual, const QImage& expected) {
-    const QImage a = actual.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    const QImage e = expected.convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    if (a.size() != e.size()) {
-        return ::testing::AssertionFailure() << "size " << a.width() << "x" << a.height();
-    }
-    for (int y = 0; y < a.height(); ++y) {
-        for (int x = 0; x < a.width(); ++x) {
-            if (a.pixel(x, y) != e.pixel(x, y)) {
-                return ::testing::AssertionFailure()
-                       << "pixel " << x << "," << y << ": " << std::hex << a.pixel(x, y)
-                       << " != " << e.pixel(x, y);
-            }
-        }
-    }
-    return ::testing::AssertionSuccess();
+bool samePixels(const QImage& actual, const QImage& expected) {
+    return actual.convertToFormat(QImage::Format_ARGB32_Premultiplied) ==
+           expected.convertToFormat(QImage::Format_ARGB32_Premultiplied);
 }
 
 QByteArray pngOf(const QImage& image) {
@@ -99,6 +85,11 @@ QByteArray handMadeAPNG(QSize canvas, const QList<HandFrame>& frames, bool defau
     return apng + chunkBytes("IEND", {});
 }
 
+QByteArray bytesOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
 bool run(const QString& program, const QStringList& arguments, const QString& folder) {
     QProcess process;
     process.setWorkingDirectory(folder);
@@ -114,16 +105,11 @@ QList<QImage> movingSquareFrames() {
     QList<QImage> frames;
     for (int i = 0; i < 4; ++i) {
         QImage image = filled(40, 30, clear);
-        for (int y = 0; y < 30; ++y) {
-            for (int x = 0; x < 20; ++x) {
-                image.setPixel(x, y, blue);
-            }
-        }
-        for (int y = 5; y < 15; ++y) {
-            for (int x = 5 + 8 * i; x < 15 + 8 * i; ++x) {
-                image.setPixel(x, y, i == 3 ? clear : red);
-            }
-        }
+        QPainter painter(&image);
+        painter.setCompositionMode(QPainter::CompositionMode_Source);
+        painter.fillRect(0, 0, 20, 30, QColor::fromRgba(blue));
+        painter.fillRect(5 + 8 * i, 5, 10, 10, QColor::fromRgba(i == 3 ? clear : red));
+        painter.end();
         frames.append(image);
     }
     return frames;
@@ -131,16 +117,14 @@ QList<QImage> movingSquareFrames() {
 
 } // namespace
 
-TEST(AnimatedImageFormat, ChunksCarryThePNGCRC) {
+// libpng refuses a chunk with a wrong CRC, so a standalone frame Qt can decode
+// is one whose chunks were written right.
+TEST(AnimatedImageFormat, ChunksCarryThePNGCRCAndParsingStopsAtWhatDoesNotFit) {
     EXPECT_EQ(crc32("123456789"), 0xCBF43926u);
     EXPECT_EQ(chunkBytes("IEND", {}).toHex(), "0000000049454e44ae426082");
-    // libpng refuses a chunk with a wrong CRC, so a standalone frame Qt can
-    // decode is one whose chunks were written right.
     const QByteArray apng = handMadeAPNG({2, 2}, {{filled(2, 2, red)}, {filled(2, 2, blue)}});
     EXPECT_TRUE(samePixels(composeAPNGFrames(apng).value(1), filled(2, 2, blue)));
-}
 
-TEST(AnimatedImageFormat, ChunkParsingStopsAtWhatDoesNotFit) {
     const QByteArray png = pngOf(filled(3, 3, green));
     const QList<PNGChunk> whole = parsePNGChunks(png);
     ASSERT_GE(whole.size(), 3);
@@ -201,16 +185,14 @@ TEST(AnimatedImageFiles, ApngasmFramesComposeBackToTheSourceFrames) {
             const QImage split(dir.filePath(QString("split%1.png").arg(i + 1)));
             EXPECT_TRUE(samePixels(frames[i], split)) << "apngdis frame " << i;
         }
-        QFile file(path);
-        ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-        const QByteArray data = file.readAll();
+        const QByteArray data = bytesOf(path);
         EXPECT_TRUE(samePixels(apngFrame(data, -1), source[3]));
         EXPECT_TRUE(samePixels(apngFrame(data, 5), source[1]));
         QFile::remove(path);
     }
 }
 
-TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrap) {
+TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrapAndStillsAreNotAnimated) {
     TestDir dir;
     ASSERT_TRUE(
         run("convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue", "anim.gif"}, dir.path()));
@@ -222,26 +204,21 @@ TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrap) {
     for (int i = 0; i < 3; ++i) {
         EXPECT_TRUE(samePixels(frames[i], filled(8, 6, colours[i]))) << "frame " << i;
     }
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    const QByteArray data = file.readAll();
+    const QByteArray data = bytesOf(path);
     EXPECT_TRUE(samePixels(gifFrame(data, -1), frames[2]));
     EXPECT_TRUE(samePixels(gifFrame(data, 4), frames[1]));
 
+    // Only images of two frames or more are animated; an acTL count of 1 is a
+    // still, even with a default image in front.
     ASSERT_TRUE(run("convert", {"-size", "8x6", "xc:red", "still.gif"}, dir.path()));
-    EXPECT_EQ(animatedImageInfo(dir.filePath("still.gif")), std::nullopt);
-    EXPECT_EQ(loadAllFrames(dir.filePath("still.gif")).size(), 1);
-}
-
-TEST(AnimatedImageFiles, OnlyImagesOfTwoFramesOrMoreAreAnimated) {
-    TestDir dir;
     const QString plain = dir.makeFile("plain.png", pngOf(filled(4, 4, red)));
-    EXPECT_EQ(animatedImageInfo(plain), std::nullopt);
-    EXPECT_EQ(loadAllFrames(plain).size(), 1);
-    // An acTL count of 1 is a still, even with a default image in front.
     const QString one = dir.makeFile(
         "one.png", handMadeAPNG({2, 2}, {{filled(2, 2, red)}, {filled(2, 2, blue)}}, true));
-    EXPECT_EQ(animatedImageInfo(one), std::nullopt);
+    for (const QString& still : {dir.filePath("still.gif"), plain, one}) {
+        EXPECT_EQ(animatedImageInfo(still), std::nullopt) << still.toStdString();
+    }
+    EXPECT_EQ(loadAllFrames(dir.filePath("still.gif")).size(), 1);
+    EXPECT_EQ(loadAllFrames(plain).size(), 1);
     EXPECT_EQ(animatedImageInfo(dir.makeFile("empty.png")), std::nullopt);
     EXPECT_EQ(animatedImageInfo(dir.filePath("missing.png")), std::nullopt);
     EXPECT_TRUE(loadAllFrames(dir.makeFile("junk.png", "not an image")).isEmpty());

@@ -167,7 +167,9 @@ TEST_F(GalleryTest, ArrowKeysMoveTheGridAndTheFilerFollows) {
     EXPECT_EQ(cursorName(), "12.png");
 }
 
-TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnly) {
+// A reload of the folder, as the watcher makes, brings new pictures into the
+// grid, and the grid stays on the filer's file.
+TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnlyAndThroughAReload) {
     makeTwelveImages();
     dir.makeFile(QStringLiteral("notes.txt"));
     start();
@@ -178,6 +180,13 @@ TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnly) {
     EXPECT_EQ(selectedItem(), "09.png");
     putCursorOn("notes.txt");
     EXPECT_EQ(selectedItem(), "09.png");
+
+    putCursorOn("05.png");
+    dir.makeFile(QStringLiteral("00.png"), pngBytes());
+    state->reloadPane(PaneSide::left, false);
+    ASSERT_EQ(state->galleryItems.size(), 13);
+    EXPECT_EQ(state->galleryItems.first().name, "00.png");
+    EXPECT_EQ(selectedItem(), cursorName());
 }
 
 TEST_F(GalleryTest, ARebuildKeepsTheSelectionByName) {
@@ -213,20 +222,9 @@ TEST_F(GalleryTest, AFolderWithoutPicturesHasNoSelection) {
     EXPECT_TRUE(state->leftLocation.asDirectory()->url.endsWith("/pictures"));
 }
 
-TEST_F(GalleryTest, EnterShowsTheItemInTheViewerWithTheFocus) {
-    makeTwelveImages();
-    start().enterGalleryLayout();
-    state->focusPane(PaneSide::right);
-    press(KeyCode::right);
-    press(KeyCode::returnKey);
-    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
-    EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
-    EXPECT_EQ(state->focusedSide, PaneSide::right);
-    EXPECT_EQ(state->loads, QStringList{dir.filePath("02.png")});
-    EXPECT_EQ(cursorName(), "02.png");
-}
-
-TEST_F(GalleryTest, EscLeavesTheFilerWhereTheGridLeftIt) {
+// Enter shows the item in the VIEWER with the focus; Esc leaves the filer
+// where the grid left it and asks the VIEWER for nothing.
+TEST_F(GalleryTest, EnterShowsTheItemAndEscLeavesTheFilerWhereTheGridLeftIt) {
     makeTwelveImages();
     start().enterGalleryLayout();
     state->focusPane(PaneSide::right);
@@ -238,6 +236,16 @@ TEST_F(GalleryTest, EscLeavesTheFilerWhereTheGridLeftIt) {
     EXPECT_EQ(cursorName(), "05.png");
     EXPECT_TRUE(state->galleryItems.isEmpty());
     EXPECT_TRUE(state->loads.isEmpty());
+
+    state->enterGalleryLayout();
+    state->focusPane(PaneSide::right);
+    press(KeyCode::left);
+    press(KeyCode::returnKey);
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
+    EXPECT_EQ(state->focusedSide, PaneSide::right);
+    EXPECT_EQ(state->loads, QStringList{dir.filePath("04.png")});
+    EXPECT_EQ(cursorName(), "04.png");
 }
 
 TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
@@ -261,20 +269,6 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     press(KeyCode::down);
     EXPECT_EQ(cursorName(), "top.png");
     EXPECT_EQ(selectedItem(), "top.png");
-}
-
-// A reload of the folder, as the watcher makes, brings new pictures into the
-// grid, and the grid stays on the filer's file.
-TEST_F(GalleryTest, AReloadedFolderRebuildsTheGrid) {
-    makeTwelveImages();
-    start();
-    putCursorOn("05.png");
-    state->enterGalleryLayout();
-    dir.makeFile(QStringLiteral("00.png"), pngBytes());
-    state->reloadPane(PaneSide::left, false);
-    ASSERT_EQ(state->galleryItems.size(), 13);
-    EXPECT_EQ(state->galleryItems.first().name, "00.png");
-    EXPECT_EQ(selectedItem(), cursorName());
 }
 
 } // namespace

@@ -92,7 +92,6 @@ TEST_F(ViewerLoading, FailuresAreToldInThePane) {
         QString reason;
     } cases[] = {
         {dir.filePath("gone.txt"), "ファイルを開けませんでした"},
-        {dir.makeFolder("folder.txt"), "ファイルを開けませんでした"},
         {dir.makeFile("binary.txt", QByteArray("\x00\x80\xFF\xFE\x01\xA0\xFD", 7)),
          "文字コードを判定できませんでした（UTF-8 / CP932 / Shift_JIS / EUC-JP）"},
         {dir.makeFile("disk.dmg", "plain words inside"), "ディスクイメージはプレビューしません"},
