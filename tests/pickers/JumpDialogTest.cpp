@@ -74,22 +74,20 @@ TEST_F(JumpDialogTest, WalkingTheRows) {
     EXPECT_GT(state->jumpFocusNonce, nonce);
 }
 
-TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeaves) {
-    state->confirmJumpDialog(); // three rows and none selected: nothing
-    EXPECT_TRUE(state->isJumpDialogOpen);
-    state->setJumpFilterQuery("gam");
-    state->confirmJumpDialog();
-    EXPECT_FALSE(state->isJumpDialogOpen);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("gamma")));
-}
-
-TEST_F(JumpDialogTest, DigitsCountTheFilteredRows) {
+TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilteredRows) {
+    state->confirmJumpDialog();     // three rows and none selected: nothing
     state->setJumpFilterQuery("a"); // alpha, beta, gamma: all hold an "a"
     state->jumpToNumberedBookmark(4);
     EXPECT_TRUE(state->isJumpDialogOpen);
     state->setJumpFilterQuery("eta");
     state->jumpToNumberedBookmark(1);
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("beta")));
+
+    state->openJumpDialog();
+    state->setJumpFilterQuery("gam");
+    state->confirmJumpDialog();
+    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("gamma")));
 }
 
 TEST_F(JumpDialogTest, ADeadBookmarkIsReportedAndRemoved) {
