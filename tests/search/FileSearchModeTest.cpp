@@ -1,7 +1,6 @@
 // File search mode driven through the state: entering and leaving, the wait
 // before a scan, the form's choices, the moves over the hits and the folder box.
-#include "core/AppState.h"
-#include "core/KeyEvent.h"
+#include "../core/KeyTestSupport.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/FolderSearchService.h"
@@ -28,15 +27,7 @@ public:
     int scans = 0;
 };
 
-KeyEvent named(uint16_t keyCode, const QString& text = {}, KeyModifiers modifiers = {}) {
-    KeyEvent event;
-    event.keyCode = keyCode;
-    if (!text.isEmpty()) {
-        event.characters = event.charactersIgnoringModifiers = text;
-    }
-    event.modifiers = modifiers;
-    return event;
-}
+using KeyTest::named;
 
 constexpr int kShortWait = 40;
 
@@ -93,7 +84,7 @@ TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
 }
 
 TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
-    ASSERT_TRUE(state->handleKeyDown(named(KeyCode::mainRow4, "$", KeyModifier::shift)));
+    ASSERT_TRUE(state->handleKeyDown(KeyTest::coded(KeyCode::mainRow4, "$", KeyTest::shift)));
     ASSERT_TRUE(state->isFileSearchMode);
     // Esc while the wait runs: no scan starts.
     typeQuery(QStringLiteral("alp"));
