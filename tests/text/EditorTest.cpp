@@ -12,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <ostream>
-#include <sys/stat.h>
 
 inline void PrintTo(const QString& text, std::ostream* out) {
     *out << '"' << text.toStdString() << '"';
@@ -100,101 +99,58 @@ TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
     EditorState& t = listedAt(QStringLiteral("big.txt"));
     t.enterEditor();
     EXPECT_EQ(t.pendingLargeEditURL, big);
-    EXPECT_NE(t.rightMode, RightPaneMode::editor);
     EXPECT_EQ(t.calls, QStringList{QStringLiteral("view ") + big});
     EXPECT_EQ(dialogTitle(), QStringLiteral("LARGE FILE"));
     EXPECT_TRUE(
         currentDosDialog(t)->message.startsWith(QStringLiteral("このファイルは 256.0 KB（")));
+    // X sends it to open-with, never to EDITOR.
+    t.handleDosDialogKey(QStringLiteral("x"), KeyCode::other, false);
+    EXPECT_FALSE(t.pendingLargeEditURL);
+    EXPECT_EQ(t.calls.last(), QStringLiteral("openWith ") + big + QStringLiteral(" big.txt"));
+    EXPECT_NE(t.rightMode, RightPaneMode::editor);
 }
 
-TEST_F(EditorTest, TheLargeFileDialogsXGoesToOpenWithNotToEditor) {
-    const QString big = dir.makeFile(QStringLiteral("big.log"), QByteArray(kLimit + 10, 'b'));
-    EditorState& s = listedAt(QStringLiteral("big.log"));
-    s.openFileInEditor(big);
-    ASSERT_TRUE(s.pendingLargeEditURL);
-    s.handleDosDialogKey(QStringLiteral("x"), KeyCode::other, false);
-    EXPECT_FALSE(s.pendingLargeEditURL);
-    EXPECT_EQ(s.calls.last(), QStringLiteral("openWith ") + big + QStringLiteral(" big.log"));
-    EXPECT_NE(s.rightMode, RightPaneMode::editor);
+TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
+    const QString japanese = QStringLiteral("日本語のテキストです。カタカナとひらがな、漢字。\n");
+    const struct {
+        const char* name;
+        TextFileEncoding read;
+        const char* label;
+        TextFileEncoding saved;
+        QString text;
+    } cases[] = {
+        // A byte order mark stays the first character and is written back.
+        {"bom.txt", TextFileEncoding::utf8, "UTF-8", TextFileEncoding::utf8,
+         QStringLiteral("\uFEFFabc\n")},
+        {"cp932.txt", TextFileEncoding::cp932, "CP932", TextFileEncoding::cp932, japanese},
+        {"euc.txt", TextFileEncoding::eucJP, "EUC-JP", TextFileEncoding::eucJP, japanese},
+        // Read as CP932, saved by the label in strict Shift_JIS.
+        {"sjis.txt", TextFileEncoding::cp932, "Shift_JIS", TextFileEncoding::shiftJIS,
+         QStringLiteral("半角ｶﾅと全角カナ\n")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        const QString path = dir.makeFile(c.name, encoded(c.text, c.read));
+        EditorState& s = listedAt(c.name);
+        s.enterEditor();
+        EXPECT_EQ(s.editorText, c.text);
+        if (c.read == c.saved) {
+            EXPECT_EQ(s.textEncodingLabel, QString::fromLatin1(c.label));
+        }
+        s.textEncodingLabel = QString::fromLatin1(c.label);
+        s.updateEditorText(c.text + QStringLiteral("終"));
+        EXPECT_TRUE(s.isDirty);
+        s.saveEditor();
+        EXPECT_FALSE(s.errorMessage);
+        EXPECT_FALSE(s.isDirty);
+        EXPECT_EQ(readBytes(path), encoded(c.text + QStringLiteral("終"), c.saved));
+    }
 }
 
-TEST_F(EditorTest, AByteOrderMarkStaysTheFirstCharacterAndIsWrittenBack) {
-    const QString path = dir.makeFile(QStringLiteral("bom.txt"), "\xEF\xBB\xBF"
-                                                                 "abc\n");
-    ::chmod(QFile::encodeName(path).constData(), 0640);
-    EditorState& s = editing(QStringLiteral("bom.txt"), "\xEF\xBB\xBF"
-                                                        "abc\n");
-    ASSERT_EQ(s.editorText, QStringLiteral("\uFEFFabc\n"));
-    s.updateEditorText(s.editorText + QStringLiteral("déf"));
-    EXPECT_TRUE(s.isDirty);
-    s.saveEditor();
-    EXPECT_FALSE(s.errorMessage);
-    EXPECT_FALSE(s.isDirty);
-    EXPECT_EQ(readBytes(path), QByteArray("\xEF\xBB\xBF"
-                                          "abc\nd\xC3\xA9"
-                                          "f"));
-    struct stat st;
-    ASSERT_EQ(::stat(QFile::encodeName(path).constData(), &st), 0);
-    EXPECT_EQ(st.st_mode & 0777, 0640u);
-}
-
-TEST_F(EditorTest, ACharacterOutsideTheEncodingIsRefusedByNameAndNothingIsLost) {
+TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLabel) {
     const QString text = QStringLiteral("日本語のテキストです。\n");
-    const QByteArray original = encoded(text, TextFileEncoding::cp932);
-    EditorState& s = editing(QStringLiteral("sjis.txt"), original);
-    ASSERT_EQ(s.textEncodingLabel, QStringLiteral("CP932"));
-    ASSERT_EQ(s.editorText, text);
-    s.updateEditorText(text + QStringLiteral("😀"));
-    s.saveEditor();
-    EXPECT_EQ(error(),
-              QStringLiteral("この内容を CP932 で保存できません（未対応の文字があります）"));
-    EXPECT_TRUE(s.isDirty);
-    EXPECT_EQ(s.editorText, text + QStringLiteral("😀"));
-    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("sjis.txt"))), original);
-}
-
-TEST_F(EditorTest, SavingUsesTheEncodingOfTheLabel) {
-    const QString text = QStringLiteral("半角ｶﾅと全角カナ\n");
-    EditorState& s = editing(QStringLiteral("strict.txt"), encoded(text, TextFileEncoding::cp932));
-    s.textEncodingLabel = QStringLiteral("Shift_JIS");
-    // A circled digit is in CP932 but not in strict Shift_JIS.
-    s.updateEditorText(text + QStringLiteral("①"));
-    s.saveEditor();
-    EXPECT_EQ(error(),
-              QStringLiteral("この内容を Shift_JIS で保存できません（未対応の文字があります）"));
-    s.errorMessage.reset();
-    s.updateEditorText(text + QStringLiteral("終"));
-    s.saveEditor();
-    EXPECT_FALSE(s.errorMessage);
-    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("strict.txt"))),
-              encoded(text + QStringLiteral("終"), TextFileEncoding::shiftJIS));
-}
-
-TEST_F(EditorTest, ThePickerChangesOnlyTheLabelAndTheSavedFileIsDetectedAnew) {
-    const QString text = QStringLiteral("日本語のテキストです。\n");
-    EditorState& s = editing(QStringLiteral("pick.txt"), encoded(text, TextFileEncoding::cp932));
-    s.showEncodingPicker();
-    ASSERT_EQ(dialogTitle(), QStringLiteral("SAVE ENCODING"));
-    EXPECT_EQ(s.dosDialogActionIndex, 1) << "the selection starts on CP932";
-    s.handleDosDialogKey(std::nullopt, KeyCode::left, false);
-    s.handleDosDialogKey(std::nullopt, KeyCode::returnKey, false);
-    EXPECT_FALSE(s.isEncodingPickerOpen);
-    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
-    EXPECT_FALSE(s.isDirty);
-    EXPECT_EQ(s.editorText, text);
-
-    s.saveEditor();
-    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("pick.txt"))), text.toUtf8());
-    s.finishExitEditor(false);
-    s.editorURL.reset();
-    s.enterEditor();
-    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
-    EXPECT_EQ(s.editorText, text);
-}
-
-TEST_F(EditorTest, ThePickerIsOfferedOnlyInEditorAndOverNothingElse) {
-    dir.makeFile(QStringLiteral("a.txt"), "plain text");
-    EditorState& s = listedAt(QStringLiteral("a.txt"));
+    dir.makeFile(QStringLiteral("pick.txt"), encoded(text, TextFileEncoding::cp932));
+    EditorState& s = listedAt(QStringLiteral("pick.txt"));
     s.textEncodingLabel = QStringLiteral("UTF-8");
     s.showEncodingPicker();
     EXPECT_FALSE(s.isEncodingPickerOpen) << "VIEWER's label is not for saving";
@@ -216,8 +172,24 @@ TEST_F(EditorTest, ThePickerIsOfferedOnlyInEditorAndOverNothingElse) {
     s.showEncodingPicker();
     EXPECT_FALSE(s.isEncodingPickerOpen);
     s.errorMessage.reset();
+
     s.showEncodingPicker();
-    EXPECT_TRUE(s.isEncodingPickerOpen);
+    ASSERT_EQ(dialogTitle(), QStringLiteral("SAVE ENCODING"));
+    EXPECT_EQ(s.dosDialogActionIndex, 1) << "the selection starts on CP932";
+    s.handleDosDialogKey(std::nullopt, KeyCode::left, false);
+    s.handleDosDialogKey(std::nullopt, KeyCode::returnKey, false);
+    EXPECT_FALSE(s.isEncodingPickerOpen);
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.editorText, text);
+    // Saved in UTF-8, the file is detected anew as UTF-8.
+    s.saveEditor();
+    EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("pick.txt"))), text.toUtf8());
+    s.finishExitEditor(false);
+    s.editorURL.reset();
+    s.enterEditor();
+    EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
+    EXPECT_EQ(s.editorText, text);
 }
 
 TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
@@ -287,25 +259,21 @@ TEST_F(EditorTest, TheViewersWholeTextIsEditedAsItIsAndAHeadIsReadAgain) {
     EXPECT_FALSE(s.isTextPreviewTruncated);
 }
 
-TEST_F(EditorTest, TypingMarksChangesAgainstTheLastStoredText) {
-    EditorState& s = editing(QStringLiteral("t.txt"), "abc");
-    s.updateEditorText(QStringLiteral("abc"));
-    EXPECT_FALSE(s.isDirty);
-    s.updateEditorText(QStringLiteral("abcd"));
-    s.updateEditorText(QStringLiteral("abc")); // undone: still changed
-    EXPECT_TRUE(s.isDirty);
-    EXPECT_EQ(s.editorText, QStringLiteral("abc"));
-
-    s.rightMode = RightPaneMode::viewer;
-    s.isDirty = false;
-    s.updateEditorText(QStringLiteral("typed into VIEWER"));
-    EXPECT_FALSE(s.isDirty);
-    EXPECT_EQ(s.editorText, QStringLiteral("abc"));
-}
-
 TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     const QString path = dir.filePath(QStringLiteral("exit.txt"));
     EditorState& s = editing(QStringLiteral("exit.txt"), "first");
+    // Changes count against the last stored text; typing into VIEWER changes nothing.
+    s.updateEditorText(QStringLiteral("first"));
+    EXPECT_FALSE(s.isDirty);
+    s.rightMode = RightPaneMode::viewer;
+    s.updateEditorText(QStringLiteral("typed into VIEWER"));
+    EXPECT_FALSE(s.isDirty);
+    EXPECT_EQ(s.editorText, QStringLiteral("first"));
+    s.rightMode = RightPaneMode::editor;
+    s.updateEditorText(QStringLiteral("firstx"));
+    s.updateEditorText(QStringLiteral("first")); // undone: still changed
+    EXPECT_TRUE(s.isDirty);
+
     const auto typeAndLeave = [&](const QString& text) {
         s.updateEditorText(text);
         s.handleKeyDown(KeyEvent{KeyCode::escape, std::nullopt, std::nullopt, {}});
@@ -325,7 +293,11 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     s.handleDosDialogKey(QStringLiteral("y"), KeyCode::other, false);
     EXPECT_FALSE(s.pendingExitEditorToViewer);
     EXPECT_EQ(s.rightMode, RightPaneMode::editor) << "a failed save keeps EDITOR open";
+    EXPECT_EQ(error(),
+              QStringLiteral("この内容を CP932 で保存できません（未対応の文字があります）"));
     EXPECT_TRUE(s.isDirty);
+    EXPECT_EQ(s.editorText, QStringLiteral("a 😀 in CP932"));
+    EXPECT_EQ(readBytes(path), QByteArray("first"));
     s.errorMessage.reset();
     s.textEncodingLabel = QStringLiteral("UTF-8");
 

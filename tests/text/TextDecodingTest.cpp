@@ -3,8 +3,6 @@
 
 #include <gtest/gtest.h>
 
-using TextDecoding::decode;
-using TextDecoding::Decoded;
 using TextDecoding::EncodingKind;
 
 namespace {
@@ -17,120 +15,95 @@ QByteArray in(TextFileEncoding encoding, const QString& text) {
     return TextDecoding::encodedBytes(text, encoding).value();
 }
 
-Decoded decoded(const QByteArray& bytes, bool mayBeTruncated) {
-    auto result = decode(bytes, mayBeTruncated);
-    EXPECT_TRUE(result) << bytes.left(40).toHex().toStdString();
-    return result ? *result : Decoded{};
-}
-
 const QString japanese = u("日本語のテキストです。カタカナとひらがな、漢字。\n");
 
 } // namespace
 
-TEST(TextDecoding, EmptyBufferIsEmptyUTF8Text) {
-    for (bool mayBeTruncated : {false, true}) {
-        EXPECT_EQ(decoded({}, mayBeTruncated), (Decoded{QString(), "UTF-8"}));
-    }
-}
-
-TEST(TextDecoding, EachEncodingIsRecognisedWholeAndAsAHead) {
-    const struct {
-        TextFileEncoding encoding;
-        const char* label;
-    } cases[] = {{TextFileEncoding::utf8, "UTF-8"},
-                 {TextFileEncoding::cp932, "CP932"},
-                 {TextFileEncoding::eucJP, "EUC-JP"}};
-    const QString text = japanese.repeated(400); // well past the 4096-byte sample
-    for (const auto& [encoding, label] : cases) {
-        const QByteArray bytes = in(encoding, text);
-        EXPECT_EQ(decoded(bytes, false), (Decoded{text, label}));
-        EXPECT_EQ(decoded(bytes, true), (Decoded{text, label}));
-    }
-    EXPECT_EQ(decoded("plain ASCII\n", false).label, "UTF-8");
-}
-
-TEST(TextDecoding, VendorCharactersMakeCP932AndShiftJISNeverWinsOverIt) {
+TEST(TextDecoding, BuffersWholeAndCutGetTheirLabelOrFail) {
+    const QString longText = japanese.repeated(400); // well past the 4096-byte sample
     const QString vendor = u("丸数字①②③と髙橋さん\n");
-    EXPECT_EQ(decoded(in(TextFileEncoding::cp932, vendor), false), (Decoded{vendor, "CP932"}));
-    // Text that strict Shift_JIS also accepts is still labelled CP932.
-    EXPECT_EQ(decoded(in(TextFileEncoding::shiftJIS, japanese), false).label, "CP932");
+    const QByteArray sample(4096, 'a');
+    const QByteArray binary("\x00\x80\xFF\xFE\x01\xA0\xFD", 7);
+    const QByteArray damaged = sample + "\xFF\xFF\xFF\xFF" + "b";
+    const QByteArray leadLikeTrail = in(TextFileEncoding::cp932, u("日本＝"));
+    const struct {
+        const char* what;
+        QByteArray bytes;
+        bool mayBeTruncated;
+        const char* label; // nullptr: no reading at all
+        std::optional<QString> text;
+    } cases[] = {
+        {"empty", {}, false, "UTF-8", QString()},
+        {"empty head", {}, true, "UTF-8", QString()},
+        {"ASCII", "plain ASCII\n", false, "UTF-8", u("plain ASCII\n")},
+        {"UTF-8", longText.toUtf8(), false, "UTF-8", longText},
+        {"UTF-8 head", longText.toUtf8(), true, "UTF-8", longText},
+        {"CP932", in(TextFileEncoding::cp932, longText), false, "CP932", longText},
+        {"CP932 head", in(TextFileEncoding::cp932, longText), true, "CP932", longText},
+        {"EUC-JP", in(TextFileEncoding::eucJP, longText), false, "EUC-JP", longText},
+        {"EUC-JP head", in(TextFileEncoding::eucJP, longText), true, "EUC-JP", longText},
+        {"vendor characters", in(TextFileEncoding::cp932, vendor), false, "CP932", vendor},
+        // Text that strict Shift_JIS also accepts is still labelled CP932.
+        {"strict Shift_JIS", in(TextFileEncoding::shiftJIS, japanese), false, "CP932", japanese},
+        // Also six half-width kana in CP932, which score nothing for Shift_JIS.
+        {"EUC-JP pairs", in(TextFileEncoding::eucJP, u("あいう")), false, "EUC-JP", u("あいう")},
+        // An ASCII sample says UTF-8; the fallback finds CP932 for the whole buffer.
+        {"CP932 after an ASCII sample", sample + in(TextFileEncoding::cp932, u("日本")), false,
+         "CP932", QString(4096, 'a') + u("日本")},
+        // The sample ends inside "あ" (E3 81 | 82): E3 81 is one CP932 character.
+        // 82 0A is no CP932 pair, so the fallback finds UTF-8...
+        {"UTF-8 cut by the sample", sample.left(4094) + u("あ\n").toUtf8(), false, "UTF-8", {}},
+        // ...while 82 E3 | 81 84 are CP932 pairs, so it is shown as CP932.
+        {"UTF-8 cut by the sample, CP932 pairs",
+         sample.left(4094) + u("あい").toUtf8(),
+         false,
+         "CP932",
+         {}},
+        // Heads cut inside a character lose only that character.
+        {"UTF-8 cut head", sample + "\xE3\x81", true, "UTF-8", QString(4096, 'a')},
+        {"CP932 cut head", in(TextFileEncoding::cp932, japanese) + "\x93", true, "CP932", japanese},
+        {"EUC-JP cut head", in(TextFileEncoding::eucJP, japanese) + "\xC6", true, "EUC-JP",
+         japanese},
+        // "＝" is 0x81 0x81: as a head its trail looks like a lead and is cut
+        // off, and then no decoder accepts the dangling 0x81.
+        {"lead-like trail", leadLikeTrail, false, "CP932", u("日本＝")},
+        {"lead-like trail head", leadLikeTrail, true, nullptr, {}},
+        {"binary", binary, false, nullptr, {}},
+        {"binary head", binary, true, nullptr, {}},
+        // Damage after a UTF-8 sample: a head shows U+FFFD, a whole file fails.
+        {"damaged head", damaged, true, "UTF-8",
+         QString(4096, 'a') + u("\uFFFD\uFFFD\uFFFD\uFFFDb")},
+        {"damaged", damaged, false, nullptr, {}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const auto result = TextDecoding::decode(c.bytes, c.mayBeTruncated);
+        if (!c.label) {
+            ASSERT_FALSE(result);
+            EXPECT_EQ(result.error(), TextDecoding::DecodeError::failed);
+            continue;
+        }
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->label, c.label);
+        if (c.text) {
+            EXPECT_EQ(result->text, *c.text);
+        }
+    }
 }
 
-TEST(TextDecoding, PairsValidInBothFamiliesGoToEUCJP) {
-    // "あいう" in EUC-JP is also six half-width kana in CP932; half-width kana
-    // score nothing for Shift_JIS, so EUC-JP wins.
-    const QByteArray bytes = in(TextFileEncoding::eucJP, u("あいう"));
-    EXPECT_EQ(TextDecoding::guessEncodingKind(bytes), EncodingKind::eucJP);
-    EXPECT_EQ(decoded(bytes, false), (Decoded{u("あいう"), "EUC-JP"}));
-    // The reverse: EUC-JP refuses 0x93 0xFA, so this is Shift_JIS family.
+TEST(TextDecoding, KindsScoresAndStructureFollowTheirByteTables) {
+    const QByteArray eucKana = in(TextFileEncoding::eucJP, u("あいう"));
+    EXPECT_EQ(TextDecoding::guessEncodingKind(eucKana), EncodingKind::eucJP);
+    // EUC-JP refuses 0x93 0xFA, so this is Shift_JIS family.
     EXPECT_EQ(TextDecoding::guessEncodingKind(in(TextFileEncoding::cp932, u("日本"))),
               EncodingKind::shiftJISFamily);
     EXPECT_EQ(TextDecoding::guessEncodingKind("\x80\xFF"), EncodingKind::unknown);
-}
 
-TEST(TextDecoding, TheKindComesFromTheSampleAndDecodingFromTheWholeBuffer) {
-    // An ASCII sample says UTF-8; the CP932 after it fails UTF-8, and the
-    // fallback chain finds CP932 for the whole buffer.
-    const QByteArray bytes = QByteArray(4096, 'a') + in(TextFileEncoding::cp932, u("日本"));
-    EXPECT_EQ(decoded(bytes, false), (Decoded{QString(4096, 'a') + u("日本"), "CP932"}));
-}
-
-TEST(TextDecoding, UTF8CutAtTheEndOfTheSampleIsNotJudgedUTF8BySample) {
-    // 4094 ASCII bytes and "あ" (E3 81 82): the sample ends inside "あ", and
-    // its last two bytes make one CP932 character.
-    const QByteArray head(4094, 'a');
-    // E3 81 | 82 0A: CP932 refuses the second pair, so the fallback finds UTF-8.
-    EXPECT_EQ(decoded(head + u("あ\n").toUtf8(), false).label, "UTF-8");
-    // E3 81 | 82 E3 | 81 84: all valid CP932 pairs, so it is shown as CP932.
-    EXPECT_EQ(decoded(head + u("あい").toUtf8(), false).label, "CP932");
-}
-
-TEST(TextDecoding, HeadsCutInsideACharacterLoseOnlyThatCharacter) {
-    const QByteArray longAscii(5000, 'x');
-    EXPECT_EQ(decoded(longAscii + "\xE3\x81", true), (Decoded{QString(5000, 'x'), "UTF-8"}));
-    const QByteArray sjis = in(TextFileEncoding::cp932, japanese.repeated(10));
-    EXPECT_EQ(decoded(sjis + "\x93", true), (Decoded{japanese.repeated(10), "CP932"}));
-    const QByteArray euc = in(TextFileEncoding::eucJP, japanese.repeated(10));
-    EXPECT_EQ(decoded(euc + "\xC6", true), (Decoded{japanese.repeated(10), "EUC-JP"}));
-}
-
-TEST(TextDecoding, ShiftJISHeadEndingInALeadLikeTrailIsNotSavedByTheTrim) {
-    // "＝" is 0x81 0x81: its trail looks like a lead and is cut off, and then
-    // no decoder accepts the dangling 0x81.
-    const QByteArray bytes = in(TextFileEncoding::cp932, u("日本＝"));
-    EXPECT_EQ(decoded(bytes, false).label, "CP932");
-    EXPECT_FALSE(decode(bytes, true));
-}
-
-TEST(TextDecoding, BinaryFailsUnlessAUTF8HeadIsRepaired) {
-    const QByteArray binary("\x00\x80\xFF\xFE\x01\xA0\xFD", 7);
-    for (bool mayBeTruncated : {false, true}) {
-        const auto result = decode(binary, mayBeTruncated);
-        ASSERT_FALSE(result);
-        EXPECT_EQ(result.error(), TextDecoding::DecodeError::failed);
-    }
-    // A UTF-8 sample with damage after it: a head shows U+FFFD, a whole file
-    // has no reading at all.
-    const QByteArray damaged = QByteArray(4096, 'a') + "\xFF\xFF\xFF\xFF" + "b";
-    EXPECT_EQ(decoded(damaged, true).text, QString(4096, 'a') + u("\uFFFD\uFFFD\uFFFD\uFFFDb"));
-    EXPECT_FALSE(decode(damaged, false));
-}
-
-TEST(TextDecoding, StructuralUTF8CheckIsLooseInsideAndStrictAtTheEnd) {
-    EXPECT_TRUE(TextDecoding::isStructurallyUTF8(""));
-    EXPECT_TRUE(TextDecoding::isStructurallyUTF8("\xC0\xAF"));     // overlong passes
-    EXPECT_TRUE(TextDecoding::isStructurallyUTF8("\xED\xA0\x80")); // surrogate passes
-    EXPECT_FALSE(TextDecoding::isStructurallyUTF8("a\xE3\x81"));   // cut character
-    EXPECT_FALSE(TextDecoding::isStructurallyUTF8("\x80"));        // stray continuation
-    EXPECT_FALSE(TextDecoding::isStructurallyUTF8("\xF8\x80\x80\x80\x80"));
-}
-
-TEST(TextDecoding, ScoresFollowTheirByteTables) {
     const struct {
         QByteArray bytes;
         int euc;
         int sjis;
-    } cases[] = {
+    } scores[] = {
         {"abc", 0, 0},
         {"\xA4\xA2\xA4\xA4", 4, 0},  // two EUC pairs, four half-width kana
         {"\x8E\xB1", 1, 2},          // EUC half-width kana; one SJIS pair
@@ -140,23 +113,32 @@ TEST(TextDecoding, ScoresFollowTheirByteTables) {
         {"\x80", -1, -1},
         {"\xFD", -1, -1},
     };
-    for (const auto& [bytes, euc, sjis] : cases) {
+    for (const auto& [bytes, euc, sjis] : scores) {
         EXPECT_EQ(TextDecoding::scoreAsEUCJP(bytes), euc) << bytes.toHex().toStdString();
         EXPECT_EQ(TextDecoding::scoreAsShiftJIS(bytes), sjis) << bytes.toHex().toStdString();
+    }
+
+    // Loose inside (overlong, surrogate pass), strict at the end.
+    for (const char* loose : {"", "\xC0\xAF", "\xED\xA0\x80"}) {
+        EXPECT_TRUE(TextDecoding::isStructurallyUTF8(loose)) << loose;
+    }
+    for (const char* broken : {"a\xE3\x81", "\x80", "\xF8\x80\x80\x80\x80"}) {
+        EXPECT_FALSE(TextDecoding::isStructurallyUTF8(broken)) << broken;
     }
 }
 
 TEST(TextDecoding, TailTrimsLookOnlyAtTheLastBytes) {
     using TextDecoding::trimEUCTail;
     using TextDecoding::trimShiftJISTail;
-    EXPECT_EQ(trimShiftJISTail(""), "");
-    EXPECT_EQ(trimShiftJISTail("ab\x81"), "ab");
-    EXPECT_EQ(trimShiftJISTail("ab\xFC"), "ab");
-    EXPECT_EQ(trimShiftJISTail("ab\xA0"), "ab\xA0");
-    EXPECT_EQ(trimEUCTail(""), "");
-    EXPECT_EQ(trimEUCTail("ab\xA4"), "ab");
-    EXPECT_EQ(trimEUCTail("ab\x8E"), "ab");
-    EXPECT_EQ(trimEUCTail("ab\x8F\x20"), "ab");
-    EXPECT_EQ(trimEUCTail("ab\x8F"), "ab");
-    EXPECT_EQ(trimEUCTail("abc"), "abc");
+    const std::pair<QByteArray, QByteArray> sjis[] = {
+        {"", ""}, {"ab\x81", "ab"}, {"ab\xFC", "ab"}, {"ab\xA0", "ab\xA0"}};
+    for (const auto& [bytes, trimmed] : sjis) {
+        EXPECT_EQ(trimShiftJISTail(bytes), trimmed) << bytes.toHex().toStdString();
+    }
+    const std::pair<QByteArray, QByteArray> euc[] = {{"", ""},         {"ab\xA4", "ab"},
+                                                     {"ab\x8E", "ab"}, {"ab\x8F\x20", "ab"},
+                                                     {"ab\x8F", "ab"}, {"abc", "abc"}};
+    for (const auto& [bytes, trimmed] : euc) {
+        EXPECT_EQ(trimEUCTail(bytes), trimmed) << bytes.toHex().toStdString();
+    }
 }

