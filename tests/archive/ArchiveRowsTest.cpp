@@ -1,9 +1,7 @@
-// Archives as folders: rows from flat member lists, their identities, and the
-// listing of an archive location.
-#include "archive/ArchiveLocation.h"
+// Archives as folders: rows from flat member lists and their identities.
 #include "archive/ArchiveRows.h"
 
-#include "ZipFixtures.h"
+#include <QDateTime>
 
 #include <gtest/gtest.h>
 
@@ -92,21 +90,6 @@ TEST(ArchiveRowsTest, HiddenMembersStayOutUnlessShownAndRowsFollowTheSortWithFol
               (QStringList{"arch-parent:/data/a.tar!", ".x/", "zdir/", ".z", "file2", "file10"}));
     EXPECT_TRUE(shown.at(1).isHidden);
     EXPECT_EQ(shown.at(1).name, QStringLiteral(".x"));
-}
-
-TEST(ArchiveLocationTest, ListingARealArchiveLocation) {
-    TestDir dir;
-    dir.makeFile(QStringLiteral("src/docs/readme.txt"), "hello");
-    const QString archive = dir.filePath(QStringLiteral("pack.tgz"));
-    ZipFixtures::run(dir.filePath("src"), "tar", {"-czf", archive, "docs/readme.txt"});
-    const auto listed =
-        ArchiveLocation::list({dir.path() + QStringLiteral("/./pack.tgz"), QStringLiteral("docs")},
-                              false, FilerSortMode::name, true);
-    ASSERT_TRUE(listed) << listed.error().description().toStdString();
-    ASSERT_EQ(listed->size(), 2);
-    EXPECT_EQ(listed->at(1).id,
-              QStringLiteral("arch:") + archive + QStringLiteral("!docs/readme.txt"));
-    EXPECT_EQ(listed->at(1).size, 0);
 }
 
 } // namespace

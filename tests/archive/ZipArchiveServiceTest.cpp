@@ -80,7 +80,8 @@ TEST(ZipListing, JapaneseNamesWithoutTheUTF8FlagAreCP932) {
 
 TEST(ZipListing, BsdtarArchivesWithUTF8NamesAndDataDescriptors) {
     TestDir dir;
-    const QByteArray big = lines(2000);
+    // Past 64 KiB, so the inflate buffer has to grow.
+    const QByteArray big = lines(5000);
     dir.makeFile(u("日本語/ファイル.txt"), big);
     dir.makeFile("empty.txt");
     run(dir.path(), "bsdtar", {"--format", "zip", "-cf", "b.zip", u("日本語"), "empty.txt"});
@@ -90,30 +91,6 @@ TEST(ZipListing, BsdtarArchivesWithUTF8NamesAndDataDescriptors) {
     EXPECT_EQ(paths(*members), (QStringList{u("日本語/"), u("日本語/ファイル.txt"), "empty.txt"}));
     EXPECT_EQ(extractMemberData(dir.filePath("b.zip"), u("日本語/ファイル.txt")).value(), big);
     EXPECT_EQ(extractMemberData(dir.filePath("b.zip"), "empty.txt").value(), QByteArray());
-}
-
-TEST(ZipExtraction, StoredAndDeflatedMembersComeBackByteForByte) {
-    TestDir dir;
-    const QByteArray text = lines(5000);
-    QByteArray binary;
-    for (int i = 0; i < 70000; ++i) {
-        binary.append(char((i * 7919) >> 3));
-    }
-    dir.makeFile("text.txt", text);
-    dir.makeFile("binary.bin", binary);
-    dir.makeFile("zero.txt");
-    run(dir.path(), "zip", {"-q", "-0", "stored.zip", "text.txt", "binary.bin", "zero.txt"});
-    run(dir.path(), "zip", {"-q", "-9", "deflated.zip", "text.txt", "binary.bin", "zero.txt"});
-
-    for (const char* archive : {"stored.zip", "deflated.zip"}) {
-        const QString path = dir.filePath(archive);
-        EXPECT_EQ(extractMemberData(path, "text.txt").value(), text) << archive;
-        EXPECT_EQ(extractMemberData(path, "binary.bin").value(), binary) << archive;
-        EXPECT_EQ(extractMemberData(path, "zero.txt").value(), QByteArray()) << archive;
-    }
-    const auto deflated = ZipArchiveService::cachedMembers(dir.filePath("deflated.zip"));
-    EXPECT_EQ(deflated->at(0).compressionMethod, 8);
-    EXPECT_LT(deflated->at(0).compressedSize, text.size() / 4);
 }
 
 TEST(ZipExtraction, ATrailingSlashFindsTheFileAndDirectoriesAreNeverReturned) {
