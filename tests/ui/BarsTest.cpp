@@ -4,7 +4,6 @@
 
 #include "ScreenTestSupport.h"
 #include "core/SelectionStatus.h"
-#include "ui/Palette.h"
 
 #include <QRegularExpression>
 
@@ -67,30 +66,26 @@ TEST_F(BarsTest, ANarrowLegendShowsWhereItContinues) {
     EXPECT_FALSE(toolbar.canScrollRight());
 }
 
-TEST_F(BarsTest, TheStatusLineTellsTheEntryOrThePlaceholder) {
+TEST_F(BarsTest, TheStatusLineTellsTheEntryAndFreeSpaceOrThePlaceholder) {
     state->setSelection(rowOf(QStringLiteral("notes.txt")), PaneSide::left);
     const SelectionStatus entry = SelectionStatus::of(*state);
     EXPECT_EQ(entry.name, QStringLiteral("notes.txt"));
     EXPECT_EQ(entry.size, QStringLiteral("1.5K"));
     EXPECT_TRUE(entry.mode.startsWith(QStringLiteral("-rw")));
     EXPECT_FALSE(entry.owner.isEmpty());
-
-    state->focusedSide = PaneSide::right;
-    state->rightMode = RightPaneMode::editor;
-    EXPECT_EQ(SelectionStatus::of(*state), (SelectionStatus{"----------", "-", "-", {}, {}, {}}));
-    state->editorURL = dir.filePath(QStringLiteral("notes.txt"));
-    EXPECT_EQ(SelectionStatus::of(*state).name, QStringLiteral("notes.txt"));
-    EXPECT_EQ(SelectionStatus::of(*state).size, QStringLiteral("1.5K"));
-}
-
-TEST_F(BarsTest, FreeSpaceIsToldInJapaneseWithItsShare) {
     EXPECT_TRUE(QRegularExpression(QStringLiteral("^空き:[0-9.]+[KMG]?/[0-9.]+[KMG]?\\(\\d+%\\)$"))
                     .match(freeSpaceLabel(*state))
                     .hasMatch())
         << freeSpaceLabel(*state).toStdString();
+
+    // In EDITOR: placeholders, no free space, and the edited file once there is one.
     state->focusedSide = PaneSide::right;
     state->rightMode = RightPaneMode::editor;
+    EXPECT_EQ(SelectionStatus::of(*state), (SelectionStatus{"----------", "-", "-", {}, {}, {}}));
     EXPECT_TRUE(freeSpaceLabel(*state).isEmpty());
+    state->editorURL = dir.filePath(QStringLiteral("notes.txt"));
+    EXPECT_EQ(SelectionStatus::of(*state).name, QStringLiteral("notes.txt"));
+    EXPECT_EQ(SelectionStatus::of(*state).size, QStringLiteral("1.5K"));
 }
 
 } // namespace

@@ -9,7 +9,6 @@
 
 #include <QLineEdit>
 #include <QScrollBar>
-#include <QTest>
 
 using namespace ScreenTest;
 

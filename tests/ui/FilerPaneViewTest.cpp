@@ -3,10 +3,8 @@
 #include "ui/FilerPaneView.h"
 
 #include "ScreenTestSupport.h"
-#include "ui/Palette.h"
 
 #include <QLineEdit>
-#include <QTest>
 
 using namespace ScreenTest;
 
@@ -43,7 +41,7 @@ protected:
     std::unique_ptr<FilerPaneView> view;
 };
 
-TEST_F(FilerPaneViewTest, EachKindOfEntryHasItsColourInEveryColumn) {
+TEST_F(FilerPaneViewTest, EachKindOfEntryHasItsColourAndSizesStandRightAligned) {
     const QImage image = grab(*view);
     const struct {
         const char* name;
@@ -61,10 +59,7 @@ TEST_F(FilerPaneViewTest, EachKindOfEntryHasItsColourInEveryColumn) {
         EXPECT_GT(countColor(image, columns.size, row.color), 0) << row.name;
         EXPECT_GT(countColor(image, columns.date, row.color), 10) << row.name;
     }
-}
 
-TEST_F(FilerPaneViewTest, SizeTextsStandRightAlignedInTheirColumn) {
-    const QImage image = grab(*view);
     const Columns folder = columnsOf(rowOf(QStringLiteral("folder")));
     const Columns plain = columnsOf(rowOf(QStringLiteral("b-plain.txt")));
     // "<DIR>" is five cells wide and "2.0K" four; both end at the column's edge.

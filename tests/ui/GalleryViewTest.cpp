@@ -4,11 +4,9 @@
 
 #include "ScreenTestSupport.h"
 #include "archive/ZipFixtures.h"
-#include "ui/Palette.h"
 
 #include <QBuffer>
 #include <QScrollBar>
-#include <QTest>
 
 using namespace ScreenTest;
 
@@ -71,7 +69,7 @@ TEST_F(GalleryViewTest, AFolderWithoutPicturesSaysSoInPlaceOfTheGrid) {
     EXPECT_TRUE(view->grid().isVisible());
 }
 
-TEST_F(GalleryViewTest, APictureArrivesAsItsThumbnailInASelectedCell) {
+TEST_F(GalleryViewTest, APictureArrivesAsItsThumbnailInASelectedCellAndAClickSelects) {
     dir.makeFile(QStringLiteral("a.png"), greenPng());
     dir.makeFile(QStringLiteral("b.png"), greenPng());
     showGallery();
@@ -91,6 +89,13 @@ TEST_F(GalleryViewTest, APictureArrivesAsItsThumbnailInASelectedCell) {
     };
     EXPECT_EQ(borderWidth(first, Palette::accentText()), 2);
     EXPECT_EQ(borderWidth(cellInView(1), Palette::hairlineColor()), 1);
+
+    // A click selects the cell and moves the filer cursor.
+    QTest::mouseClick(view->grid().viewport(), Qt::LeftButton, {},
+                      view->grid().cellRect(1).center());
+    EXPECT_EQ(state->gallerySelection, 1);
+    EXPECT_EQ(state->currentEntry()->name, QStringLiteral("b.png"));
+    EXPECT_EQ(state->focusedSide, PaneSide::right);
 }
 
 TEST_F(GalleryViewTest, ACorruptPictureShowsTheFailedMark) {
@@ -131,17 +136,6 @@ TEST_F(GalleryViewTest, OnlyCellsInViewLoadAndTheSelectionIsScrolledIntoView) {
     EXPECT_TRUE(grid.viewport()->rect().contains(grid.cellRect(55)));
     EXPECT_TRUE(grid.thumbnail(55).has_value());
     EXPECT_EQ(grid.thumbnail(0), std::nullopt);
-}
-
-TEST_F(GalleryViewTest, AClickSelectsTheCellAndMovesTheFilerCursor) {
-    dir.makeFile(QStringLiteral("a.png"), greenPng());
-    dir.makeFile(QStringLiteral("b.png"), greenPng());
-    showGallery();
-    QTest::mouseClick(view->grid().viewport(), Qt::LeftButton, {},
-                      view->grid().cellRect(1).center());
-    EXPECT_EQ(state->gallerySelection, 1);
-    EXPECT_EQ(state->currentEntry()->name, QStringLiteral("b.png"));
-    EXPECT_EQ(state->focusedSide, PaneSide::right);
 }
 
 } // namespace

@@ -70,14 +70,11 @@ TEST_F(KeyEventFilterTest, ConsumedKeysStopBeforeTheFocusedField) {
     EXPECT_FALSE(state->isSearching);
 }
 
-TEST_F(KeyEventFilterTest, ShiftAloneReachesTheFlagsHandler) {
+TEST_F(KeyEventFilterTest, ShiftAloneReachesTheFlagsHandlerAndShiftOneGoesByItsPlace) {
     press(Qt::Key_Shift, QString(), Qt::NoModifier);
     EXPECT_TRUE(state->isShiftKeyDown);
     release(Qt::Key_Shift, Qt::ShiftModifier);
     EXPECT_FALSE(state->isShiftKeyDown);
-}
-
-TEST_F(KeyEventFilterTest, ShiftOneIsFoundByItsPlaceOnTheKeyboard) {
     // A layout that prints "!" over 1: the physical key still switches layout.
     press(Qt::Key_Exclam, QStringLiteral("!"), Qt::ShiftModifier, 10);
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
@@ -96,9 +93,7 @@ TEST_F(KeyEventFilterTest, CompositionLeavesEscToTheField) {
     committed.setCommitString(QStringLiteral("仮名"));
     QCoreApplication::sendEvent(field, &committed);
     EXPECT_FALSE(state->textInputHasMarkedText());
-}
-
-TEST_F(KeyEventFilterTest, ReleasingTextFocusTakesItFromTheField) {
+    // Releasing the text focus takes it from the field.
     ASSERT_EQ(QApplication::focusWidget(), field);
     filter->releaseTextFocus();
     EXPECT_NE(QApplication::focusWidget(), field);

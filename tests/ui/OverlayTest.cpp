@@ -4,104 +4,90 @@
 
 #include "ScreenTestSupport.h"
 #include "ui/DosDialogView.h"
-#include "ui/Palette.h"
 #include "ui/PromptBoxView.h"
 
 #include <QFileInfo>
 #include <QLineEdit>
-#include <QTest>
 
 using namespace ScreenTest;
 
 namespace {
 
-class OverlayTest : public ScreenFixture {
+class OverlayTest : public OverlayFixture {
 protected:
     void SetUp() override {
-        ScreenFixture::SetUp();
+        OverlayFixture::SetUp();
         dir.makeFile(QStringLiteral("file.txt"));
-        makeState();
-        overlay = std::make_unique<OverlayView>(*state);
-        overlay->resize(1000, 700);
-        overlay->show();
+        showOverlay();
     }
-    void settle() {
-        QApplication::processEvents();
-        QApplication::processEvents();
-    }
-
-    std::unique_ptr<OverlayView> overlay;
 };
 
 TEST_F(OverlayTest, TheFirstOverlayInOrderStands) {
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::none);
+    using Kind = OverlayView::Kind;
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::none);
+    // Each one opened over the last comes earlier in the order and stands.
     state->copyMovePathKind = AppState::CopyMoveKind::copy;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::copyMovePathPrompt);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::copyMovePathPrompt);
     state->isRenamePromptOpen = true;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::renamePrompt);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::renamePrompt);
     state->createItemKind = CreateItemKind::file;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::createItemPrompt);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::createItemPrompt);
     state->isWildcardPromptOpen = true;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::wildcardPrompt);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::wildcardPrompt);
     state->isSortPickerOpen = true;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::sortPicker);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::sortPicker);
     state->isSearchTreeBoxOpen = true;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::searchTreeBox);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::searchTreeBox);
     state->pendingQuit = true;
-    EXPECT_EQ(OverlayView::kindFor(*state), OverlayView::Kind::dosDialog);
+    EXPECT_EQ(OverlayView::kindFor(*state), Kind::dosDialog);
 }
 
 TEST_F(OverlayTest, TheDialogBoxFillsItsSelectedButton) {
     state->requestQuit();
-    settle();
-    auto* box = qobject_cast<DosDialogView*>(overlay->box());
-    ASSERT_NE(box, nullptr);
-    EXPECT_GE(box->width(), 360);
-    EXPECT_LE(box->width(), 560);
-    const QList<QRectF> buttons = box->buttonRects();
+    auto* dialog = box<DosDialogView>();
+    ASSERT_NE(dialog, nullptr);
+    EXPECT_GE(dialog->width(), 360);
+    EXPECT_LE(dialog->width(), 560);
+    const QList<QRectF> buttons = dialog->buttonRects();
     ASSERT_EQ(buttons.size(), 2);
-    const auto filled = [&](int index) {
-        return countColor(grab(*box), buttons.at(index).toRect(), Palette::cursorFill());
-    };
-    EXPECT_GT(filled(0), 0);
-    EXPECT_EQ(filled(1), 0);
+    const auto fill = [&](int index) { return filled(*dialog, buttons.at(index)); };
+    EXPECT_GT(fill(0), 0);
+    EXPECT_EQ(fill(1), 0);
     // " Y:OK " quits: it is drawn in the warning colour once it is not selected.
     state->moveDosDialogSelection(1);
     settle();
-    EXPECT_EQ(filled(0), 0);
-    EXPECT_GT(countColor(grab(*box), buttons.at(0).toRect(), QColor::fromRgbF(1, 0.45, 0.45)), 0);
-    EXPECT_GT(filled(1), 0);
+    EXPECT_EQ(fill(0), 0);
+    EXPECT_GT(countColor(grab(*dialog), buttons.at(0).toRect(), QColor::fromRgbF(1, 0.45, 0.45)),
+              0);
+    EXPECT_GT(fill(1), 0);
 
     // The backdrop does nothing under a dialog; a click on a button runs it.
-    QTest::mouseClick(overlay.get(), Qt::LeftButton, {}, QPoint(5, 5));
+    clickBackdrop();
     EXPECT_TRUE(state->pendingQuit);
-    QTest::mouseClick(box, Qt::LeftButton, {}, buttons.at(1).center().toPoint());
+    QTest::mouseClick(dialog, Qt::LeftButton, {}, buttons.at(1).center().toPoint());
     EXPECT_FALSE(state->pendingQuit);
     settle();
     EXPECT_FALSE(overlay->isVisible());
 }
 
-TEST_F(OverlayTest, TheCreatePromptsFieldMakesTheFolderOnEnter) {
+TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     overlay->activateWindow();
     state->openCreateItemPrompt(CreateItemKind::folder);
-    settle();
-    auto* box = qobject_cast<PromptBoxView*>(overlay->box());
-    ASSERT_NE(box, nullptr);
-    QTest::keyClicks(box->field(), QStringLiteral("made by typing"));
+    auto* prompt = box<PromptBoxView>();
+    ASSERT_NE(prompt, nullptr);
+    QTest::keyClicks(prompt->field(), QStringLiteral("made by typing"));
     EXPECT_EQ(state->createItemName, QStringLiteral("made by typing"));
-    QTest::keyClick(box->field(), Qt::Key_Return);
+    QTest::keyClick(prompt->field(), Qt::Key_Return);
     EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("made by typing"))).isDir());
     EXPECT_FALSE(state->createItemKind.has_value());
-}
 
-TEST_F(OverlayTest, TheRenameFieldStartsWithTheNameAndTheBackdropCancels) {
+    // The rename field starts with the name; a click beside the box cancels.
     state->setSelection(rowOf(QStringLiteral("file.txt")), PaneSide::left);
     state->openRenamePrompt();
-    settle();
-    auto* box = qobject_cast<PromptBoxView*>(overlay->box());
-    ASSERT_NE(box, nullptr);
-    EXPECT_EQ(box->field()->text(), QStringLiteral("file.txt"));
-    QTest::mouseClick(overlay.get(), Qt::LeftButton, {}, QPoint(5, 5));
+    prompt = box<PromptBoxView>();
+    ASSERT_NE(prompt, nullptr);
+    EXPECT_EQ(prompt->field()->text(), QStringLiteral("file.txt"));
+    clickBackdrop();
     EXPECT_FALSE(state->isRenamePromptOpen);
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("file.txt"))));
 }

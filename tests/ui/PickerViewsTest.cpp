@@ -1,51 +1,41 @@
-// The attribute prompt, the volume picker and the jump dialog as they stand
-// over the screen: which row or cell is filled, how many rows are drawn, the
-// colours of their words, and what clicks and typing do to them.
-#include "ui/OverlayView.h"
-
+// The attribute prompt, the volume picker, the jump dialog and the OPEN WITH
+// box as they stand over the screen: which row or cell is filled, how many
+// rows are drawn, the colours of their words and marks, and what clicks and
+// typing do to them.
 #include "ScreenTestSupport.h"
 #include "filesystem/FileSystemService.h"
+#include "pickers/OpenWith.h"
 #include "ui/AttributePromptView.h"
 #include "ui/JumpDialogView.h"
-#include "ui/Palette.h"
+#include "ui/OpenWithPickerView.h"
 #include "ui/VolumePickerView.h"
 
 #include <QLineEdit>
-#include <QTest>
 
 using namespace ScreenTest;
 
 namespace {
 
-class PickerViewsTest : public ScreenFixture {
+const QColor kMarkColor = Palette::rgb(0.55, 0.95, 1);
+
+class PickerViewsTest : public OverlayFixture {
 protected:
     void SetUp() override {
-        ScreenFixture::SetUp();
+        OverlayFixture::SetUp();
         dir.makeFile(QStringLiteral("notes.txt"), "hello");
         dir.setMode(QStringLiteral("notes.txt"), 0640);
         for (const char* name : {"media/USB-A", "media/USB-B", "work/alpha", "work/beta"}) {
             dir.makeFolder(QString::fromLatin1(name));
         }
-        makeState();
-        overlay = std::make_unique<OverlayView>(*state);
-        overlay->resize(1000, 700);
-        overlay->show();
+        showOverlay();
     }
-    void settle() {
-        QApplication::processEvents();
-        QApplication::processEvents();
+    static void click(QWidget* view, const QRectF& row, bool twice = false) {
+        if (twice) {
+            QTest::mouseDClick(view, Qt::LeftButton, {}, row.center().toPoint());
+        } else {
+            QTest::mouseClick(view, Qt::LeftButton, {}, row.center().toPoint());
+        }
     }
-    template <typename View> View* box() {
-        settle();
-        return qobject_cast<View*>(overlay->box());
-    }
-    // The pixels inside an area, off its fractional edges, which the next row shares.
-    static QRect inside(const QRectF& area) { return area.toRect().adjusted(0, 1, 0, -1); }
-    int filled(QWidget& view, const QRectF& area) {
-        return countColor(grab(view), inside(area), Palette::cursorFill());
-    }
-
-    std::unique_ptr<OverlayView> overlay;
 };
 
 TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
@@ -74,48 +64,16 @@ TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
     // The head line names the file in the title colour.
     const QRectF head(0, 0, view->width(), view->rowRect(-1).top());
     EXPECT_GT(countColor(grab(*view), head.toRect(), Palette::titleText(), 40), 0);
-    QTest::mouseClick(overlay.get(), Qt::LeftButton, {}, QPoint(5, 5));
+    clickBackdrop();
     EXPECT_FALSE(state->isAttributePromptOpen);
 }
 
-TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeAndFillsTheSelectedOne) {
-    state->openVolumePicker();
-    state->volumePickerItems =
-        FileSystemService::collectVolumes({}, {dir.filePath(QStringLiteral("media"))});
-    ASSERT_EQ(state->volumePickerItems.size(), 3);
-    state->moveVolumePickerSelection(1);
-    auto* view = box<VolumePickerView>();
-    ASSERT_NE(view, nullptr);
-    const QImage image = grab(*view);
-    int drawn = 0;
-    for (int i = 0; i < 3; ++i) {
-        const QRect row = inside(view->rowRect(i));
-        const bool selected = i == 1;
-        const bool hasName =
-            countColor(image, row, selected ? Palette::titleText() : Palette::fileText(), 30) > 0;
-        drawn += hasName ? 1 : 0;
-        EXPECT_EQ(countColor(image, row, Palette::cursorFill()) > 0, selected) << i;
-    }
-    EXPECT_EQ(drawn, 3);
-    EXPECT_GT(countColor(image, inside(view->rowRect(1)), Palette::rgb(0.55, 0.95, 1), 30), 0);
-    EXPECT_EQ(countColor(image, inside(view->rowRect(2)), Palette::rgb(0.55, 0.95, 1), 10), 0);
-
-    // A click selects, a double click goes there.
-    QTest::mouseClick(view, Qt::LeftButton, {}, view->rowRect(2).center().toPoint());
-    EXPECT_EQ(state->volumePickerSelection, 2);
-    EXPECT_GT(filled(*view, view->rowRect(2)), 0);
-    EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
-    QTest::mouseDClick(view, Qt::LeftButton, {}, view->rowRect(2).center().toPoint());
-    EXPECT_FALSE(state->isVolumePickerOpen);
-    EXPECT_EQ(state->leftLocation,
-              FilerLocation::directory(dir.filePath(QStringLiteral("media/USB-B"))));
-}
-
-TEST_F(PickerViewsTest, AnEmptyVolumeListSaysSoAndScrollsNothing) {
+TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScrolls) {
     state->openVolumePicker();
     state->volumePickerItems.clear();
     auto* view = box<VolumePickerView>();
     ASSERT_NE(view, nullptr);
+    // An empty list says so and fills nothing.
     EXPECT_EQ(filled(*view, view->rect()), 0);
     EXPECT_GT(countColor(grab(*view), view->rect(), Palette::dimText(), 20), 0);
 
@@ -128,6 +86,34 @@ TEST_F(PickerViewsTest, AnEmptyVolumeListSaysSoAndScrollsNothing) {
     EXPECT_EQ(view->firstVisibleRow(), 20 - VolumePickerView::maxVisibleRows);
     EXPECT_TRUE(view->rowRect(0).isEmpty());
     EXPECT_GT(filled(*view, view->rowRect(19)), 0);
+
+    state->volumePickerItems =
+        FileSystemService::collectVolumes({}, {dir.filePath(QStringLiteral("media"))});
+    ASSERT_EQ(state->volumePickerItems.size(), 3);
+    state->volumePickerSelection = 0;
+    state->moveVolumePickerSelection(1);
+    settle();
+    const QImage image = grab(*view);
+    for (int i = 0; i < 3; ++i) {
+        const QRect row = inside(view->rowRect(i));
+        const bool selected = i == 1;
+        EXPECT_GT(countColor(image, row, selected ? Palette::titleText() : Palette::fileText(), 30),
+                  0)
+            << i;
+        EXPECT_EQ(countColor(image, row, Palette::cursorFill()) > 0, selected) << i;
+    }
+    EXPECT_GT(countColor(image, inside(view->rowRect(1)), kMarkColor, 30), 0);
+    EXPECT_EQ(countColor(image, inside(view->rowRect(2)), kMarkColor, 10), 0);
+
+    // A click selects, a double click goes there.
+    click(view, view->rowRect(2));
+    EXPECT_EQ(state->volumePickerSelection, 2);
+    EXPECT_GT(filled(*view, view->rowRect(2)), 0);
+    EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
+    click(view, view->rowRect(2), true);
+    EXPECT_FALSE(state->isVolumePickerOpen);
+    EXPECT_EQ(state->leftLocation,
+              FilerLocation::directory(dir.filePath(QStringLiteral("media/USB-B"))));
 }
 
 class JumpViewTest : public PickerViewsTest {
@@ -143,7 +129,7 @@ protected:
     JumpDialogView* view = nullptr;
 };
 
-TEST_F(JumpViewTest, NoRowIsFilledUntilOneIsSelected) {
+TEST_F(JumpViewTest, ARowIsFilledOnlyOnceSelectedAndClicksSelectAndGo) {
     EXPECT_EQ(filled(*view, view->rect()), 0);
     EXPECT_FALSE(view->rowRect(2).isEmpty());
     EXPECT_EQ(view->field()->placeholderText(), QStringLiteral("パスで絞り込み"));
@@ -157,6 +143,15 @@ TEST_F(JumpViewTest, NoRowIsFilledUntilOneIsSelected) {
     const QImage image = grab(*view);
     EXPECT_GT(countColor(image, inside(view->rowRect(2)), Palette::accentText(), 30), 0);
     EXPECT_EQ(countColor(image, inside(view->rowRect(0)), Palette::accentText(), 10), 0);
+
+    click(view, view->rowRect(2));
+    EXPECT_EQ(state->jumpSelectedPath, dir.path());
+    EXPECT_GT(filled(*view, view->rowRect(2)), 0);
+    EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
+    click(view, view->rowRect(0), true);
+    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_EQ(state->leftLocation,
+              FilerLocation::directory(dir.filePath(QStringLiteral("work/alpha"))));
 }
 
 TEST_F(JumpViewTest, TypingInTheFieldFiltersTheRows) {
@@ -171,37 +166,71 @@ TEST_F(JumpViewTest, TypingInTheFieldFiltersTheRows) {
     QTest::keyClicks(view->field(), QStringLiteral("zz"));
     settle();
     EXPECT_TRUE(view->rowRect(0).isEmpty());
+    EXPECT_EQ(filled(*view, view->rect()), 0);
     EXPECT_GT(countColor(grab(*view), view->rect(), Palette::dimText(), 20), 0);
     // The state may clear the filter, as bookmarking does; the field follows.
     state->setJumpFilterQuery(QString());
     settle();
     EXPECT_TRUE(view->field()->text().isEmpty());
-}
-
-TEST_F(JumpViewTest, AClickSelectsARowAndADoubleClickGoesThere) {
-    QTest::mouseClick(view, Qt::LeftButton, {}, view->rowRect(2).center().toPoint());
-    ASSERT_TRUE(state->jumpSelectedPath);
-    EXPECT_EQ(*state->jumpSelectedPath, dir.path());
-    QTest::mouseClick(view, Qt::LeftButton, {}, view->rowRect(1).center().toPoint());
-    EXPECT_EQ(*state->jumpSelectedPath, dir.filePath(QStringLiteral("work/beta")));
-    EXPECT_GT(filled(*view, view->rowRect(1)), 0);
-    EXPECT_EQ(filled(*view, view->rowRect(2)), 0);
-    QTest::mouseDClick(view, Qt::LeftButton, {}, view->rowRect(0).center().toPoint());
+    clickBackdrop();
     EXPECT_FALSE(state->isJumpDialogOpen);
-    EXPECT_EQ(state->leftLocation,
-              FilerLocation::directory(dir.filePath(QStringLiteral("work/alpha"))));
 }
 
-TEST_F(JumpViewTest, NoBookmarksLeavesOnlyTheHintOfHowToAddOne) {
-    state->closeJumpDialog();
-    state->jumpBookmarks.clear();
-    state->openJumpDialog();
-    view = box<JumpDialogView>();
+class OpenWithPickerViewTest : public PickerViewsTest {
+protected:
+    OpenWithPickerView* openPicker(const QList<OpenWithApp>& apps) {
+        state->openWithApps = apps;
+        state->openWithFileURL = dir.filePath(QStringLiteral("notes.txt"));
+        state->openWithFileName = QStringLiteral("notes.txt");
+        state->openWithSelection = 0;
+        state->isOpenWithPickerOpen = true;
+        state->notifyChanged();
+        return box<OpenWithPickerView>();
+    }
+};
+
+TEST_F(OpenWithPickerViewTest, RowsShowTheSelectionAndMarksAndAClickOpens) {
+    auto* view = openPicker(
+        {{QStringLiteral("/a.desktop"), QStringLiteral("Alpha"), true, true},
+         {QStringLiteral("/b.desktop"), QStringLiteral("Beta"), false, true},
+         {dir.filePath(QStringLiteral("missing.desktop")), QStringLiteral("Gamma"), false, false}});
     ASSERT_NE(view, nullptr);
-    EXPECT_TRUE(view->rowRect(0).isEmpty());
+    QImage image = grab(*view);
+    const auto count = [&](int row, const QColor& color, int tolerance = 6) {
+        return countColor(image, inside(view->rowRect(row)), color, tolerance);
+    };
+    // The selected row: filled, its name in the title colour, its marks in the accent.
+    EXPECT_GT(count(0, Palette::cursorFill()), 0);
+    EXPECT_GT(count(0, Palette::titleText(), 30), 0);
+    EXPECT_GT(count(0, kMarkColor, 30), 0);
+    // The others: no fill, names in white; a recent one's mark dim. (The
+    // edges of white letters on the blue blend into the dim colour too, so
+    // the plain row is the measure of what is only edges.)
+    EXPECT_EQ(count(1, Palette::cursorFill()), 0);
+    EXPECT_EQ(count(1, kMarkColor, 30), 0);
+    EXPECT_GT(count(2, Palette::fileText(), 30), 0);
+    EXPECT_GT(count(1, Palette::dimText()), 2 * count(2, Palette::dimText()) + 20);
+
+    state->moveOpenWithSelection(-1);
+    image = grab(*view);
+    EXPECT_GT(count(2, Palette::cursorFill()), 0);
+    // Two marks against one.
+    EXPECT_GT(count(0, Palette::dimText()), count(1, Palette::dimText()) + 20);
+
+    // A click opens with that row's application at once.
+    click(view, view->rowRect(1));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "txt"),
+              QStringList{QStringLiteral("/b.desktop")});
+}
+
+TEST_F(OpenWithPickerViewTest, AnEmptyListSaysSoAndTheBackdropCloses) {
+    auto* view = openPicker({});
+    ASSERT_NE(view, nullptr);
     EXPECT_EQ(filled(*view, view->rect()), 0);
-    QTest::mouseClick(overlay.get(), Qt::LeftButton, {}, QPoint(5, 5));
-    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_GT(countColor(grab(*view), view->rect(), Palette::dimText(), 20), 0);
+    clickBackdrop();
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
 }
 
 } // namespace

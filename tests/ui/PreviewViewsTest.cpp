@@ -7,17 +7,16 @@
 #include "preview/AnimatedImageSupport.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/GeneralPreviewView.h"
-#include "ui/Palette.h"
 #include "ui/StaticImagePreviewView.h"
 #include "ui/StillImagePreviewView.h"
 #include "ui/VideoPreviewView.h"
 
+#include <QDataStream>
 #include <QMediaPlayer>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QProcess>
 #include <QPushButton>
-#include <QTest>
 
 using namespace ScreenTest;
 
@@ -95,15 +94,12 @@ TEST_F(PreviewViewsTest, AnAnimatedPictureIsPagedFromItsStripAndWraps) {
     EXPECT_EQ(paged->accessibleDescription(), "APNG, frame 1 of 2");
     EXPECT_EQ(paged->shownFrame().pixelColor(5, 5), red);
     EXPECT_GT(countColor(grab(body), body.rect(), red), 500);
-    EXPECT_EQ(paged->previousButton()->toolTip(), "Previous frame (↑)");
 
     // With the focus on the left, a click still pages: it takes the focus.
     paged->previousButton()->click();
     QApplication::processEvents();
     EXPECT_EQ(state->focusedSide, PaneSide::right);
     EXPECT_EQ(paged->positionText(), "2/2");
-    EXPECT_EQ(paged->accessibleDescription(), "APNG, frame 2 of 2");
-    EXPECT_EQ(paged->shownFrame().pixelColor(5, 5), blue);
     const QImage second = grab(body);
     EXPECT_EQ(countColor(second, body.rect(), red), 0);
     EXPECT_GT(countColor(second, body.rect(), blue), 500);
@@ -113,7 +109,7 @@ TEST_F(PreviewViewsTest, AnAnimatedPictureIsPagedFromItsStripAndWraps) {
     EXPECT_EQ(body.currentView(), paged) << "paging does not rebuild the view";
 }
 
-TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPicture) {
+TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPictureAndJunkSaysItCannotBeRead) {
     run("convert", {"-size", "30x20", "xc:blue", "one.gif"});
     const QString path = dir.filePath("one.gif");
     EXPECT_FALSE(AnimatedImageSupport::animatedImageInfo(path));
@@ -128,15 +124,11 @@ TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPicture) {
     EXPECT_EQ(still->statusText(), "");
     // Never above its own size: 30 by 20 pixels, centred.
     EXPECT_EQ(countColor(grab(body), body.rect(), blue), 600);
-}
 
-TEST_F(PreviewViewsTest, PicturesThatCannotBeDecodedSaySo) {
     const QString junk = dir.makeFile("broken.png", QByteArray("\x89PNG\r\n\x1a\nnot a picture"));
-    StillImagePreviewView still(*state);
-    still.setPath(junk);
-    ASSERT_TRUE(waitFor([&] { return !still.isLoading(); }));
-    EXPECT_EQ(still.statusText(), "Unable to load image");
-
+    still->setPath(junk);
+    ASSERT_TRUE(waitFor([&] { return !still->isLoading(); }));
+    EXPECT_EQ(still->statusText(), "Unable to load image");
     StaticImagePreviewView paged(*state);
     paged.setSource(junk, AnimatedImageInfo{2, "APNG"});
     EXPECT_EQ(paged.statusText(), "Loading frames…");
@@ -199,25 +191,17 @@ TEST_F(PreviewViewsTest, OtherFilesGetACardAndSoDoesABrokenPDF) {
 // A RIFF WAVE header for 16-bit mono PCM at 8 kHz, then that many silent samples.
 QByteArray silentWave(int samples) {
     QByteArray bytes;
-    const auto le32 = [&](quint32 v) {
-        for (int i = 0; i < 4; ++i)
-            bytes.append(char(v >> (8 * i)));
-    };
-    const auto le16 = [&](quint16 v) { bytes.append(char(v)).append(char(v >> 8)); };
-    bytes.append("RIFF");
-    le32(36 + samples * 2);
-    bytes.append("WAVEfmt ");
-    le32(16);
-    le16(1); // PCM
-    le16(1); // mono
-    le32(8000);
-    le32(16000);
-    le16(2);
-    le16(16);
-    bytes.append("data");
-    le32(samples * 2);
-    bytes.append(QByteArray(samples * 2, '\0'));
-    return bytes;
+    QDataStream out(&bytes, QIODevice::WriteOnly);
+    out.setByteOrder(QDataStream::LittleEndian);
+    out.writeRawData("RIFF", 4);
+    out << quint32(36 + samples * 2);
+    out.writeRawData("WAVEfmt ", 8);
+    // Format block: PCM, mono, 8000 Hz, 16000 bytes/s, 2-byte frames, 16 bits.
+    out << quint32(16) << quint16(1) << quint16(1) << quint32(8000) << quint32(16000) << quint16(2)
+        << quint16(16);
+    out.writeRawData("data", 4);
+    out << quint32(samples * 2);
+    return bytes + QByteArray(samples * 2, '\0');
 }
 
 TEST_F(PreviewViewsTest, TheFilmPlayerSurvivesRedrawsAndTellsWhyAFileDoesNotPlay) {

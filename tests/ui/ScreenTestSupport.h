@@ -1,15 +1,18 @@
 #pragma once
 
 // Shared by the screen tests: a state over a real folder, widgets grabbed to
-// images, and looking for a colour in a part of an image.
+// images, looking for a colour in a part of an image, and the overlay box.
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "ui/OverlayView.h"
+#include "ui/Palette.h"
 
 #include <QApplication>
 #include <QColor>
 #include <QImage>
+#include <QTest>
 #include <QWidget>
 
 #include <gtest/gtest.h>
@@ -49,6 +52,15 @@ inline QImage grab(QWidget& widget) {
     return widget.grab().toImage().convertToFormat(QImage::Format_RGB32);
 }
 
+// The pixels inside an area, off its fractional edges, which the next row shares.
+inline QRect inside(const QRectF& area) {
+    return area.toRect().adjusted(0, 1, 0, -1);
+}
+// How many pixels of the cursor fill stand inside an area of the widget.
+inline int filled(QWidget& view, const QRectF& area) {
+    return countColor(grab(view), inside(area), Palette::cursorFill());
+}
+
 // A state over a temporary folder, listed.
 class ScreenFixture : public ::testing::Test {
 protected:
@@ -77,6 +89,28 @@ protected:
     MemoryPreferences preferences;
     TestDir dir;
     std::unique_ptr<AppState> state;
+};
+
+// The overlay over the whole window, and the box that stands in it.
+class OverlayFixture : public ScreenFixture {
+protected:
+    void showOverlay() {
+        makeState();
+        overlay = std::make_unique<OverlayView>(*state);
+        overlay->resize(1000, 700);
+        overlay->show();
+    }
+    static void settle() {
+        QApplication::processEvents();
+        QApplication::processEvents();
+    }
+    template <typename View> View* box() {
+        settle();
+        return qobject_cast<View*>(overlay->box());
+    }
+    void clickBackdrop() { QTest::mouseClick(overlay.get(), Qt::LeftButton, {}, QPoint(5, 5)); }
+
+    std::unique_ptr<OverlayView> overlay;
 };
 
 } // namespace ScreenTest

@@ -8,13 +8,11 @@
 #include "ScreenTestSupport.h"
 #include "search/FolderSearchService.h"
 #include "search/TreeSession.h"
-#include "ui/Palette.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
-#include <QTest>
 
 using namespace ScreenTest;
 
@@ -39,13 +37,12 @@ protected:
     }
 };
 
-TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndOnlyThatOne) {
+TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndTypingSearches) {
     state->enterFileSearchMode();
     FileSearchPaneView view(*state);
     view.resize(640, 480);
     view.show();
     const QColor rowFill = blended(Palette::cursorFill(), 0.25, Palette::paneBackground());
-
     QImage image = grab(view);
     const QRect query = view.formRowRect(FileSearchFocusField::query);
     const QRect sort = view.formRowRect(FileSearchFocusField::sort);
@@ -53,28 +50,21 @@ TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndOnlyThatOne) {
     EXPECT_EQ(fillIn(image, sort, rowFill), 0);
     // The name field takes the keyboard on the next turn of the loop.
     QTRY_VERIFY(view.queryFocused());
-
     state->cycleFileSearchFocus(-2);
     image = grab(view);
     EXPECT_EQ(fillIn(image, query, rowFill), 0);
     EXPECT_GT(fillIn(image, sort, rowFill), sort.height() * 20);
     EXPECT_FALSE(view.queryFocused());
-}
-
-TEST_F(SearchViewsTest, TypingSearchesAndTheHitUnderTheCursorIsFilled) {
-    state->enterFileSearchMode();
-    FileSearchPaneView view(*state);
-    view.resize(640, 480);
-    view.show();
+    state->cycleFileSearchFocus(2);
     QTRY_VERIFY(view.queryFocused());
+
     QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
     QTest::keyClicks(view.focusWidget(), QStringLiteral("alp"));
     EXPECT_EQ(state->fileSearchQuery, QStringLiteral("alp"));
     ASSERT_TRUE(finished.wait(3000));
     ASSERT_EQ(state->folderSearch->results().size(), 2);
-
     state->moveFileSearchSelection(1);
-    const QImage image = grab(view);
+    image = grab(view);
     const QRect first = view.resultRowRect(0);
     const QRect second = view.resultRowRect(1);
     EXPECT_EQ(fillIn(image, first, Palette::cursorFill()), 0);
