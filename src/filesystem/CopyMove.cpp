@@ -1,5 +1,6 @@
 // Copying and moving items, and the folder the copy/move path prompt names.
 #include "filesystem/FileSystemService.h"
+#include "filesystem/FolderNames.h"
 
 #include "core/PathUtils.h"
 
@@ -57,20 +58,8 @@ FsResult<std::vector<QByteArray>> childNames(const QByteArray& folder) {
     if (!dir) {
         return fail(lastError());
     }
-    std::vector<QByteArray> names;
-    errno = 0;
-    while (const struct dirent* item = ::readdir(dir)) {
-        const char* raw = item->d_name;
-        if (raw[0] == '.' && (raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
-            continue;
-        }
-        names.emplace_back(raw);
-    }
-    const int error = errno;
+    auto names = readNames(dir);
     ::closedir(dir);
-    if (error != 0) {
-        return fail(FileSystemError::fromErrno(error));
-    }
     return names;
 }
 

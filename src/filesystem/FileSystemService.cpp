@@ -1,4 +1,5 @@
 #include "filesystem/FileSystemService.h"
+#include "filesystem/FolderNames.h"
 
 #include "archive/ArchiveKind.h"
 #include "core/NaturalOrder.h"
@@ -67,25 +68,6 @@ struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
-// The names of an open folder in the order the system gives them, "." and ".."
-// left out.
-FsResult<std::vector<QByteArray>> readNames(DIR* dir) {
-    std::vector<QByteArray> names;
-    errno = 0;
-    while (const struct dirent* item = ::readdir(dir)) {
-        const char* raw = item->d_name;
-        if (raw[0] == '.' && (raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
-            continue;
-        }
-        names.emplace_back(raw);
-        errno = 0;
-    }
-    if (errno != 0) {
-        return fail(FileSystemError::fromErrno(errno));
-    }
-    return names;
-}
-
 // Reads every named item; the first item that can't be read ends the listing.
 FsResult<QList<FileEntry>> readItems(int dirFd, const std::vector<QByteArray>& names,
                                      const QString& folder, bool showHidden) {
@@ -129,6 +111,23 @@ FileAccessMemory::Record rightsFromStat(bool isDirectory, bool isArchive, const 
 }
 
 } // namespace
+
+FsResult<std::vector<QByteArray>> readNames(DIR* dir) {
+    std::vector<QByteArray> names;
+    errno = 0;
+    while (const struct dirent* item = ::readdir(dir)) {
+        const char* raw = item->d_name;
+        if (raw[0] == '.' && (raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
+            continue;
+        }
+        names.emplace_back(raw);
+        errno = 0;
+    }
+    if (errno != 0) {
+        return fail(FileSystemError::fromErrno(errno));
+    }
+    return names;
+}
 
 FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
                                          FilerSortMode sortMode, bool sortByLocalizedName) {
