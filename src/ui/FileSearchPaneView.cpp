@@ -7,10 +7,10 @@
 #include "ui/HeaderBar.h"
 #include "ui/Palette.h"
 #include "ui/PaneFrame.h"
+#include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
-#include <QAbstractScrollArea>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -157,21 +157,11 @@ private:
 
 // The hits, one row each, with the row at the selection filled; without hits
 // the one line that says why.
-class FileSearchResultList : public QAbstractScrollArea {
+class FileSearchResultList : public RowListArea {
 public:
     FileSearchResultList(AppState& state, QWidget* parent)
-        : QAbstractScrollArea(parent)
-        , m_state(state) {
-        setFrameShape(QFrame::NoFrame);
-        setFocusPolicy(Qt::NoFocus);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        viewport()->setAutoFillBackground(false);
-    }
-
-    QRect rowRect(int index) const {
-        return QRect(0, int(index * rowHeight()) - verticalScrollBar()->value(),
-                     viewport()->width(), int(rowHeight()));
-    }
+        : RowListArea(parent)
+        , m_state(state) {}
 
     void sync() {
         const int count = int(m_state.folderSearch->results().size());
@@ -217,12 +207,12 @@ protected:
     }
 
     void resizeEvent(QResizeEvent* event) override {
-        QAbstractScrollArea::resizeEvent(event);
+        RowListArea::resizeEvent(event);
         sync();
     }
 
 private:
-    double rowHeight() const { return screenText(m_state).lineHeight() + 2 * kHitPadV; }
+    double rowHeight() const override { return screenText(m_state).lineHeight() + 2 * kHitPadV; }
 
     bool selectAt(double y) {
         const int index = int((y + verticalScrollBar()->value()) / rowHeight());

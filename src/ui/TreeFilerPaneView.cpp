@@ -7,10 +7,10 @@
 #include "ui/HeaderBar.h"
 #include "ui/Palette.h"
 #include "ui/PaneFrame.h"
+#include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
-#include <QAbstractScrollArea>
 #include <QHBoxLayout>
 #include <QMouseEvent>
 #include <QPainter>
@@ -43,25 +43,15 @@ struct Line {
 
 // One of the two lists of a tree pane, painted row by row, with the cursor
 // row kept in the middle of the view.
-class TreeColumnList : public QAbstractScrollArea {
+class TreeColumnList : public RowListArea {
 public:
     enum class Kind { tree, files };
 
     TreeColumnList(AppState& state, PaneSide side, Kind kind, QWidget* parent)
-        : QAbstractScrollArea(parent)
+        : RowListArea(parent)
         , m_state(state)
         , m_side(side)
-        , m_kind(kind) {
-        setFrameShape(QFrame::NoFrame);
-        setFocusPolicy(Qt::NoFocus);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        viewport()->setAutoFillBackground(false);
-    }
-
-    QRect rowRect(int index) const {
-        return QRect(0, int(index * rowHeight()) - verticalScrollBar()->value(),
-                     viewport()->width(), int(rowHeight()));
-    }
+        , m_kind(kind) {}
 
     void sync() {
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
@@ -119,7 +109,7 @@ protected:
     }
 
 private:
-    double rowHeight() const { return m_text.lineHeight() + 2 * kRowPadV; }
+    double rowHeight() const override { return m_text.lineHeight() + 2 * kRowPadV; }
 
     std::optional<int> indexAt(double y) const {
         const int index = int((y + verticalScrollBar()->value()) / rowHeight());

@@ -1,0 +1,16 @@
+#include "ui/RowListArea.h"
+
+#include <QScrollBar>
+
+RowListArea::RowListArea(QWidget* parent)
+    : QAbstractScrollArea(parent) {
+    setFrameShape(QFrame::NoFrame);
+    setFocusPolicy(Qt::NoFocus);
+    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    viewport()->setAutoFillBackground(false);
+}
+
+QRect RowListArea::rowRect(int index) const {
+    return QRect(0, int(index * rowHeight()) - verticalScrollBar()->value(), viewport()->width(),
+                 int(rowHeight()));
+}

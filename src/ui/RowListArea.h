@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QAbstractScrollArea>
+#include <QRect>
+
+// A list painted row by row over the pane's own background: no frame, no
+// keyboard focus of its own (the keys go through the state), no sideways bar.
+class RowListArea : public QAbstractScrollArea {
+public:
+    explicit RowListArea(QWidget* parent);
+
+    // Where a row stands in the viewport, after scrolling.
+    QRect rowRect(int index) const;
+
+protected:
+    virtual double rowHeight() const = 0;
+};
