@@ -7,6 +7,7 @@
 #include <QImageReader>
 #include <QPromise>
 #include <QtConcurrent/QtConcurrentRun>
+#include <QtEndian>
 
 #include <limits>
 
@@ -95,6 +96,37 @@ int clampedCount(qint64 count) {
     return int(std::min<qint64>(count, std::numeric_limits<int>::max()));
 }
 
+// The frame count of the first acTL of a PNG file, found by walking the
+// chunk headers: the image data is skipped, never read, so a large picture
+// costs a few small reads on the main thread and not a copy of the file.
+std::optional<quint32> fileActlFrameCount(QFile& file) {
+    const qint64 size = file.size();
+    for (qint64 offset = 8; offset + 8 <= size;) {
+        if (!file.seek(offset)) {
+            return std::nullopt;
+        }
+        const QByteArray header = file.read(8);
+        if (header.size() < 8) {
+            return std::nullopt;
+        }
+        const qint64 length = qFromBigEndian<quint32>(header.constData());
+        if (offset + 12 + length > size) {
+            return std::nullopt;
+        }
+        const QByteArrayView type = QByteArrayView(header).sliced(4);
+        if (type == "acTL") {
+            const QByteArray data = length >= 8 ? file.read(8) : QByteArray();
+            return data.size() == 8 ? std::optional(qFromBigEndian<quint32>(data.constData()))
+                                    : std::nullopt;
+        }
+        if (type == "IEND") {
+            return std::nullopt;
+        }
+        offset += 12 + length;
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data) {
@@ -124,12 +156,21 @@ std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         return std::nullopt;
     }
-    // Only PNG and GIF can be animated; anything else is not read past its head.
+    // Only PNG and GIF can be animated; anything else is not read past its
+    // head. Qt's reader counts at most one image in a PNG, so a PNG is
+    // animated exactly when its acTL says so.
     const QByteArray head = file.peek(8);
-    if (!isPNGData(head) && !isGIFData(head)) {
-        return std::nullopt;
+    if (isPNGData(head)) {
+        const auto count = fileActlFrameCount(file);
+        return count && *count >= 2 ? std::optional(AnimatedImageInfo{clampedCount(*count), "APNG"})
+                                    : std::nullopt;
     }
-    return animatedImageInfoForData(file.readAll());
+    if (isGIFData(head)) {
+        QImageReader reader(&file);
+        const int count = reader.imageCount();
+        return count >= 2 ? std::optional(AnimatedImageInfo{count, "GIF"}) : std::nullopt;
+    }
+    return std::nullopt;
 }
 
 QImage apngFrame(const QByteArray& data, int index) {

@@ -224,6 +224,25 @@ TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrapAndStillsAreNotAnimated) {
     EXPECT_TRUE(loadAllFrames(dir.makeFile("junk.png", "not an image")).isEmpty());
 }
 
+// A file's chunk headers are walked, its image data skipped: the answer is
+// the one its whole data gives, with a large chunk before acTL too, and for
+// a file cut short.
+TEST(AnimatedImageFiles, AFileAnswersAsItsWholeData) {
+    TestDir dir;
+    const QByteArray apng = handMadeAPNG({2, 2}, {{filled(2, 2, red)}, {filled(2, 2, blue)}});
+    const qsizetype afterHeader = 8 + 12 + 13; // the signature and IHDR
+    QByteArray padded = apng;
+    padded.insert(afterHeader, chunkBytes("tEXt", QByteArray(200000, 'x')));
+    const QByteArray cases[] = {apng, padded, apng.left(afterHeader + 10),
+                                padded.left(afterHeader + 1000)};
+    int serial = 0;
+    for (const QByteArray& data : cases) {
+        const QString path = dir.makeFile(QString("case%1.png").arg(++serial), data);
+        EXPECT_EQ(animatedImageInfo(path), animatedImageInfoForData(data)) << serial;
+    }
+    EXPECT_EQ(animatedImageInfo(dir.filePath("case2.png")), (AnimatedImageInfo{2, "APNG"}));
+}
+
 TEST(AnimatedImageComposition, BlendAndDisposeFollowTheFrameControls) {
     QImage halfBlue = filled(2, 2, clear);
     halfBlue.setPixel(1, 0, blue);
