@@ -44,13 +44,23 @@ start_dorvik() {
   pid=$!
   local window=""
   for _ in $(seq 1 100); do
-    window=$(xdotool search --name '^Dorvik$' 2>/dev/null | head -1 || true)
+    window=$(xdotool search --onlyvisible --name '^Dorvik$' 2>/dev/null | head -1 || true)
     [[ -n "$window" ]] && break
     sleep 0.1
   done
   [[ -n "$window" ]] || fail "the window did not appear"
-  # There is no window manager to give the window the keyboard.
-  xdotool windowfocus --sync "$window"
+  # There is no window manager to give the window the keyboard. The window
+  # can be found a moment before it is mapped, and focusing an unmapped window
+  # is an X error, so try again until it takes.
+  local focused=""
+  for _ in $(seq 1 50); do
+    if timeout 5 xdotool windowfocus --sync "$window" 2>/dev/null; then
+      focused=1
+      break
+    fi
+    sleep 0.1
+  done
+  [[ -n "$focused" ]] || fail "the window could not be given the keyboard"
   sleep 1
 }
 
