@@ -2,6 +2,8 @@
 // GIF frames from Qt's reader, and every frame of a file for the viewer.
 #include "preview/AnimatedImageSupport.h"
 
+#include "core/DiskReadPool.h"
+
 #include <QBuffer>
 #include <QFile>
 #include <QImageReader>
@@ -210,7 +212,7 @@ QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& is
 }
 
 QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path) {
-    return QtConcurrent::run([path](QPromise<QList<QImage>>& promise) {
+    return QtConcurrent::run(&DiskReadPool::instance(), [path](QPromise<QList<QImage>>& promise) {
         promise.addResult(loadAllFrames(path, [&promise] { return promise.isCanceled(); }));
     });
 }

@@ -4,12 +4,14 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveService.h"
+#include "core/DiskReadPool.h"
 #include "core/PathUtils.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/PreviewSelection.h"
 #include "text/TextPreviewLoading.h"
 
 #include <QFile>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <sys/stat.h>
 
@@ -50,8 +52,37 @@ bool isRegularFile(const QString& path) {
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-std::optional<AnimatedImageInfo> animatedInfoOf(const QString& path) {
-    return isRegularFile(path) ? AnimatedImageSupport::animatedImageInfo(path) : std::nullopt;
+bool startsAsGIF(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) && AnimatedImageSupport::isGIFData(file.peek(6));
+}
+
+// How many frames the picture on show has. A PNG's acTL is found from its
+// chunk headers alone, at once. A GIF's frames are counted by reading through
+// the whole file, which may be large or on a slow disk: that runs on a worker
+// thread, the picture shows as a still meanwhile, and the count arrives later
+// unless another file has been chosen since.
+void lookUpAnimation(AppState& state, const QString& path) {
+    state.animatedPreviewInfo.reset();
+    state.animatedFrameIndex = 0;
+    if (!isRegularFile(path)) {
+        return;
+    }
+    if (!startsAsGIF(path)) {
+        state.animatedPreviewInfo = AnimatedImageSupport::animatedImageInfo(path);
+        return;
+    }
+    const uint64_t generation = state.previewLoadGeneration;
+    QtConcurrent::run(&DiskReadPool::instance(), [path] {
+        return AnimatedImageSupport::animatedImageInfo(path);
+    }).then(&state, [&state, generation, path](const std::optional<AnimatedImageInfo>& info) {
+        if (state.previewLoadGeneration != generation || state.editorURL != path ||
+            state.viewerKind != ViewerContentKind::preview) {
+            return;
+        }
+        state.animatedPreviewInfo = info;
+        state.notifyChanged();
+    });
 }
 
 // A document a converter may turn into text. Only a regular file's head is
@@ -94,7 +125,7 @@ void showGraphicPreview(AppState& state, const QString& path) {
     state.viewerFromZip = false;
     state.viewerSkipReason.reset();
     state.isViewerLoading = false;
-    state.animatedPreviewInfo = animatedInfoOf(path);
+    lookUpAnimation(state, path);
     state.rightMode = RightPaneMode::viewer;
     state.stopWatching(PaneSide::right);
 }
@@ -315,8 +346,7 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
                 } else {
                     editorURL = *extracted;
                     viewerKind = ViewerContentKind::preview;
-                    animatedPreviewInfo = animatedInfoOf(*extracted);
-                    animatedFrameIndex = 0;
+                    lookUpAnimation(*this, *extracted);
                 }
                 notifyChanged();
             });

@@ -1,13 +1,13 @@
 #include "text/TextPreviewLoading.h"
 
 #include "archive/ArchiveService.h"
+#include "core/DiskReadPool.h"
 #include "text/TextDecoding.h"
 
 #include <QFileInfo>
 #include <QFutureWatcher>
 #include <QPointer>
 #include <QProcess>
-#include <QThreadPool>
 #include <QTimer>
 #include <QtConcurrent>
 
@@ -132,18 +132,6 @@ std::optional<QByteArray> runConverter(const QString& program, const QStringList
         return std::nullopt;
     }
     return process.readAllStandardOutput();
-}
-
-QThreadPool& loadPool() {
-    // Never destroyed: a read blocked on a FIFO or a dead mount can't be
-    // stopped, and waiting for it at exit would hang the program. Its own
-    // pool keeps such a thread from starving the shared one.
-    static QThreadPool* pool = [] {
-        auto* created = new QThreadPool;
-        created->setMaxThreadCount(8);
-        return created;
-    }();
-    return *pool;
 }
 
 std::atomic<int64_t> configuredTimeLimit{defaultTimeLimit.count()};
@@ -331,7 +319,7 @@ LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)> work,
     QObject::connect(watcher, &QFutureWatcherBase::finished, guard,
                      [race, watcher] { race->finish(watcher->future().result()); });
     const std::shared_ptr<CancelFlag> flag = race->cancelled;
-    watcher->setFuture(QtConcurrent::run(&loadPool(), [flag, work = std::move(work)] {
+    watcher->setFuture(QtConcurrent::run(&DiskReadPool::instance(), [flag, work = std::move(work)] {
         if (flag->load()) {
             return TextPreviewLoadResult::of(Outcome::cancelled);
         }

@@ -1,6 +1,7 @@
 #include "ui/GeneralPreviewView.h"
 
 #include "core/AppState.h"
+#include "core/DiskReadPool.h"
 #include "core/Formats.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
@@ -94,8 +95,8 @@ void GeneralPreviewView::renderPage(const QString& path) {
         watcher->deleteLater();
         applyPage(path, watcher->result());
     });
-    watcher->setFuture(
-        QtConcurrent::run(&GeneralPreviewView::renderFirstPage, path, kPageRenderBound));
+    watcher->setFuture(QtConcurrent::run(
+        &DiskReadPool::instance(), &GeneralPreviewView::renderFirstPage, path, kPageRenderBound));
 }
 
 // A page that comes after the file changed is dropped; one that cannot be

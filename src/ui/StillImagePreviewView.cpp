@@ -1,6 +1,7 @@
 #include "ui/StillImagePreviewView.h"
 
 #include "core/AppState.h"
+#include "core/DiskReadPool.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
 #include "ui/PreviewMessage.h"
@@ -44,7 +45,8 @@ void StillImagePreviewView::setPath(const QString& path) {
         watcher->deleteLater();
         applyLoaded(path, watcher->result());
     });
-    watcher->setFuture(QtConcurrent::run(&StillImagePreviewView::readImage, path));
+    watcher->setFuture(
+        QtConcurrent::run(&DiskReadPool::instance(), &StillImagePreviewView::readImage, path));
 }
 
 void StillImagePreviewView::applyLoaded(const QString& path, const QImage& image) {

@@ -145,6 +145,28 @@ TEST_F(ViewerLoading, ANewerLoadDropsTheOlder) {
     EXPECT_TRUE(state->editorText.isEmpty());
 }
 
+// A GIF's frames are counted off the main thread: the picture shows at once
+// and its count follows, unless another file has been chosen meanwhile.
+TEST_F(ViewerLoading, AGIFsFrameCountFollowsUnlessTheCursorMovedOn) {
+    ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue",
+                                            dir.filePath("anim.gif")}),
+              0);
+    ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", dir.filePath("still.png")}),
+              0);
+    const QString gif = dir.filePath("anim.gif");
+    state->loadViewerContent(gif);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::preview);
+    EXPECT_FALSE(state->animatedPreviewInfo);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return state->animatedPreviewInfo.has_value(); }, 10000));
+    EXPECT_EQ(state->animatedPreviewInfo, (AnimatedImageInfo{3, "GIF"}));
+
+    state->loadViewerContent(gif);
+    state->loadViewerContent(dir.filePath("still.png"));
+    QTest::qWait(300);
+    EXPECT_EQ(state->editorURL, dir.filePath("still.png"));
+    EXPECT_FALSE(state->animatedPreviewInfo);
+}
+
 TEST_F(ViewerLoading, DocumentsShowTheirTextOrElseAPreview) {
     show(dir.makeFile("letter.doc", "Dear reader, this is plain text.\n"));
     EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
