@@ -8,6 +8,8 @@
 
 #include <QMetaObject>
 
+#include <array>
+
 AppState::AppState(Preferences& preferences, QObject* parent)
     : QObject(parent)
     , m_preferences(preferences) {
@@ -21,8 +23,6 @@ AppState::AppState(Preferences& preferences, QObject* parent)
     connect(folderSearch.get(), &FolderSearchService::changed, this, &AppState::notifyChanged);
 }
 
-AppState::~AppState() = default;
-
 const FilerLocation& AppState::locationFor(PaneSide side) const {
     return side == PaneSide::left ? leftLocation : rightLocation;
 }
@@ -31,19 +31,72 @@ const QList<FileEntry>& AppState::entriesFor(PaneSide side) const {
     return side == PaneSide::left ? leftEntries : rightEntries;
 }
 
+namespace {
+
+// The rows the filter keeps, asked for many times per key by the commands and
+// the views. Folding every name of a large folder takes long, so the folded
+// names are kept until the pane's list changes, and the kept rows until the
+// query changes too. Main thread only, like the state it serves.
+struct FilteredRows {
+    const AppState* owner = nullptr;
+    int64_t listEpoch = -1;
+    const FileEntry* listData = nullptr;
+    qsizetype listSize = 0;
+    QStringList foldedNames;
+    QString query;
+    QList<FileEntry> kept;
+
+    bool holdsList(const AppState* state, int64_t epoch, const QList<FileEntry>& entries) const {
+        return owner == state && listEpoch == epoch && listData == entries.constData() &&
+               listSize == entries.size();
+    }
+};
+
+std::array<FilteredRows, 2> filteredRowsBySide;
+
+FilteredRows& filteredRows(const AppState* state, PaneSide side, int64_t epoch,
+                           const QList<FileEntry>& entries) {
+    FilteredRows& rows = filteredRowsBySide[side == PaneSide::left ? 0 : 1];
+    if (!rows.holdsList(state, epoch, entries)) {
+        rows = FilteredRows{state, epoch, entries.constData(), entries.size(), {}, {}, {}};
+        rows.foldedNames.reserve(entries.size());
+        for (const FileEntry& entry : entries) {
+            rows.foldedNames.append(TextMatching::foldedForMatching(entry.name));
+        }
+    }
+    return rows;
+}
+
+} // namespace
+
+AppState::~AppState() {
+    for (FilteredRows& rows : filteredRowsBySide) {
+        if (rows.owner == this) {
+            rows = FilteredRows{};
+        }
+    }
+}
+
 QList<FileEntry> AppState::visibleEntries(PaneSide side) const {
     const QList<FileEntry>& entries = entriesFor(side);
     if (!isSearching || activeFilerSide() != side || searchQuery.isEmpty()) {
         return entries;
     }
+    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    FilteredRows& rows = filteredRows(this, side, epoch, entries);
+    if (rows.query == searchQuery) {
+        return rows.kept;
+    }
     // The test is on the real name even where another name is drawn.
     const QString query = TextMatching::foldedForMatching(searchQuery);
     QList<FileEntry> kept;
-    for (const FileEntry& entry : entries) {
-        if (entry.isParent || TextMatching::foldedForMatching(entry.name).contains(query)) {
-            kept.append(entry);
+    for (qsizetype i = 0; i < entries.size(); ++i) {
+        if (entries.at(i).isParent || rows.foldedNames.at(i).contains(query)) {
+            kept.append(entries.at(i));
         }
     }
+    rows.query = searchQuery;
+    rows.kept = kept;
     return kept;
 }
 

@@ -6,6 +6,7 @@
 #include "support/TestDir.h"
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
 
 #include <gtest/gtest.h>
 
@@ -66,6 +67,27 @@ TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {
         EXPECT_EQ(visibleNames(), c.expected) << qPrintable(c.query);
         EXPECT_EQ(visibleNames(PaneSide::right).size(), 5);
     }
+}
+
+// Each step of the cursor asks for the filtered rows; in a large folder that
+// must not mean folding every name again.
+TEST_F(FilterTest, CursorStepsInAFilteredLargeFolderStayQuickAndFollowReloads) {
+    TestDir large;
+    for (int i = 0; i < 2000; ++i) {
+        large.makeFile(QStringLiteral("f%1.txt").arg(i));
+    }
+    state->openLocation(FilerLocation::directory(large.path()), PaneSide::left, std::nullopt);
+    state->openFilter();
+    type(QStringLiteral("9"));
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < 3000; ++i) {
+        state->moveCursor(i % 2 == 0 ? 1 : -1);
+    }
+    EXPECT_LT(clock.elapsed(), 200);
+    large.makeFile(QStringLiteral("new9.txt"));
+    state->reloadPane(PaneSide::left, false);
+    EXPECT_TRUE(visibleNames().contains(QStringLiteral("new9.txt")));
 }
 
 TEST_F(FilterTest, TypingKeepsTheIndexAndPullsBackACursorBeyondTheList) {
