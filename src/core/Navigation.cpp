@@ -12,6 +12,14 @@
 
 namespace {
 
+// Whether the step leads into an archive from outside it; steps within one
+// archive go on even when it can no longer be listed, so the way out stays open.
+bool entersAnotherArchive(const FilerLocation& from, const FilerLocation& to) {
+    const auto* target = to.asZip();
+    const auto* current = from.asZip();
+    return target && !(current && current->archive == target->archive);
+}
+
 // A member path as archive locations keep it: "\" becomes "/", leading "./"
 // and then leading "/" are dropped, and one trailing "/". The empty text is
 // the archive's root.
@@ -121,10 +129,21 @@ bool AppState::focusPane(PaneSide side) {
 
 void AppState::openLocation(const FilerLocation& location, PaneSide side,
                             const std::optional<QString>& selectName) {
+    FilerLocation& stored = side == PaneSide::left ? leftLocation : rightLocation;
+    const FilerLocation previous = stored;
+    const int64_t epochBefore = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    stored = location;
+    reloadPane(side, false);
+    // An archive that cannot be listed (damaged, cut short, gone) is not
+    // entered: the pane stays on the rows it shows, with its cursor and tags.
+    const bool listed = (side == PaneSide::left ? leftListEpoch : rightListEpoch) != epochBefore;
+    if (!listed && entersAnotherArchive(previous, location)) {
+        stored = previous;
+        notifyChanged();
+        return;
+    }
     // Tags never survive a change of location, on either side.
     taggedKeys.clear();
-    (side == PaneSide::left ? leftLocation : rightLocation) = location;
-    reloadPane(side, false);
     int index = 0;
     if (selectName) {
         const QList<FileEntry>& entries = entriesFor(side);

@@ -57,4 +57,25 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
     EXPECT_TRUE(state.jumpBookmarks.isEmpty());
 }
 
+TEST(ArchiveRefusalTest, AnArchiveThatCannotBeListedLeavesThePaneWhereItWas) {
+    TestDir dir;
+    MemoryPreferences preferences;
+    dir.makeFile(QStringLiteral("cut.zip"), "PK\x03\x04 cut short");
+    dir.makeFile(QStringLiteral("notes.txt"), "notes");
+    preferences.setValue("startupDirectory", dir.path());
+    AppState state(preferences);
+    state.refreshAll();
+    const FilerLocation before = state.leftLocation;
+    const QList<FileEntry> rowsBefore = state.visibleEntries(PaneSide::left);
+    ASSERT_EQ(rowsBefore.at(1).name, QStringLiteral("cut.zip"));
+    state.setSelection(1, PaneSide::left);
+
+    EXPECT_TRUE(state.handleKeyDown(KeyTest::named(KeyCode::returnKey)));
+    EXPECT_EQ(state.errorMessage.value_or(QString()),
+              QStringLiteral("Cannot list ZIP: EOCD not found"));
+    EXPECT_EQ(state.leftLocation, before);
+    EXPECT_EQ(state.visibleEntries(PaneSide::left), rowsBefore);
+    EXPECT_EQ(state.leftSelection, 1);
+}
+
 } // namespace
