@@ -9,18 +9,19 @@ namespace {
 
 enum class CellClass { zero, narrow, wide, ambiguous };
 
-// Wide and full-width characters take two cells; combining marks and other
-// zero-width characters none; ambiguous ones depend on the face.
+// Combining marks and other zero-width characters take no cell, also the
+// kana voiced marks that are listed as wide; wide and full-width characters
+// take two; ambiguous ones depend on the face.
 CellClass cellClassOf(char32_t codePoint) {
-    const auto width =
-        UEastAsianWidth(u_getIntPropertyValue(UChar32(codePoint), UCHAR_EAST_ASIAN_WIDTH));
-    if (width == U_EA_WIDE || width == U_EA_FULLWIDTH) {
-        return CellClass::wide;
-    }
     const int8_t category = u_charType(UChar32(codePoint));
     if (category == U_NON_SPACING_MARK || category == U_ENCLOSING_MARK ||
         category == U_FORMAT_CHAR || codePoint == 0x200B) {
         return CellClass::zero;
+    }
+    const auto width =
+        UEastAsianWidth(u_getIntPropertyValue(UChar32(codePoint), UCHAR_EAST_ASIAN_WIDTH));
+    if (width == U_EA_WIDE || width == U_EA_FULLWIDTH) {
+        return CellClass::wide;
     }
     return width == U_EA_AMBIGUOUS ? CellClass::ambiguous : CellClass::narrow;
 }
