@@ -6,8 +6,7 @@
 #include "core/Preferences.h"
 #include "core/UiFontSize.h"
 #include "filesystem/FileSystemService.h"
-
-#include <QFileInfo>
+#include "pickers/JumpDialog.h"
 
 namespace {
 
@@ -24,9 +23,8 @@ void AppState::resolveStartupDirectory() {
     if (stored.isEmpty()) {
         return;
     }
-    const QString candidate = PathUtils::standardizedPath(stored);
-    if (QFileInfo(candidate).isDir()) {
-        startupDirectory = candidate;
+    if (const QString folder = JumpDialog::folderOnDisk(stored); !folder.isEmpty()) {
+        startupDirectory = folder;
     }
 }
 
@@ -55,9 +53,8 @@ void AppState::readJumpBookmarks() {
     }
     QStringList normalized;
     for (const QString& path : stored) {
-        const QString key = FileSystemService::normalizedPathKey(path);
-        if (!normalized.contains(key)) {
-            normalized.append(key);
+        if (JumpDialog::indexOfRow(normalized, path) < 0) {
+            normalized.append(PathUtils::standardizedPath(path));
         }
     }
     jumpBookmarks = normalized;

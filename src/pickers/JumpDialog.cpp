@@ -55,8 +55,18 @@ QStringList withBookmarkRemoved(const QStringList& bookmarks, const QString& pat
 
 QStringList withBookmarkAdded(const QStringList& bookmarks, const QString& path) {
     QStringList list = withBookmarkRemoved(bookmarks, path);
-    list.prepend(rowKey(path));
+    list.prepend(PathUtils::standardizedPath(path));
     return list.mid(0, maxBookmarks);
+}
+
+QString folderOnDisk(const QString& path) {
+    const QString folder = PathUtils::standardizedPath(path);
+    for (const QString& spelling : {folder, folder.normalized(QString::NormalizationForm_C)}) {
+        if (QFileInfo(spelling).isDir()) {
+            return spelling;
+        }
+    }
+    return QString();
 }
 
 } // namespace JumpDialog
@@ -184,8 +194,8 @@ void AppState::goToBookmark(const QString& path) {
     if (!side) {
         return;
     }
-    const QString folder = PathUtils::standardizedPath(path);
-    if (!isExistingFolder(folder)) {
+    const QString folder = JumpDialog::folderOnDisk(path);
+    if (folder.isEmpty()) {
         errorMessage = QStringLiteral("Folder not found:\n") + path;
         dosDialogActionIndex = 0;
         jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, path);
@@ -229,8 +239,7 @@ void AppState::setStartupFromJumpSelection() {
 void AppState::storeStartupDirectory(const QString& path) {
     const QString folder = PathUtils::standardizedPath(path);
     if (isExistingFolder(folder)) {
-        m_preferences.setValue(PreferenceKeys::startupDirectory,
-                               FileSystemService::normalizedPathKey(folder));
+        m_preferences.setValue(PreferenceKeys::startupDirectory, folder);
         startupDirectory = folder;
     } else {
         errorMessage = QStringLiteral("Folder not found:\n") + path;

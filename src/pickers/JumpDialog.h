@@ -20,11 +20,16 @@ QString rowKey(const QString& path);
 // The index of the row with the same key, or -1.
 int indexOfRow(const QStringList& rows, const QString& path);
 
-// The list with the path put in front (any row of the same key removed) and
-// cut to maxBookmarks.
+// The list with the path put in front, standardised but spelt as on disk (any
+// row of the same key removed), and cut to maxBookmarks.
 QStringList withBookmarkAdded(const QStringList& bookmarks, const QString& path);
 
 // The list without any row of the same key.
 QStringList withBookmarkRemoved(const QStringList& bookmarks, const QString& path);
+
+// The folder a stored path names, standardised, or empty when there is none.
+// Names on Linux are kept byte for byte, so a path stored decomposed by an
+// earlier version is tried again composed.
+QString folderOnDisk(const QString& path);
 
 } // namespace JumpDialog

@@ -140,6 +140,28 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
 }
 
+// Names on Linux are the bytes the folder was made with, most often in the
+// composed form: a remembered folder must still open by its own name.
+TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart) {
+    const QString folder = dir.makeFolder(QStringLiteral("データ"));
+    state->closeJumpDialog();
+    state->openLocation(FilerLocation::directory(folder), PaneSide::left, std::nullopt);
+    state->addJumpBookmark();
+    state->setStartupDirectoryToCurrent();
+    state->goToFolder(dir.path());
+    state->openJumpDialog();
+    state->jumpToNumberedBookmark(1);
+    EXPECT_EQ(state->errorMessage, std::nullopt);
+    EXPECT_EQ(state->leftLocation, FilerLocation::directory(folder));
+    EXPECT_EQ(stored().size(), 4);
+    AppState restarted(preferences);
+    EXPECT_EQ(restarted.startupDirectory, folder);
+    // As an earlier version stored it: decomposed.
+    preferences.setValue("startupDirectory", folder.normalized(QString::NormalizationForm_D));
+    AppState fromDecomposed(preferences);
+    EXPECT_EQ(fromDecomposed.startupDirectory, folder);
+}
+
 TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
     state->closeJumpDialog();
     state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), "docs");
