@@ -77,8 +77,11 @@ void PromptBoxView::followState() {
     }
 }
 
+// The field opens with its text selected, as a prompt that starts with the
+// last pattern or destination is meant to be typed over.
 void PromptBoxView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
+    m_field->selectAll();
     m_field->setFocus(Qt::OtherFocusReason);
     // The window may take the keyboard back while the box is being shown.
     QTimer::singleShot(0, m_field, [field = m_field] { field->setFocus(Qt::OtherFocusReason); });

@@ -81,6 +81,15 @@ TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("made by typing"))).isDir());
     EXPECT_FALSE(state->createItemKind.has_value());
 
+    // The wildcard field starts with the last pattern, and typing replaces it.
+    state->openWildcardPrompt();
+    prompt = box<PromptBoxView>();
+    ASSERT_NE(prompt, nullptr);
+    QTest::keyClicks(prompt->field(), QStringLiteral("*.TXT"));
+    QTest::keyClick(prompt->field(), Qt::Key_Return);
+    EXPECT_EQ(state->errorMessage, std::nullopt);
+    EXPECT_TRUE(state->taggedKeys.contains(dir.filePath(QStringLiteral("file.txt"))));
+
     // The rename field starts with the name; a click beside the box cancels.
     state->setSelection(rowOf(QStringLiteral("file.txt")), PaneSide::left);
     state->openRenamePrompt();
