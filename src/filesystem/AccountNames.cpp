@@ -11,13 +11,18 @@ namespace AccountNames {
 
 namespace {
 
-template <typename Id, typename Lookup> QString cachedName(Id id, Lookup lookup) {
-    static std::mutex lock;
-    static QHash<Id, QString> names;
+// Names already looked up, by number. Users and groups each have their own:
+// one number may name a user and a group of different names.
+struct NameCache {
+    std::mutex lock;
+    QHash<unsigned, QString> names;
+};
+
+QString cachedName(NameCache& cache, unsigned id, QString (*lookup)(unsigned)) {
     {
-        std::lock_guard guard(lock);
-        const auto found = names.constFind(id);
-        if (found != names.constEnd()) {
+        std::lock_guard guard(cache.lock);
+        const auto found = cache.names.constFind(id);
+        if (found != cache.names.constEnd()) {
             return *found;
         }
     }
@@ -25,8 +30,8 @@ template <typename Id, typename Lookup> QString cachedName(Id id, Lookup lookup)
     if (name.isEmpty()) {
         name = QStringLiteral("-");
     }
-    std::lock_guard guard(lock);
-    names.insert(id, name);
+    std::lock_guard guard(cache.lock);
+    cache.names.insert(id, name);
     return name;
 }
 
@@ -53,10 +58,12 @@ QString lookUpGroup(gid_t gid) {
 } // namespace
 
 QString userName(uid_t uid) {
-    return cachedName(uid, lookUpUser);
+    static NameCache users;
+    return cachedName(users, uid, lookUpUser);
 }
 QString groupName(gid_t gid) {
-    return cachedName(gid, lookUpGroup);
+    static NameCache groups;
+    return cachedName(groups, gid, lookUpGroup);
 }
 
 } // namespace AccountNames

@@ -1,6 +1,7 @@
 // Listing a folder into pane rows: which rows appear, with which rights, in
 // which order, and how a failure reads.
 #include "core/Preferences.h"
+#include "filesystem/AccountNames.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 #include "support/ChildProcess.h"
@@ -11,6 +12,8 @@
 
 #include <gtest/gtest.h>
 
+#include <grp.h>
+#include <pwd.h>
 #include <sys/stat.h>
 
 namespace {
@@ -99,6 +102,16 @@ TEST_F(ListingTest, RowOfAFileCarriesItsValues) {
     EXPECT_NE(row->ownerName, QStringLiteral("-"));
     ASSERT_TRUE(row->modificationDate.has_value());
     EXPECT_LT(qAbs(row->modificationDate->secsTo(QDateTime::currentDateTimeUtc())), 60);
+}
+
+// Users and groups are numbered apart: 65534 is "nobody" and "nogroup" on
+// Debian, and each name must come from its own table.
+TEST_F(ListingTest, OwnerAndGroupNamesOfOneNumberAreLookedUpApart) {
+    const uid_t id = 65534;
+    const struct passwd* user = ::getpwuid(id);
+    const struct group* group = ::getgrgid(id);
+    EXPECT_EQ(AccountNames::userName(id), user ? QString::fromLocal8Bit(user->pw_name) : "-");
+    EXPECT_EQ(AccountNames::groupName(id), group ? QString::fromLocal8Bit(group->gr_name) : "-");
 }
 
 TEST_F(ListingTest, OnlyTheOwnersBitsDecideReadableAndWritable) {
