@@ -7,6 +7,7 @@
 #include "core/PathUtils.h"
 
 #include <QFileInfo>
+#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -19,15 +20,28 @@ bool isTaggable(const FileEntry& entry) {
     return !entry.isParent && !entry.isDirectory && !entry.isInsideArchive();
 }
 
-std::optional<int64_t> sizeOfKey(const QString& key, const QList<FileEntry>& left,
-                                 const QList<FileEntry>& right) {
+// The size of each tagged key from the first row that has it, left list
+// before right, in one pass over both lists.
+QHash<QString, std::optional<int64_t>> listedSizesOfKeys(const QSet<QString>& keys,
+                                                         const QList<FileEntry>& left,
+                                                         const QList<FileEntry>& right) {
+    QHash<QString, std::optional<int64_t>> sizes;
     for (const QList<FileEntry>* list : {&left, &right}) {
         for (const FileEntry& entry : *list) {
-            if (AppState::tagKey(entry) == key) {
-                return entry.size;
+            if (sizes.size() == keys.size()) {
+                return sizes;
+            }
+            const QString key = AppState::tagKey(entry);
+            if (keys.contains(key) && !sizes.contains(key)) {
+                sizes.insert(key, entry.size);
             }
         }
     }
+    return sizes;
+}
+
+// A key that no list shows is asked of the file system.
+std::optional<int64_t> sizeOnDisk(const QString& key) {
     if (key.startsWith(kArchiveKeyPrefix)) {
         return std::nullopt;
     }
@@ -201,9 +215,11 @@ QString AppState::taggedSizeLabel() const {
     if (taggedKeys.isEmpty()) {
         return {};
     }
+    const auto listed = listedSizesOfKeys(taggedKeys, leftEntries, rightEntries);
     int64_t total = 0;
     for (const QString& key : taggedKeys) {
-        total += sizeOfKey(key, leftEntries, rightEntries).value_or(0);
+        const auto found = listed.constFind(key);
+        total += (found != listed.constEnd() ? *found : sizeOnDisk(key)).value_or(0);
     }
     return QStringLiteral("タグ:") + Formats::formatCompactSize(total);
 }
