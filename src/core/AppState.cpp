@@ -8,8 +8,6 @@
 
 #include <QMetaObject>
 
-#include <array>
-
 AppState::AppState(Preferences& preferences, QObject* parent)
     : QObject(parent)
     , m_preferences(preferences) {
@@ -31,50 +29,23 @@ const QList<FileEntry>& AppState::entriesFor(PaneSide side) const {
     return side == PaneSide::left ? leftEntries : rightEntries;
 }
 
-namespace {
+AppState::~AppState() = default;
 
-// The rows the filter keeps, asked for many times per key by the commands and
-// the views. Folding every name of a large folder takes long, so the folded
-// names are kept until the pane's list changes, and the kept rows until the
-// query changes too. Main thread only, like the state it serves.
-struct FilteredRows {
-    const AppState* owner = nullptr;
-    int64_t listEpoch = -1;
-    const FileEntry* listData = nullptr;
-    qsizetype listSize = 0;
-    QStringList foldedNames;
-    QString query;
-    QList<FileEntry> kept;
-
-    bool holdsList(const AppState* state, int64_t epoch, const QList<FileEntry>& entries) const {
-        return owner == state && listEpoch == epoch && listData == entries.constData() &&
-               listSize == entries.size();
-    }
-};
-
-std::array<FilteredRows, 2> filteredRowsBySide;
-
-FilteredRows& filteredRows(const AppState* state, PaneSide side, int64_t epoch,
-                           const QList<FileEntry>& entries) {
-    FilteredRows& rows = filteredRowsBySide[side == PaneSide::left ? 0 : 1];
-    if (!rows.holdsList(state, epoch, entries)) {
-        rows = FilteredRows{state, epoch, entries.constData(), entries.size(), {}, {}, {}};
-        rows.foldedNames.reserve(entries.size());
+// The memo of a pane, made afresh when the pane's list is another than the one
+// it was made for.
+AppState::FilterMemo& AppState::filterMemo(PaneSide side) const {
+    const QList<FileEntry>& entries = entriesFor(side);
+    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    FilterMemo& memo = m_filterMemos[side == PaneSide::left ? 0 : 1];
+    if (memo.listEpoch != epoch || memo.listData != entries.constData() ||
+        memo.listSize != entries.size()) {
+        memo = FilterMemo{epoch, entries.constData(), entries.size(), {}, {}, {}};
+        memo.foldedNames.reserve(entries.size());
         for (const FileEntry& entry : entries) {
-            rows.foldedNames.append(TextMatching::foldedForMatching(entry.name));
+            memo.foldedNames.append(TextMatching::foldedForMatching(entry.name));
         }
     }
-    return rows;
-}
-
-} // namespace
-
-AppState::~AppState() {
-    for (FilteredRows& rows : filteredRowsBySide) {
-        if (rows.owner == this) {
-            rows = FilteredRows{};
-        }
-    }
+    return memo;
 }
 
 QList<FileEntry> AppState::visibleEntries(PaneSide side) const {
@@ -82,21 +53,20 @@ QList<FileEntry> AppState::visibleEntries(PaneSide side) const {
     if (!isSearching || activeFilerSide() != side || searchQuery.isEmpty()) {
         return entries;
     }
-    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
-    FilteredRows& rows = filteredRows(this, side, epoch, entries);
-    if (rows.query == searchQuery) {
-        return rows.kept;
+    FilterMemo& memo = filterMemo(side);
+    if (memo.query == searchQuery) {
+        return memo.kept;
     }
     // The test is on the real name even where another name is drawn.
     const QString query = TextMatching::foldedForMatching(searchQuery);
     QList<FileEntry> kept;
     for (qsizetype i = 0; i < entries.size(); ++i) {
-        if (entries.at(i).isParent || rows.foldedNames.at(i).contains(query)) {
+        if (entries.at(i).isParent || memo.foldedNames.at(i).contains(query)) {
             kept.append(entries.at(i));
         }
     }
-    rows.query = searchQuery;
-    rows.kept = kept;
+    memo.query = searchQuery;
+    memo.kept = kept;
     return kept;
 }
 

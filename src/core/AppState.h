@@ -11,6 +11,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -569,8 +570,23 @@ private:
     std::optional<QString> bookmarkTarget(PaneSide side) const;
     void storeStartupDirectory(const QString& path);
 
+    // The rows the filter keeps for a pane, asked for many times per key by
+    // the commands and the views. Folding every name of a large folder takes
+    // long, so the folded names are kept until the pane's list changes, and
+    // the kept rows until the query changes too.
+    struct FilterMemo {
+        int64_t listEpoch = -1;
+        const FileEntry* listData = nullptr;
+        qsizetype listSize = 0;
+        QStringList foldedNames;
+        QString query;
+        QList<FileEntry> kept;
+    };
+    FilterMemo& filterMemo(PaneSide side) const;
+
     Preferences& m_preferences;
     TextInputHost* m_textInputHost = nullptr;
+    mutable std::array<FilterMemo, 2> m_filterMemos;
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;

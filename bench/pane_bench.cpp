@@ -1,0 +1,91 @@
+// What a key costs in a pane of 100,000 files: a cursor step with the filter
+// open, and the tagged size the status line asks for at every redraw with
+// every file tagged.
+#include "core/AppState.h"
+#include "core/Preferences.h"
+#include "filesystem/FileAccessMemory.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+
+#include <benchmark/benchmark.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kFileCount = 100000;
+
+const QString& benchFolder() {
+    static QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/dorvik-bench-XXXXXX"));
+    static const bool made = [] {
+        for (int i = 0; i < kFileCount; ++i) {
+            const QByteArray path =
+                QFile::encodeName(dir.path()) + "/file" + QByteArray::number(i) + ".txt";
+            const int fd = ::open(path.constData(), O_CREAT | O_WRONLY, 0644);
+            if (fd >= 0) {
+                ::close(fd);
+            }
+        }
+        return true;
+    }();
+    Q_UNUSED(made);
+    static const QString path = dir.path();
+    return path;
+}
+
+// A state with the left pane on the large folder.
+struct LargePane {
+    MemoryPreferences preferences;
+    std::unique_ptr<AppState> state;
+
+    LargePane() {
+        FileAccessMemory::attach(&preferences);
+        preferences.setValue(QStringLiteral("startupDirectory"), benchFolder());
+        state = std::make_unique<AppState>(preferences);
+        state->reloadPane(PaneSide::left, false);
+    }
+    ~LargePane() {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
+    }
+};
+
+void BM_FilteredCursorStep(benchmark::State& bench) {
+    LargePane pane;
+    pane.state->openFilter();
+    pane.state->searchQuery = QStringLiteral("9");
+    pane.state->applyFilter();
+    int step = 1;
+    for (auto _ : bench) {
+        pane.state->moveCursor(step);
+        benchmark::DoNotOptimize(pane.state->visibleEntries(PaneSide::left));
+        step = -step;
+    }
+}
+
+void BM_TaggedSizeOfEveryFile(benchmark::State& bench) {
+    LargePane pane;
+    pane.state->openWildcardPrompt();
+    pane.state->wildcardPattern = QStringLiteral("*");
+    pane.state->applyWildcardTag();
+    for (auto _ : bench) {
+        benchmark::DoNotOptimize(pane.state->taggedSizeLabel());
+    }
+}
+
+BENCHMARK(BM_FilteredCursorStep)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BM_TaggedSizeOfEveryFile)->Unit(benchmark::kMillisecond);
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QCoreApplication application(argc, argv);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    return 0;
+}
