@@ -97,6 +97,10 @@ public:
     // --- Listing
     Result<QList<FileEntry>, QString> listLocation(const FilerLocation& location) const;
     void reloadPane(PaneSide side, bool forgetRights);
+    // A reload for a change seen on disk: the folder is listed on a worker
+    // thread and its rows shown when they come, unless the pane was listed
+    // anew or moved on meanwhile, or a later such reload was asked for.
+    void reloadPaneInBackground(PaneSide side);
     void refreshAll();
 
     // Schedules one changed() for everything changed in this turn of the loop.
@@ -215,10 +219,8 @@ public:
     // --- Directory watching (PaneWatching.cpp)
     void watchPaneFolder(PaneSide side);
 
-    // --- Commands whose areas are still to come (PendingCommands.cpp). They
-    // are routed from the keys already; until their area fills them they do
-    // nothing, and their keys are consumed all the same. They are virtual so
-    // that a test can see which of them a key reaches.
+    // --- Commands the keys reach. They are virtual so that a test can see
+    // which of them a key reaches.
     // DOS dialog
     bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode, bool shift);
     // Name prompts
@@ -530,6 +532,7 @@ private:
     void readJumpBookmarks();
     void resolveStartupDirectory();
     void setEntries(PaneSide side, QList<FileEntry> entries);
+    void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
 
     // Key dispatch, one function per mode's table (KeyDispatch*.cpp).
     std::optional<bool> dispatchModalKey(const KeyPress& press);
@@ -587,6 +590,8 @@ private:
     Preferences& m_preferences;
     TextInputHost* m_textInputHost = nullptr;
     mutable std::array<FilterMemo, 2> m_filterMemos;
+    // The latest background reload asked for, per pane.
+    std::array<uint64_t, 2> m_backgroundReloads{};
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;

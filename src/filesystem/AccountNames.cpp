@@ -58,11 +58,11 @@ QString lookUpGroup(gid_t gid) {
 } // namespace
 
 QString userName(uid_t uid) {
-    static NameCache users;
+    static NameCache& users = *new NameCache; // outlives listings still running at exit
     return cachedName(users, uid, lookUpUser);
 }
 QString groupName(gid_t gid) {
-    static NameCache groups;
+    static NameCache& groups = *new NameCache;
     return cachedName(groups, gid, lookUpGroup);
 }
 

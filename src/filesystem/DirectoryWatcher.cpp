@@ -34,8 +34,11 @@ DirectoryWatcher::~DirectoryWatcher() {
 }
 
 void DirectoryWatcher::start(const QString& url, std::function<void()> onChange) {
-    stop();
     const QString path = PathUtils::standardizedPath(url);
+    // Re-arming on the same folder (every reload does) keeps a change seen
+    // while the reload was listing: its call is still owed.
+    const bool owed = m_debounce.isActive() && path == m_path;
+    stop();
     const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     if (fd < 0) {
         return;
@@ -49,6 +52,9 @@ void DirectoryWatcher::start(const QString& url, std::function<void()> onChange)
     m_onChange = std::move(onChange);
     m_source = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     QObject::connect(m_source.get(), &QSocketNotifier::activated, [this] { drainEvents(); });
+    if (owed) {
+        m_debounce.start();
+    }
 }
 
 void DirectoryWatcher::stop() {

@@ -23,7 +23,8 @@ public:
     DirectoryWatcher(const DirectoryWatcher&) = delete;
     DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
 
-    // Starts afresh on the folder: any earlier watch and pending call end.
+    // Starts afresh on the folder: any earlier watch ends, and so does its
+    // pending call unless the folder is the same one.
     void start(const QString& url, std::function<void()> onChange);
     void stop();
 

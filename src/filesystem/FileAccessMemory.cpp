@@ -3,9 +3,11 @@
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 
+#include <QCoreApplication>
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QThread>
 
 #include <mutex>
 
@@ -25,9 +27,11 @@ struct Memory {
     bool dirty = true;
 };
 
+// Never destroyed: a listing on a worker thread may still be using it while
+// the program ends.
 Memory& memory() {
-    static Memory instance;
-    return instance;
+    static Memory* instance = new Memory;
+    return *instance;
 }
 
 // Runs under the lock before every operation; loads the store once.
@@ -182,6 +186,13 @@ void forget(const QString& url) {
 }
 
 void persist() {
+    // The settings store belongs to the main thread. A listing made on a
+    // worker leaves the write to the main thread, which persists when it
+    // shows the rows; the records stay marked as not yet written till then.
+    const QCoreApplication* application = QCoreApplication::instance();
+    if (application && QThread::currentThread() != application->thread()) {
+        return;
+    }
     Memory& m = memory();
     std::lock_guard guard(m.lock);
     loadIfNeeded(m);

@@ -30,7 +30,8 @@ std::optional<Record> rememberedRecord(const QString& url);
 void remember(const Record& record, const QString& url, bool persistNow);
 // Removes the path's record; writes the store only if a record was removed.
 void forget(const QString& url);
-// Writes the whole memory to the store (once per listing).
+// Writes the whole memory to the store (once per listing). Off the main
+// thread it writes nothing: the main thread persists later.
 void persist();
 
 // The memory as the JSON text of the store, and back. Decoding fails (none)

@@ -1,12 +1,16 @@
-// Filling a pane: AppState::listLocation, reloadPane and refreshAll.
+// Filling a pane: AppState::listLocation, reloadPane, reloadPaneInBackground
+// and refreshAll.
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
+#include "core/DiskReadPool.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QFileInfo>
+#include <QFutureWatcher>
+#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -34,7 +38,10 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
             FileAccessMemory::forget(directory->url);
         }
     }
-    auto rows = listLocation(location);
+    showListing(side, listLocation(location));
+}
+
+void AppState::showListing(PaneSide side, Result<QList<FileEntry>, QString> rows) {
     if (!rows) {
         errorMessage = rows.error();
         dosDialogActionIndex = 0;
@@ -49,6 +56,43 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
         rebuildGalleryItems();
     }
     notifyChanged();
+}
+
+void AppState::reloadPaneInBackground(PaneSide side) {
+    const FilerLocation location = locationFor(side);
+    const auto* directory = location.asDirectory();
+    if (!directory) {
+        reloadPane(side, true);
+        return;
+    }
+    FileAccessMemory::forget(directory->url);
+    const uint64_t request = ++m_backgroundReloads[side == PaneSide::left ? 0 : 1];
+    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    using Rows = FsResult<QList<FileEntry>>;
+    auto* watcher = new QFutureWatcher<Rows>(this);
+    connect(watcher, &QFutureWatcher<Rows>::finished, this, [=, this] {
+        watcher->deleteLater();
+        const bool current = request == m_backgroundReloads[side == PaneSide::left ? 0 : 1] &&
+                             epoch == (side == PaneSide::left ? leftListEpoch : rightListEpoch) &&
+                             locationFor(side) == location;
+        if (!current) {
+            return;
+        }
+        // The rights met in the listing are written to the store here, on
+        // the thread that owns the settings.
+        FileAccessMemory::persist();
+        Rows rows = watcher->result();
+        if (!rows) {
+            showListing(side, fail(rows.error().description()));
+        } else {
+            showListing(side, std::move(rows).value());
+        }
+    });
+    watcher->setFuture(QtConcurrent::run(
+        &DiskReadPool::instance(), [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
+                                    localized = showLocalizedNames] {
+            return FileSystemService::listDirectory(url, hidden, sort, localized);
+        }));
 }
 
 void AppState::refreshAll() {

@@ -21,7 +21,7 @@ void AppState::watchPaneFolder(PaneSide side) {
         if (!state || (side == PaneSide::right && state->rightMode != RightPaneMode::filer)) {
             return;
         }
-        state->reloadPane(side, true);
+        state->reloadPaneInBackground(side);
     });
 }
 

@@ -69,6 +69,27 @@ TEST(DirectoryWatcher, SeesWritesIntoItemsTheFolderRenamedAndStopNorWatchesWhatI
     EXPECT_FALSE(watcher.isWatching());
 }
 
+// Every reload re-arms the watch; a change seen just before must still call back.
+TEST(DirectoryWatcher, ReArmingTheSameFolderKeepsTheCallOwedAndAnotherFolderDropsIt) {
+    TestDir dir;
+    DirectoryWatcher watcher(100ms);
+    int calls = 0;
+    watcher.start(dir.path(), [&] { ++calls; });
+    dir.makeFile("a.txt");
+    runEventsFor(30ms);
+    watcher.start(dir.path(), [&] { ++calls; });
+    runEventsFor(300ms);
+    EXPECT_EQ(calls, 1);
+
+    dir.makeFile("b.txt");
+    runEventsFor(30ms);
+    watcher.start(dir.filePath("sub-missing-so-unwatched"), [&] { ++calls; });
+    dir.makeFolder("elsewhere");
+    watcher.start(dir.filePath("elsewhere"), [&] { ++calls; });
+    runEventsFor(300ms);
+    EXPECT_EQ(calls, 1);
+}
+
 class PaneWatchingTest : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -97,6 +118,36 @@ TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
     QTRY_COMPARE_WITH_TIMEOUT(state->leftListEpoch, epoch + 1, 2000);
     EXPECT_EQ(state->leftEntries.last().name, "new.txt");
     EXPECT_NE(FileAccessMemory::rememberedRecord(dir.path())->owner, "x");
+}
+
+// A change on disk lists the folder on a worker thread. Its rows are shown only
+// if they are still the latest word on the pane's folder.
+TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
+    state->leftWatcher.reset(); // reloads are asked for by hand here
+    state->reloadPane(PaneSide::left, false);
+    dir.makeFile("one.txt");
+    const int64_t epoch = state->leftListEpoch;
+    state->reloadPaneInBackground(PaneSide::left);
+    EXPECT_EQ(state->leftListEpoch, epoch);
+    QTRY_COMPARE_WITH_TIMEOUT(state->leftListEpoch, epoch + 1, 2000);
+    EXPECT_EQ(state->leftEntries.last().name, "one.txt");
+    // The rights met by the worker are written by the main thread.
+    EXPECT_TRUE(preferences.dataValue("fileAccessMemory.v1").contains("one.txt"));
+
+    // Two requests in a row show rows once, not twice.
+    state->reloadPaneInBackground(PaneSide::left);
+    state->reloadPaneInBackground(PaneSide::left);
+    QTRY_COMPARE_WITH_TIMEOUT(state->leftListEpoch, epoch + 2, 2000);
+    runEventsFor(100ms);
+    EXPECT_EQ(state->leftListEpoch, epoch + 2);
+
+    // The pane moved on before the rows came: they are dropped.
+    TestDir other;
+    other.makeFile("elsewhere.txt");
+    state->reloadPaneInBackground(PaneSide::left);
+    state->openLocation(FilerLocation::directory(other.path()), PaneSide::left, std::nullopt);
+    runEventsFor(200ms);
+    EXPECT_EQ(state->leftEntries.last().name, "elsewhere.txt");
 }
 
 TEST_F(PaneWatchingTest, NoWatchInsideArchivesNorReloadOfARightPaneNotAFiler) {
