@@ -33,13 +33,6 @@ QColor colorFor(EntryDisplay::ColorRole role) {
     return EntryColors::of(role);
 }
 
-const QString kScrollBarStyle = QStringLiteral(
-    "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
-    "QScrollBar::handle:vertical { background: rgba(140, 140, 217, 160); min-height: 24px;"
-    " border-radius: 3px; }"
-    "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
-    "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }");
-
 } // namespace
 
 // The rows of a pane. Scrolls by points; paints only the rows in view.
@@ -53,7 +46,7 @@ public:
         setFocusPolicy(Qt::NoFocus);
         setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
         setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-        verticalScrollBar()->setStyleSheet(kScrollBarStyle);
+        verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
         viewport()->setAutoFillBackground(false);
         m_animation = new QPropertyAnimation(verticalScrollBar(), "value", this);
         m_animation->setDuration(kScrollMilliseconds);

@@ -26,13 +26,6 @@ constexpr int kImageInset = 4;
 // The loading and failed marks stand in for a picture, so they are drawn large.
 constexpr double kMarkScale = 2.5;
 
-const QString kScrollBarStyle = QStringLiteral(
-    "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
-    "QScrollBar::handle:vertical { background: rgba(140, 140, 217, 160); min-height: 24px;"
-    " border-radius: 3px; }"
-    "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
-    "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }");
-
 // The folder the items come from: the pane's location, and in tree mode the
 // folder under the tree's cursor.
 QString sourceIdentity(const AppState& state) {
@@ -54,7 +47,7 @@ GalleryGrid::GalleryGrid(AppState& state, QWidget* parent)
     setFocusPolicy(Qt::NoFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    verticalScrollBar()->setStyleSheet(kScrollBarStyle);
+    verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
     viewport()->setAutoFillBackground(false);
 }
 

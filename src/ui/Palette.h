@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QColor>
+#include <QString>
 
 // The named colours of the screen. All are fixed: there is no light or dark variant.
 namespace Palette {
@@ -59,6 +60,16 @@ inline QColor archiveText() {
 }
 inline QColor unreadableArchiveText() {
     return rgb(0.75, 0.55, 0.1);
+}
+
+// The thin scroll bar of the scrolling lists, drawn over the navy pane.
+inline QString thinScrollBarStyle() {
+    return QStringLiteral(
+        "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
+        "QScrollBar::handle:vertical { background: rgba(140, 140, 217, 160); min-height: 24px;"
+        " border-radius: 3px; }"
+        "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
+        "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }");
 }
 
 } // namespace Palette
