@@ -68,7 +68,15 @@ std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
         if (textInputHasMarkedText()) {
             return false;
         }
-        return isSearchTreeBoxOpen ? handleSearchTreeBoxKey(press) : handleFileSearchKey(press);
+        if (isSearchTreeBoxOpen) {
+            return handleSearchTreeBoxKey(press);
+        }
+        // EDITOR opened from a hit stands beside the form: while it has the
+        // focus, letters and arrows edit the text instead of the hits.
+        if (focusedSide == PaneSide::right && rightMode == RightPaneMode::editor) {
+            return handleEditorKey(press);
+        }
+        return handleFileSearchKey(press);
     }
     if (isSortPickerOpen) {
         return handleSortPickerKey(press);

@@ -45,8 +45,16 @@ std::optional<FolderSearchHit> selectedHit(const AppState& state) {
     return hits.at(state.fileSearchSelection);
 }
 
-// A folder stands in the VIEWER as its path; a file is previewed.
+bool editorHoldsChanges(const AppState& state) {
+    return state.rightMode == RightPaneMode::editor && state.isDirty;
+}
+
+// A folder stands in the VIEWER as its path; a file is previewed. Unsaved
+// EDITOR text is never replaced by the hit.
 void showHit(AppState& state, const FolderSearchHit& hit) {
+    if (editorHoldsChanges(state)) {
+        return;
+    }
     if (hit.isDirectory) {
         state.clearViewer();
         state.editorURL = hit.url;
@@ -135,8 +143,10 @@ void AppState::exitFileSearchMode() {
         closeSearchTreeBox();
     }
     isFileSearchMode = false;
-    clearViewer();
-    syncPreview();
+    if (!editorHoldsChanges(*this)) {
+        clearViewer();
+        syncPreview();
+    }
     notifyChanged();
 }
 

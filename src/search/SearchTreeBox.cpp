@@ -64,6 +64,9 @@ void AppState::collapseOrExpandSearchTreeBoxRow(bool expand) {
     }
     if (expand) {
         searchTreeSession->expandSelected(showHiddenFiles);
+        // The box shows no file list: Right on a leaf must not leave the keys
+        // there, or the next Left would only take them back.
+        searchTreeSession->focusOnFiles = false;
     } else {
         searchTreeSession->collapseSelected(showHiddenFiles);
     }

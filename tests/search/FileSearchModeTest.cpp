@@ -176,6 +176,27 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("music/alpha-live")));
 }
 
+// E on a hit opens EDITOR beside the form: its keys, letters and arrows
+// included, edit the text, and nothing of the form may throw the changes away.
+TEST_F(FileSearchModeTest, AnEditorOpenedFromAHitKeepsItsKeysAndItsChanges) {
+    state->enterFileSearchMode();
+    typeQuery(QStringLiteral("alpha.txt"));
+    ASSERT_TRUE(waitForScan());
+    state->focusFileSearchResults();
+    state->handleKeyDown(KeyTest::typed(QStringLiteral("e")));
+    ASSERT_EQ(state->rightMode, RightPaneMode::editor);
+    state->updateEditorText(QStringLiteral("changed"));
+    ASSERT_TRUE(state->isDirty);
+
+    EXPECT_FALSE(state->handleKeyDown(KeyTest::typed(QStringLiteral("e"))));
+    EXPECT_FALSE(state->handleKeyDown(named(KeyCode::down)));
+    state->moveFileSearchSelection(0); // a click on the hit
+    EXPECT_EQ(state->editorText, QStringLiteral("changed"));
+    state->exitFileSearchMode();
+    EXPECT_EQ(state->editorText, QStringLiteral("changed"));
+    EXPECT_TRUE(state->isDirty);
+}
+
 TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     state->enterFileSearchMode();
     state->fileSearchFocusField = FileSearchFocusField::folder;
@@ -188,6 +209,13 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     EXPECT_EQ(state->searchTreeSession->selectedPath(), dir.filePath("music"));
     state->handleKeyDown(named(KeyCode::right));
     EXPECT_EQ(state->searchTreeBoxRowCount(), 4);
+    // The box has no file list: Right on a leaf leaves nothing behind that
+    // would swallow the next Left.
+    state->handleKeyDown(named(KeyCode::down));
+    state->handleKeyDown(named(KeyCode::right));
+    state->handleKeyDown(named(KeyCode::up));
+    state->handleKeyDown(named(KeyCode::left));
+    EXPECT_EQ(state->searchTreeBoxRowCount(), 3);
 
     // Esc keeps the folder; Enter takes the row under the cursor.
     state->handleKeyDown(named(KeyCode::escape));
