@@ -1,5 +1,7 @@
 #include "ui/RowListArea.h"
 
+#include "ui/Palette.h"
+
 #include <QScrollBar>
 
 RowListArea::RowListArea(QWidget* parent)
@@ -7,6 +9,7 @@ RowListArea::RowListArea(QWidget* parent)
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::NoFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
     viewport()->setAutoFillBackground(false);
 }
 

@@ -72,6 +72,16 @@ TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndTypingSearches) {
     // The size column of "alpha.txt" reads "2.0K" in the dim colour.
     EXPECT_GT(countColor(image, first.adjusted(8, 0, -(first.width() - 64), 0), Palette::dimText()),
               5);
+
+    // A long list scrolls with the thin bar of the panes, not a light desktop one.
+    for (int i = 0; i < 60; ++i) {
+        dir.makeFile(QStringLiteral("alp%1").arg(i), "x");
+    }
+    state->scheduleFileSearch();
+    ASSERT_TRUE(finished.wait(3000));
+    image = grab(view);
+    const QRect edge(first.right() - 12, first.top(), 12, view.resultRowRect(10).bottom());
+    EXPECT_EQ(countColor(image, edge, QColor(230, 230, 230), 12), 0);
 }
 
 TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys) {
