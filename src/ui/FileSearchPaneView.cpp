@@ -463,7 +463,11 @@ void FileSearchPaneView::paintEvent(QPaintEvent*) {
     const QRectF footer(PaneFrame::kContentMargin + kFooterPadH,
                         height() - PaneFrame::kContentMargin - footerHeight,
                         inner - 2 * kFooterPadH, footerHeight);
+    // The count stays whole at the right end; the keys give way when the
+    // pane is too narrow for both.
     const QString count = footerCount();
-    text.draw(painter, footer, kFooterKeys, Palette::dimText());
+    const double keysWidth = footer.width() - text.width(count) - kColumnGap;
+    text.draw(painter, footer, text.elided(kFooterKeys, keysWidth, Qt::ElideRight),
+              Palette::dimText());
     text.draw(painter, footer, count, Palette::dimText(), Qt::AlignRight);
 }

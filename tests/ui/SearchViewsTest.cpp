@@ -84,6 +84,21 @@ TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndTypingSearches) {
     EXPECT_EQ(countColor(image, edge, QColor(230, 230, 230), 12), 0);
 }
 
+// In a narrow pane the footer's keys give way to the count of hits, which
+// is drawn alone at the right end just as in a wide pane.
+TEST_F(SearchViewsTest, TheFooterCountStaysReadableInANarrowPane) {
+    state->enterFileSearchMode();
+    FileSearchPaneView wide(*state);
+    FileSearchPaneView narrow(*state);
+    wide.resize(800, 300);
+    narrow.resize(330, 300);
+    const auto countCorner = [](FileSearchPaneView& view) {
+        view.show();
+        return grab(view).copy(view.width() - 45, view.height() - 26, 33, 20);
+    };
+    EXPECT_EQ(countCorner(narrow), countCorner(wide));
+}
+
 TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys) {
     state->toggleTreeMode();
     auto session = state->treeSessionFor(PaneSide::left);
