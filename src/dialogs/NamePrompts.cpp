@@ -7,6 +7,7 @@
 
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
+#include "search/TreeSession.h"
 
 namespace {
 
@@ -70,9 +71,14 @@ void AppState::openCreateItemPrompt(CreateItemKind kind) {
                                        : ArchiveLocation::ReadOnlyCommand::createFile)) {
         return;
     }
-    const FilerLocation& location = locationFor(*side);
+    // In tree mode with the keys on the tree, the new item goes into the
+    // folder under the tree cursor: the pane's own folder is out of sight.
+    const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr;
+    const QString parent = session && !session->focusOnFiles
+                               ? session->selectedPath()
+                               : locationFor(*side).asDirectory()->url;
     clearWayForNamePrompt(*this);
-    createItemParentPath = location.asDirectory()->url;
+    createItemParentPath = parent;
     createItemName.clear();
     createItemKind = kind;
     notifyChanged();

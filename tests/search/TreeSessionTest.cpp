@@ -198,6 +198,11 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     state->treeSelectLast();
     EXPECT_EQ(session().selectedPath(), dir.filePath("Work10"));
     EXPECT_TRUE(session().files.isEmpty());
+    // A new folder goes into the folder under the tree cursor, not the
+    // pane's own folder that the tree hides.
+    state->openCreateItemPrompt(CreateItemKind::folder);
+    EXPECT_EQ(state->createItemParentPath, dir.filePath("Work10"));
+    state->cancelCreateItemPrompt();
     state->activateTreeSelection();
     EXPECT_FALSE(state->leftTreeMode);
     EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Work10")));
