@@ -88,6 +88,7 @@ void OverlayView::followState() {
         m_box = makeBox(kind);
         setVisible(m_box != nullptr);
         if (m_box) {
+            m_box->installEventFilter(this);
             raise();
             placeBox();
             m_box->show();
@@ -102,10 +103,22 @@ void OverlayView::placeBox() {
     if (!m_box) {
         return;
     }
-    const QSize size = m_box->sizeHint().expandedTo(m_box->minimumSizeHint());
+    // A box of fixed width reports a smaller hint than the width it keeps,
+    // so its width limits count too; otherwise it would stand off-centre.
+    QSize size = m_box->sizeHint().expandedTo(m_box->minimumSizeHint());
+    size.setWidth(std::clamp(size.width(), m_box->minimumWidth(), m_box->maximumWidth()));
     const QSize clamped = size.boundedTo(this->size());
     m_box->setGeometry(
         QRect(QPoint((width() - clamped.width()) / 2, (height() - clamped.height()) / 2), clamped));
+}
+
+// A box whose layout changes, with a new font size for one, is placed again
+// once the layout has taken its new size.
+bool OverlayView::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == m_box && event->type() == QEvent::LayoutRequest) {
+        QMetaObject::invokeMethod(this, &OverlayView::placeBox, Qt::QueuedConnection);
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void OverlayView::resizeEvent(QResizeEvent* event) {

@@ -29,7 +29,6 @@ PromptBoxView::PromptBoxView(AppState& state, Binding binding, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
     , m_binding(std::move(binding)) {
-    setFont(ScreenFont::font(state.uiFontSize));
     setFixedWidth(kWidth);
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(kBorder + 14, kBorder + 8, kBorder + 14, kBorder + 8);
@@ -64,6 +63,14 @@ PromptBoxView::PromptBoxView(AppState& state, Binding binding, QWidget* parent)
 }
 
 void PromptBoxView::followState() {
+    // The size can be chosen from the menu while the box stands. The styled
+    // children do not take a new font from the box, so each is given it.
+    if (const QFont font = ScreenFont::font(m_state.uiFontSize); font != this->font()) {
+        const QList<QWidget*> widgets{this, m_title, m_lines, m_label, m_hint, m_field};
+        for (QWidget* widget : widgets) {
+            widget->setFont(font);
+        }
+    }
     const Content content = m_binding.content();
     m_title->setText(content.title);
     m_lines->setText(content.lines.join(QLatin1Char('\n')));

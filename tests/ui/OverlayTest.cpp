@@ -75,6 +75,18 @@ TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     state->openCreateItemPrompt(CreateItemKind::folder);
     auto* prompt = box<PromptBoxView>();
     ASSERT_NE(prompt, nullptr);
+    // The box stands in the middle of the backdrop.
+    EXPECT_NEAR(prompt->geometry().center().x(), overlay->width() / 2, 1);
+    EXPECT_NEAR(prompt->geometry().center().y(), overlay->height() / 2, 1);
+    // A size chosen from the menu while the box stands applies to it at once;
+    // the box grows and shrinks with its text and stays in the middle.
+    const int heightAt13 = prompt->height();
+    state->setUIFontSize(18);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return prompt->height() > heightAt13; }, 2000));
+    EXPECT_EQ(prompt->field()->font().pixelSize(), 18);
+    EXPECT_NEAR(prompt->geometry().center().y(), overlay->height() / 2, 1);
+    state->setUIFontSize(13);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return prompt->height() == heightAt13; }, 2000));
     QTest::keyClicks(prompt->field(), QStringLiteral("made by typing"));
     EXPECT_EQ(state->createItemName, QStringLiteral("made by typing"));
     QTest::keyClick(prompt->field(), Qt::Key_Return);
