@@ -32,6 +32,7 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     , m_state(state) {
     setWindowTitle(QStringLiteral("Dorvik"));
     setMinimumSize(kMinimumSize);
+    resize(kDefaultSize);
     setAutoFillBackground(true);
     QPalette navy = palette();
     navy.setColor(QPalette::Window, Palette::paneBackground());

@@ -25,7 +25,6 @@ int DorvikApp::run(QApplication& application) {
     m_keyFilter = std::make_unique<KeyEventFilter>(*m_state);
     application.installEventFilter(m_keyFilter.get());
     m_window = std::make_unique<ContentView>(*m_state);
-    m_window->resize(1280, 800);
     m_window->show();
     return application.exec();
 }

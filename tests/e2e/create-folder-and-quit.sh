@@ -1,12 +1,16 @@
 #!/usr/bin/env bash
-# Starts dorvik on its own X display with a fresh home folder, types K, a
-# folder name and Return, then Q and Y. Passes when the folder is on disk and
-# the program has ended by itself.
+# Starts dorvik on its own X display with a fresh home folder, checks the
+# window's first size, types K, a folder name and Return, then Q and Y. Passes
+# when the folder is on disk and the program has ended by itself.
 set -euo pipefail
 source "$(dirname "$0")/session.sh"
 
 folder_name="e2e-folder"
 start_dorvik
+
+# A new window comes up at the default frame of 1100 by 680.
+geometry=$(xdotool getwindowgeometry "$(xdotool search --onlyvisible --name '^Dorvik$' | head -1)")
+[[ "$geometry" == *"Geometry: 1100x680"* ]] || fail "the window came up as: $geometry"
 
 xdotool key --delay 100 k
 sleep 0.5
