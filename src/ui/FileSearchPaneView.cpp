@@ -11,6 +11,7 @@
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QLineEdit>
 #include <QMouseEvent>
@@ -405,6 +406,12 @@ void FileSearchPaneView::syncFields() {
 // The keyboard goes to the field of a new focus position on the next turn of
 // the loop; a position without a field takes it from the fields.
 void FileSearchPaneView::followFocus() {
+    // While the right pane has the keys, the form hands the keyboard out
+    // again when they come back, taking it from EDITOR's text.
+    if (m_state.focusedSide != PaneSide::left) {
+        m_shownFocus.reset();
+        return;
+    }
     const Field focus = m_state.fileSearchFocusField;
     if (m_shownFocus == focus || m_state.isSearchTreeBoxOpen) {
         return;
@@ -420,7 +427,7 @@ void FileSearchPaneView::followFocus() {
                 target->setFocus(Qt::OtherFocusReason);
             }
         });
-    } else if (QWidget* focused = focusWidget(); focused && !isTextField(focus)) {
+    } else if (QWidget* focused = QApplication::focusWidget(); focused && !isTextField(focus)) {
         focused->clearFocus();
         window()->setFocus(Qt::OtherFocusReason);
     }

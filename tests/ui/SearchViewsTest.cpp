@@ -18,6 +18,11 @@ using namespace ScreenTest;
 
 namespace {
 
+// QTRY_VERIFY would fail without telling the test runner.
+template <typename Condition> bool settles(Condition condition) {
+    return QTest::qWaitFor(condition, 2000);
+}
+
 class SearchViewsTest : public ScreenFixture {
 protected:
     void SetUp() override {
@@ -49,14 +54,14 @@ TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndTypingSearches) {
     EXPECT_GT(fillIn(image, query, rowFill), query.height() * 20);
     EXPECT_EQ(fillIn(image, sort, rowFill), 0);
     // The name field takes the keyboard on the next turn of the loop.
-    QTRY_VERIFY(view.queryFocused());
+    EXPECT_TRUE(settles([&] { return view.queryFocused(); }));
     state->cycleFileSearchFocus(-2);
     image = grab(view);
     EXPECT_EQ(fillIn(image, query, rowFill), 0);
     EXPECT_GT(fillIn(image, sort, rowFill), sort.height() * 20);
     EXPECT_FALSE(view.queryFocused());
     state->cycleFileSearchFocus(2);
-    QTRY_VERIFY(view.queryFocused());
+    EXPECT_TRUE(settles([&] { return view.queryFocused(); }));
 
     QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
     QTest::keyClicks(view.focusWidget(), QStringLiteral("alp"));
@@ -82,6 +87,31 @@ TEST_F(SearchViewsTest, TheFocusedFormRowIsFilledAndTypingSearches) {
     image = grab(view);
     const QRect edge(first.right() - 12, first.top(), 12, view.resultRowRect(10).bottom());
     EXPECT_EQ(countColor(image, edge, QColor(230, 230, 230), 12), 0);
+}
+
+// When the keys come back to the form from EDITOR beside it, the editor's
+// text stops taking what is typed: the form's field, or no field, has it.
+TEST_F(SearchViewsTest, TheFormTakesTheKeyboardBackFromTheRightPane) {
+    state->enterFileSearchMode();
+    QWidget window;
+    auto* view = new FileSearchPaneView(*state, &window);
+    auto* editor = new QLineEdit(&window); // stands for EDITOR's text
+    view->resize(640, 480);
+    editor->move(660, 0);
+    window.resize(900, 480);
+    window.show();
+    EXPECT_TRUE(settles([&] { return view->queryFocused(); }));
+    for (const auto field : {FileSearchFocusField::query, FileSearchFocusField::results}) {
+        state->fileSearchFocusField = field;
+        state->focusedSide = PaneSide::right;
+        state->notifyChanged();
+        QApplication::processEvents();
+        editor->setFocus();
+        EXPECT_TRUE(settles([&] { return editor->hasFocus(); }));
+        state->focusPane(PaneSide::left);
+        EXPECT_TRUE(settles([&] { return !editor->hasFocus(); }));
+        EXPECT_EQ(view->queryFocused(), field == FileSearchFocusField::query);
+    }
 }
 
 // In a narrow pane the footer's keys give way to the count of hits, which
