@@ -5,6 +5,7 @@
 #include "ui/Palette.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QMenu>
 
 namespace {
@@ -49,6 +50,11 @@ void AppMenus::buildFileMenu() {
                     [this] { m_state.enterFileSearchMode(); });
     file->addAction(QStringLiteral("Save"), QKeySequence(Qt::CTRL | Qt::Key_S), this,
                     [this] { m_state.saveEditor(); });
+    // The desktop's own Quit, as a system menu would give it: it ends the
+    // program at once and does not ask as the key Q does.
+    file->addSeparator();
+    file->addAction(QStringLiteral("Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this,
+                    [] { QCoreApplication::exit(0); });
 }
 
 void AppMenus::buildViewMenu() {

@@ -1,8 +1,9 @@
 # Shared by the end-to-end scripts: runs the script again under xvfb-run,
 # starts dorvik with a fresh home folder, gives its window the keyboard, takes
-# screenshots and quits with Q, Y. Source it with the binary and the artifact
-# folder as $1 and $2; set start_folder before calling start_dorvik to open
-# somewhere else than the home folder.
+# screenshots, and quits with Q, Y (quit_dorvik) or waits for the program to
+# end (wait_for_exit). Source it with the binary and the artifact folder as $1
+# and $2; set start_folder before calling start_dorvik to open somewhere else
+# than the home folder.
 
 binary=$1
 artifacts=$2
@@ -69,12 +70,16 @@ quit_dorvik() {
   sleep 0.5
   screenshot quit-dialog
   xdotool key --delay 100 y
+  wait_for_exit
+}
+
+wait_for_exit() {
   for _ in $(seq 1 50); do
     kill -0 "$pid" 2>/dev/null || break
     sleep 0.1
   done
   if kill -0 "$pid" 2>/dev/null; then
-    fail "the program did not end after Q, Y"
+    fail "the program did not end"
   fi
   wait "$pid" || fail "the program ended with status $?"
 }

@@ -50,6 +50,7 @@ TEST_F(AppMenusTest, ItemsCarryTheirCtrlShortcuts) {
     } items[] = {
         {"Search Files…", QKeySequence(Qt::CTRL | Qt::Key_F)},
         {"Save", QKeySequence(Qt::CTRL | Qt::Key_S)},
+        {"Quit", QKeySequence(Qt::CTRL | Qt::Key_Q)},
         {"Layout: 2 Filers", QKeySequence()},
         {"Layout: Viewer", QKeySequence()},
         {"Layout: Gallery", QKeySequence()},
