@@ -68,6 +68,10 @@ std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
         if (textInputHasMarkedText()) {
             return false;
         }
+        // X on a hit puts the open-with picker over the form.
+        if (isOpenWithPickerOpen) {
+            return handleOpenWithPickerKey(press);
+        }
         if (isSearchTreeBoxOpen) {
             return handleSearchTreeBoxKey(press);
         }

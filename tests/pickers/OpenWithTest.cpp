@@ -7,6 +7,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "pickers/OpenWith.h"
+#include "search/FolderSearchService.h"
 #include "support/TestDir.h"
 
 #include <QDir>
@@ -14,6 +15,8 @@
 #include <QFileInfo>
 #include <QProcess>
 #include <QTest>
+
+#include <QSignalSpy>
 
 #include <gtest/gtest.h>
 
@@ -304,6 +307,25 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     EXPECT_FALSE(state->openWithFileURL);
     state->confirmOpenWith(0); // closed: nothing
     EXPECT_FALSE(state->errorMessage);
+}
+
+// X on a search hit puts the picker over the form, and the keys are the
+// picker's until it closes; Esc then leaves the form standing.
+TEST_F(OpenWithTest, ThePickerOverFileSearchTakesTheKeys) {
+    state->enterFileSearchMode();
+    state->fileSearchQuery = QStringLiteral("doc");
+    state->fileSearchDebounceMilliseconds = 0;
+    state->scheduleFileSearch();
+    QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
+    ASSERT_TRUE(finished.wait(3000));
+    state->focusFileSearchResults();
+    state->handleKeyDown(typed(QStringLiteral("x")));
+    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    state->handleKeyDown(named(KeyCode::down));
+    EXPECT_EQ(state->openWithSelection, 1);
+    state->handleKeyDown(named(KeyCode::escape));
+    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_TRUE(state->isFileSearchMode);
 }
 
 TEST_F(OpenWithTest, AFailedStartIsReportedLaterAndStaysRemembered) {
