@@ -20,6 +20,8 @@
 
 namespace {
 
+// The sizes of the screen below the menu bar, which stands inside the window
+// here and adds its own height.
 constexpr QSize kMinimumSize(840, 560);
 constexpr QSize kDefaultSize(1100, 680);
 // How long the size must hold still before a resize counts as ended.
@@ -31,8 +33,6 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     : QWidget(parent)
     , m_state(state) {
     setWindowTitle(QStringLiteral("Dorvik"));
-    setMinimumSize(kMinimumSize);
-    resize(kDefaultSize);
     setAutoFillBackground(true);
     QPalette navy = palette();
     navy.setColor(QPalette::Window, Palette::paneBackground());
@@ -43,6 +43,8 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     column->setSpacing(0);
     m_menus = new AppMenus(m_state, this);
     column->setMenuBar(m_menus);
+    setMinimumSize(withMenuBar(kMinimumSize));
+    resize(withMenuBar(kDefaultSize));
     column->addWidget(new FunctionToolbarView(m_state, this));
     m_panes = new QHBoxLayout;
     m_panes->setSpacing(0);
@@ -78,15 +80,21 @@ void ContentView::showEvent(QShowEvent* event) {
 // A window that comes up smaller than the minimum gets the default size,
 // centred on its screen.
 void ContentView::placeInitialFrame() {
-    if (width() >= kMinimumSize.width() && height() >= kMinimumSize.height()) {
+    const QSize minimum = withMenuBar(kMinimumSize);
+    if (width() >= minimum.width() && height() >= minimum.height()) {
         return;
     }
-    resize(kDefaultSize);
+    const QSize size = withMenuBar(kDefaultSize);
+    resize(size);
     if (const QScreen* screen =
             this->screen() ? this->screen() : QGuiApplication::primaryScreen()) {
         const QRect available = screen->availableGeometry();
-        move(available.center() - QPoint(kDefaultSize.width() / 2, kDefaultSize.height() / 2));
+        move(available.center() - QPoint(size.width() / 2, size.height() / 2));
     }
+}
+
+QSize ContentView::withMenuBar(QSize screenSize) const {
+    return screenSize + QSize(0, m_menus->sizeHint().height());
 }
 
 void ContentView::resizeEvent(QResizeEvent* event) {

@@ -29,6 +29,7 @@ private:
     void rebuildLeftHalf();
     void rebuildRightHalf();
     void placeInitialFrame();
+    QSize withMenuBar(QSize screenSize) const;
 
     AppState& m_state;
     AppMenus* m_menus = nullptr;
