@@ -1,44 +1,21 @@
 // Listing and sorting a folder of 100,000 files, with the rights memory cold
 // (every item's rights read from its stat) and warm (answered by the memory).
+#include "BenchFolder.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
 
-constexpr int kFileCount = 100000;
-
-// The generated folder, made once for the whole run.
-const QString& benchFolder() {
-    static QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/dorvik-bench-XXXXXX"));
-    static const bool made = [] {
-        for (int i = 0; i < kFileCount; ++i) {
-            const QByteArray path =
-                QFile::encodeName(dir.path()) + "/file" + QByteArray::number(i) + ".txt";
-            const int fd = ::open(path.constData(), O_CREAT | O_WRONLY, 0644);
-            if (fd >= 0) {
-                ::close(fd);
-            }
-        }
-        return true;
-    }();
-    Q_UNUSED(made);
-    static const QString path = dir.path();
-    return path;
-}
+using BenchFolder::kFileCount;
 
 void listOnce(benchmark::State& state) {
-    auto rows = FileSystemService::listDirectory(benchFolder(), false, FilerSortMode::name, true);
+    auto rows =
+        FileSystemService::listDirectory(BenchFolder::path(), false, FilerSortMode::name, true);
     if (!rows.ok() || rows->size() != kFileCount + 1) {
         state.SkipWithError("listing failed");
     }
@@ -71,7 +48,8 @@ void BM_ListDirectoryWarmMemory(benchmark::State& state) {
 void BM_SortByName(benchmark::State& state) {
     MemoryPreferences preferences;
     FileAccessMemory::attach(&preferences);
-    auto rows = FileSystemService::listDirectory(benchFolder(), false, FilerSortMode::size, true);
+    auto rows =
+        FileSystemService::listDirectory(BenchFolder::path(), false, FilerSortMode::size, true);
     for (auto _ : state) {
         QList<FileEntry> copy = *rows;
         copy.detach();

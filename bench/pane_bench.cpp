@@ -2,42 +2,17 @@
 // the filter open, the tagged size the status line asks for at every redraw
 // with every file tagged, and a reload after a change on disk, listed on the
 // main thread or on a worker (the CPU column is the main thread's own time).
+#include "BenchFolder.h"
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 
 #include <QCoreApplication>
-#include <QDir>
 #include <QEventLoop>
-#include <QFile>
-#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 namespace {
-
-constexpr int kFileCount = 100000;
-
-const QString& benchFolder() {
-    static QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/dorvik-bench-XXXXXX"));
-    static const bool made = [] {
-        for (int i = 0; i < kFileCount; ++i) {
-            const QByteArray path =
-                QFile::encodeName(dir.path()) + "/file" + QByteArray::number(i) + ".txt";
-            const int fd = ::open(path.constData(), O_CREAT | O_WRONLY, 0644);
-            if (fd >= 0) {
-                ::close(fd);
-            }
-        }
-        return true;
-    }();
-    Q_UNUSED(made);
-    static const QString path = dir.path();
-    return path;
-}
 
 // A state with the left pane on the large folder.
 struct LargePane {
@@ -46,7 +21,7 @@ struct LargePane {
 
     LargePane() {
         FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), benchFolder());
+        preferences.setValue(QStringLiteral("startupDirectory"), BenchFolder::path());
         state = std::make_unique<AppState>(preferences);
         state->reloadPane(PaneSide::left, false);
     }
