@@ -6,6 +6,7 @@
 #include "ui/PaneFrame.h"
 #include "ui/EntryColors.h"
 #include "ui/Palette.h"
+#include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
@@ -42,12 +43,7 @@ public:
         : QAbstractScrollArea(parent)
         , m_state(state)
         , m_side(side) {
-        setFrameShape(QFrame::NoFrame);
-        setFocusPolicy(Qt::NoFocus);
-        setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-        setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-        verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
-        viewport()->setAutoFillBackground(false);
+        RowListArea::styleAsPaneList(*this);
         m_animation = new QPropertyAnimation(verticalScrollBar(), "value", this);
         m_animation->setDuration(kScrollMilliseconds);
         m_animation->setEasingCurve(QEasingCurve::InOutQuad);

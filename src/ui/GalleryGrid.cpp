@@ -4,6 +4,7 @@
 #include "preview/GalleryThumbnail.h"
 #include "search/TreeSession.h"
 #include "ui/Palette.h"
+#include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 
 #include <QCoreApplication>
@@ -43,12 +44,7 @@ GalleryGrid::GalleryGrid(AppState& state, QWidget* parent)
     , m_state(state)
     , m_text(ScreenFont::font(state.uiFontSize))
     , m_markText(ScreenFont::font(state.uiFontSize * kMarkScale)) {
-    setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
-    verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
-    viewport()->setAutoFillBackground(false);
+    RowListArea::styleAsPaneList(*this);
 }
 
 void GalleryGrid::sync() {

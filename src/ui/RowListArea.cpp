@@ -6,11 +6,16 @@
 
 RowListArea::RowListArea(QWidget* parent)
     : QAbstractScrollArea(parent) {
-    setFrameShape(QFrame::NoFrame);
-    setFocusPolicy(Qt::NoFocus);
-    setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
-    viewport()->setAutoFillBackground(false);
+    styleAsPaneList(*this);
+}
+
+void RowListArea::styleAsPaneList(QAbstractScrollArea& area) {
+    area.setFrameShape(QFrame::NoFrame);
+    area.setFocusPolicy(Qt::NoFocus);
+    area.setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    area.setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
+    area.verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
+    area.viewport()->setAutoFillBackground(false);
 }
 
 QRect RowListArea::rowRect(int index) const {

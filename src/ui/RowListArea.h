@@ -9,6 +9,10 @@ class RowListArea : public QAbstractScrollArea {
 public:
     explicit RowListArea(QWidget* parent);
 
+    // Gives any scrolling list of the screen this look: no frame, no focus,
+    // no sideways bar, the thin bar, the pane showing through.
+    static void styleAsPaneList(QAbstractScrollArea& area);
+
     // Where a row stands in the viewport, after scrolling.
     QRect rowRect(int index) const;
 
