@@ -586,10 +586,20 @@ private:
         QList<FileEntry> kept;
     };
     FilterMemo& filterMemo(PaneSide side) const;
+    // The tagged size the status line asks for at every redraw, kept until
+    // the tags or either pane's list change.
+    struct TaggedSizeMemo {
+        int64_t leftListEpoch = -1;
+        int64_t rightListEpoch = -1;
+        QSet<QString> keys;
+        QString label;
+    };
+    QString computeTaggedSizeLabel() const;
 
     Preferences& m_preferences;
     TextInputHost* m_textInputHost = nullptr;
     mutable std::array<FilterMemo, 2> m_filterMemos;
+    mutable TaggedSizeMemo m_taggedSizeMemo;
     // The latest background reload asked for, per pane.
     std::array<uint64_t, 2> m_backgroundReloads{};
     // The running preview load, if any; its type lives with the loading code.

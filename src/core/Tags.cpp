@@ -215,6 +215,15 @@ QString AppState::taggedSizeLabel() const {
     if (taggedKeys.isEmpty()) {
         return {};
     }
+    TaggedSizeMemo& memo = m_taggedSizeMemo;
+    if (memo.leftListEpoch != leftListEpoch || memo.rightListEpoch != rightListEpoch ||
+        memo.keys != taggedKeys) {
+        memo = {leftListEpoch, rightListEpoch, taggedKeys, computeTaggedSizeLabel()};
+    }
+    return memo.label;
+}
+
+QString AppState::computeTaggedSizeLabel() const {
     const auto listed = listedSizesOfKeys(taggedKeys, leftEntries, rightEntries);
     int64_t total = 0;
     for (const QString& key : taggedKeys) {

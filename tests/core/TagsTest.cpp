@@ -135,6 +135,21 @@ TEST_F(TagsTest, TaggedFilesAreExistingPlainFilesSortedElseTheCursorFile) {
     EXPECT_EQ(state->taggedSizeLabel(), QString());
 }
 
+// The status line asks at every redraw: the label is kept, and worked out
+// anew when the tags or a pane's list change.
+TEST_F(TagsTest, TheTaggedSizeIsKeptUntilTheTagsOrTheListsChange) {
+    state->taggedKeys = {dir.filePath("a.txt")};
+    const QString first = state->taggedSizeLabel();
+    EXPECT_EQ(first, QStringLiteral("タグ:5"));
+    EXPECT_EQ(state->taggedSizeLabel().constData(), first.constData());
+
+    dir.makeFile(QStringLiteral("a.txt"), "1234567");
+    state->reloadPane(PaneSide::left, false);
+    EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:7"));
+    state->taggedKeys.insert(dir.filePath("axb"));
+    EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:12"));
+}
+
 TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {
     applyPattern(QStringLiteral("a*"));
     state->taggedKeys.insert(QStringLiteral("/elsewhere/of/the/other/pane"));
