@@ -3,6 +3,7 @@
 
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
+#include "support/PaneRows.h"
 #include "support/TestDir.h"
 
 #include <gtest/gtest.h>
@@ -40,15 +41,7 @@ protected:
         state->wildcardPattern = pattern;
         state->applyWildcardTag();
     }
-    int rowOf(const QString& name) const {
-        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
-        for (int i = 0; i < rows.size(); ++i) {
-            if (rows.at(i).name == name) {
-                return i;
-            }
-        }
-        return -1;
-    }
+    int rowOf(const QString& name) const { return PaneRows::rowOf(*state, name); }
 
     MemoryPreferences preferences;
     TestDir dir;

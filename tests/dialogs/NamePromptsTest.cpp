@@ -4,6 +4,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
+#include "support/PaneRows.h"
 #include "support/TestDir.h"
 
 #include <QFileInfo>
@@ -30,16 +31,7 @@ protected:
         state->createItemName = name;
         state->commitCreateItem();
     }
-    void selectName(const QString& name) {
-        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
-        for (int i = 0; i < rows.size(); ++i) {
-            if (rows.at(i).name == name) {
-                state->setSelection(i, PaneSide::left);
-                return;
-            }
-        }
-        FAIL() << name.toStdString();
-    }
+    void selectName(const QString& name) { PaneRows::putCursorOn(*state, name); }
     QString nameAtCursor() const { return state->currentEntry()->name; }
 
     MemoryPreferences preferences;

@@ -8,6 +8,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "pickers/OpenWith.h"
 #include "search/FolderSearchService.h"
+#include "support/PaneRows.h"
 #include "support/TestDir.h"
 
 #include <QDir>
@@ -137,16 +138,7 @@ protected:
         state.reset();
         FileAccessMemory::attach(nullptr);
     }
-    void select(const QString& name) {
-        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
-        for (int i = 0; i < rows.size(); ++i) {
-            if (rows.at(i).name == name) {
-                state->setSelection(i, PaneSide::left);
-                return;
-            }
-        }
-        ADD_FAILURE() << "no row " << name.toStdString();
-    }
+    void select(const QString& name) { PaneRows::putCursorOn(*state, name); }
     void pressX(const QString& name) {
         select(name);
         state->handleKeyDown(typed(QStringLiteral("x")));

@@ -6,6 +6,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "preview/Gallery.h"
 #include "search/TreeSession.h"
+#include "support/PaneRows.h"
 #include "support/TestDir.h"
 
 #include <QBuffer>
@@ -71,16 +72,7 @@ protected:
         return state->gallerySelection ? state->galleryItems.at(*state->gallerySelection).name
                                        : QStringLiteral("(none)");
     }
-    void putCursorOn(const QString& name) {
-        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
-        for (int i = 0; i < rows.size(); ++i) {
-            if (rows.at(i).name == name) {
-                state->setSelection(i, PaneSide::left);
-                return;
-            }
-        }
-        FAIL() << name.toStdString();
-    }
+    void putCursorOn(const QString& name) { PaneRows::putCursorOn(*state, name); }
     void press(uint16_t code) { EXPECT_TRUE(state->handleKeyDown(named(code))); }
 
     MemoryPreferences preferences;

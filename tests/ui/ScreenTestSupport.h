@@ -5,6 +5,7 @@
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
+#include "support/PaneRows.h"
 #include "support/TestDir.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
@@ -77,13 +78,7 @@ protected:
         return *state;
     }
     int rowOf(const QString& name, PaneSide side = PaneSide::left) const {
-        const QList<FileEntry> rows = state->visibleEntries(side);
-        for (int i = 0; i < rows.size(); ++i) {
-            if (rows.at(i).name == name) {
-                return i;
-            }
-        }
-        return -1;
+        return PaneRows::rowOf(*state, name, side);
     }
 
     MemoryPreferences preferences;
