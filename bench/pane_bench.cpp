@@ -34,7 +34,7 @@ struct LargePane {
 void BM_FilteredCursorStep(benchmark::State& bench) {
     LargePane pane;
     pane.state->openFilter();
-    pane.state->searchQuery = QStringLiteral("9");
+    pane.state->filterQuery = QStringLiteral("9");
     pane.state->applyFilter();
     int step = 1;
     for (auto _ : bench) {
@@ -64,10 +64,10 @@ void BM_ReloadOnTheMainThread(benchmark::State& bench) {
 void BM_ReloadOnAWorker(benchmark::State& bench) {
     LargePane pane;
     for (auto _ : bench) {
-        const int64_t epoch = pane.state->leftListEpoch;
+        const int64_t epoch = pane.state->pane(PaneSide::left).listEpoch;
         QEventLoop loop;
         QObject::connect(pane.state.get(), &AppState::changed, &loop, [&] {
-            if (pane.state->leftListEpoch != epoch) {
+            if (pane.state->pane(PaneSide::left).listEpoch != epoch) {
                 loop.quit();
             }
         });

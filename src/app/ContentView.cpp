@@ -112,15 +112,14 @@ void ContentView::followApplicationState(Qt::ApplicationState applicationState) 
         if (m_hasAppeared) {
             m_state.refreshAll();
         }
-    } else if (m_state.isShiftKeyDown) {
-        m_state.isShiftKeyDown = false;
-        m_state.notifyChanged();
+    } else {
+        m_state.releaseShiftKey();
     }
 }
 
 // The form of file search, the tree, or the filer list.
 void ContentView::rebuildLeftHalf() {
-    const int kind = m_state.isFileSearchMode ? 2 : m_state.leftTreeMode ? 1 : 0;
+    const int kind = m_state.isFileSearchMode ? 2 : m_state.pane(PaneSide::left).treeMode ? 1 : 0;
     if (kind == m_leftHalfKind) {
         return;
     }
@@ -142,7 +141,8 @@ void ContentView::rebuildLeftHalf() {
 }
 
 void ContentView::rebuildRightHalf() {
-    const bool rightTree = m_state.layoutMode == LayoutMode::dualFiler && m_state.rightTreeMode;
+    const bool rightTree =
+        m_state.layoutMode == LayoutMode::dualFiler && m_state.pane(PaneSide::right).treeMode;
     const int layout = int(m_state.layoutMode) * 2 + (rightTree ? 1 : 0);
     if (layout == m_rightHalfLayout) {
         return;

@@ -12,34 +12,26 @@ AppState::AppState(Preferences& preferences, QObject* parent)
     : QObject(parent)
     , m_preferences(preferences) {
     resolveStartupDirectory();
-    leftLocation = FilerLocation::directory(startupDirectory);
-    rightLocation = leftLocation;
+    pane(PaneSide::left).location = FilerLocation::directory(startupDirectory);
+    pane(PaneSide::right).location = pane(PaneSide::left).location;
     readSettings();
-    leftWatcher = std::make_shared<DirectoryWatcher>();
-    rightWatcher = std::make_shared<DirectoryWatcher>();
+    pane(PaneSide::left).watcher = std::make_shared<DirectoryWatcher>();
+    pane(PaneSide::right).watcher = std::make_shared<DirectoryWatcher>();
     folderSearch = std::make_shared<FolderSearchService>();
     connect(folderSearch.get(), &FolderSearchService::changed, this, &AppState::notifyChanged);
-}
-
-const FilerLocation& AppState::locationFor(PaneSide side) const {
-    return side == PaneSide::left ? leftLocation : rightLocation;
-}
-
-const QList<FileEntry>& AppState::entriesFor(PaneSide side) const {
-    return side == PaneSide::left ? leftEntries : rightEntries;
 }
 
 AppState::~AppState() = default;
 
 // The memo of a pane, made afresh when the pane's list is another than the one
 // it was made for.
-AppState::FilterMemo& AppState::filterMemo(PaneSide side) const {
-    const QList<FileEntry>& entries = entriesFor(side);
-    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
-    FilterMemo& memo = m_filterMemos[side == PaneSide::left ? 0 : 1];
-    if (memo.listEpoch != epoch || memo.listData != entries.constData() ||
+PaneState::FilterMemo& AppState::filterMemo(PaneSide side) const {
+    const PaneState& state = pane(side);
+    const QList<FileEntry>& entries = state.entries;
+    PaneState::FilterMemo& memo = state.filterMemo;
+    if (memo.listEpoch != state.listEpoch || memo.listData != entries.constData() ||
         memo.listSize != entries.size()) {
-        memo = FilterMemo{epoch, entries.constData(), entries.size(), {}, {}, {}};
+        memo = {state.listEpoch, entries.constData(), entries.size(), {}, {}, {}};
         memo.foldedNames.reserve(entries.size());
         for (const FileEntry& entry : entries) {
             memo.foldedNames.append(TextMatching::foldedForMatching(entry.name));
@@ -49,37 +41,25 @@ AppState::FilterMemo& AppState::filterMemo(PaneSide side) const {
 }
 
 QList<FileEntry> AppState::visibleEntries(PaneSide side) const {
-    const QList<FileEntry>& entries = entriesFor(side);
-    if (!isSearching || activeFilerSide() != side || searchQuery.isEmpty()) {
+    const QList<FileEntry>& entries = pane(side).entries;
+    if (!isFilterOpen || activeFilerSide() != side || filterQuery.isEmpty()) {
         return entries;
     }
-    FilterMemo& memo = filterMemo(side);
-    if (memo.query == searchQuery) {
+    PaneState::FilterMemo& memo = filterMemo(side);
+    if (memo.query == filterQuery) {
         return memo.kept;
     }
     // The test is on the real name even where another name is drawn.
-    const QString query = TextMatching::foldedForMatching(searchQuery);
+    const QString query = TextMatching::foldedForMatching(filterQuery);
     QList<FileEntry> kept;
     for (qsizetype i = 0; i < entries.size(); ++i) {
         if (entries.at(i).isParent || memo.foldedNames.at(i).contains(query)) {
             kept.append(entries.at(i));
         }
     }
-    memo.query = searchQuery;
+    memo.query = filterQuery;
     memo.kept = kept;
     return kept;
-}
-
-int AppState::selectionFor(PaneSide side) const {
-    return side == PaneSide::left ? leftSelection : rightSelection;
-}
-
-bool AppState::treeModeFor(PaneSide side) const {
-    return side == PaneSide::left ? leftTreeMode : rightTreeMode;
-}
-
-std::shared_ptr<TreeSession> AppState::treeSessionFor(PaneSide side) const {
-    return side == PaneSide::left ? leftTreeSession : rightTreeSession;
 }
 
 std::optional<PaneSide> AppState::activeFilerSide() const {
@@ -104,7 +84,7 @@ std::optional<FileEntry> AppState::currentEntry() const {
     }
     // In tree mode: the file under the file cursor, or the folder under the
     // tree cursor as a row of its own.
-    if (const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr) {
+    if (const auto session = pane(*side).treeMode ? pane(*side).treeSession : nullptr) {
         if (!session->focusOnFiles) {
             return session->selectedFolderEntry();
         }
@@ -115,11 +95,17 @@ std::optional<FileEntry> AppState::currentEntry() const {
         return files.at(session->fileSelection);
     }
     const QList<FileEntry> visible = visibleEntries(*side);
-    const int index = selectionFor(*side);
+    const int index = pane(*side).selection;
     if (index < 0 || index >= visible.size()) {
         return std::nullopt;
     }
     return visible.at(index);
+}
+
+void AppState::reportError(const QString& message) {
+    errorMessage = message;
+    dosDialogActionIndex = 0;
+    notifyChanged();
 }
 
 void AppState::notifyChanged() {

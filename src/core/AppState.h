@@ -2,6 +2,7 @@
 
 #include "core/KeyEvent.h"
 #include "core/Model.h"
+#include "core/PaneState.h"
 #include "core/Result.h"
 
 #include <QDateTime>
@@ -76,13 +77,11 @@ public:
 
     Preferences& preferences() const { return m_preferences; }
 
-    // --- Accessors by side
-    const FilerLocation& locationFor(PaneSide side) const;
-    const QList<FileEntry>& entriesFor(PaneSide side) const;
+    // --- The two filer panes
+    const PaneState& pane(PaneSide side) const { return m_panes[paneIndex(side)]; }
+    PaneState& pane(PaneSide side) { return m_panes[paneIndex(side)]; }
+    // The rows a pane shows: its entries as the filter keeps them.
     QList<FileEntry> visibleEntries(PaneSide side) const;
-    int selectionFor(PaneSide side) const;
-    bool treeModeFor(PaneSide side) const;
-    std::shared_ptr<TreeSession> treeSessionFor(PaneSide side) const;
 
     // The side filer commands act on; none with the focus in EDITOR.
     std::optional<PaneSide> activeFilerSide() const;
@@ -105,6 +104,8 @@ public:
 
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
+    // Puts up the ERROR dialog with this text, its first button chosen.
+    void reportError(const QString& message);
 
     // --- Keyboard (KeyDispatch*.cpp)
     // Every key-down passes here before any widget; true means consumed.
@@ -174,6 +175,8 @@ public:
     void openFilter();
     void closeFilter(bool keepCursorRow);
     void applyFilter();
+    // The filter's field typed into: the query taken and applied.
+    void setFilterQuery(const QString& text);
     // Gives the keyboard back to the window, later in this turn of the loop.
     void releaseTextFocus();
 
@@ -294,6 +297,11 @@ public:
     void scheduleFileSearch();
     // The end of that wait: the scan of what the form holds now.
     virtual void runScheduledFileSearch();
+    // A field of the search form typed into: the text taken and the wait
+    // before the next scan started again.
+    void setFileSearchText(FileSearchFocusField field, const QString& text);
+    // A click on a row of the form moves the form's focus there.
+    void setFileSearchFocus(FileSearchFocusField field);
     // The folder a search looks in: the chosen one, else the left pane's
     // folder, or the folder of the archive the left pane is in.
     QString fileSearchRoot() const;
@@ -357,16 +365,13 @@ public:
     // --- Name prompts (dialogs/NamePrompts.cpp)
     void commitCreateItem();
     void commitRename();
-
-    // --- Panes
-    FilerLocation leftLocation;
-    FilerLocation rightLocation;
-    QList<FileEntry> leftEntries;
-    QList<FileEntry> rightEntries;
-    int leftSelection = 0;
-    int rightSelection = 0;
-    int64_t leftListEpoch = 0;
-    int64_t rightListEpoch = 0;
+    // The open text prompt's field typed into (name, new name, pattern or
+    // destination path); nothing when no text prompt is open.
+    void setPromptText(const QString& text);
+    // A click on a button of the standing dialog chooses it.
+    void selectDialogButton(int index);
+    // The Shift layer of the key hints goes when the window loses the keys.
+    void releaseShiftKey();
 
     // --- Layout
     RightPaneMode rightMode = RightPaneMode::viewer;
@@ -492,16 +497,13 @@ public:
     std::optional<QString> errorMessage;
     int dosDialogActionIndex = 0;
 
-    // --- Tree mode
-    bool leftTreeMode = false;
-    bool rightTreeMode = false;
-    std::shared_ptr<TreeSession> leftTreeSession;
-    std::shared_ptr<TreeSession> rightTreeSession;
+    // --- Tree mode (the sessions live in each pane)
     int64_t treeRevision = 0;
 
-    // --- Filter
-    bool isSearching = false;
-    QString searchQuery;
+    // --- Filter: the incremental filter of the active pane (not file search),
+    // known in the written design as isSearching and searchQuery.
+    bool isFilterOpen = false;
+    QString filterQuery;
 
     // --- File search
     bool isFileSearchMode = false;
@@ -520,10 +522,6 @@ public:
     int fileSearchDebounceMilliseconds = 280;
     QTimer* fileSearchDebounceTask = nullptr;
 
-    // --- Watchers
-    std::shared_ptr<DirectoryWatcher> leftWatcher;
-    std::shared_ptr<DirectoryWatcher> rightWatcher;
-
 signals:
     void changed();
 
@@ -531,7 +529,6 @@ private:
     void readSettings();
     void readJumpBookmarks();
     void resolveStartupDirectory();
-    void setEntries(PaneSide side, QList<FileEntry> entries);
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
 
     // Key dispatch, one function per mode's table (KeyDispatch*.cpp).
@@ -573,35 +570,24 @@ private:
     std::optional<QString> bookmarkTarget(PaneSide side) const;
     void storeStartupDirectory(const QString& path);
 
-    // The rows the filter keeps for a pane, asked for many times per key by
-    // the commands and the views. Folding every name of a large folder takes
-    // long, so the folded names are kept until the pane's list changes, and
-    // the kept rows until the query changes too.
-    struct FilterMemo {
-        int64_t listEpoch = -1;
-        const FileEntry* listData = nullptr;
-        qsizetype listSize = 0;
-        QStringList foldedNames;
-        QString query;
-        QList<FileEntry> kept;
-    };
-    FilterMemo& filterMemo(PaneSide side) const;
+    // The pane's filter memo, made afresh when its rows are others than the
+    // ones it was made for.
+    PaneState::FilterMemo& filterMemo(PaneSide side) const;
     // The tagged size the status line asks for at every redraw, kept until
     // the tags or either pane's list change.
     struct TaggedSizeMemo {
-        int64_t leftListEpoch = -1;
-        int64_t rightListEpoch = -1;
+        std::array<int64_t, 2> listEpochs{-1, -1};
         QSet<QString> keys;
         QString label;
     };
     QString computeTaggedSizeLabel() const;
 
+    static constexpr size_t paneIndex(PaneSide side) { return static_cast<size_t>(side); }
+
     Preferences& m_preferences;
+    std::array<PaneState, 2> m_panes;
     TextInputHost* m_textInputHost = nullptr;
-    mutable std::array<FilterMemo, 2> m_filterMemos;
     mutable TaggedSizeMemo m_taggedSizeMemo;
-    // The latest background reload asked for, per pane.
-    std::array<uint64_t, 2> m_backgroundReloads{};
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;

@@ -8,12 +8,12 @@
 #include <QMetaObject>
 
 bool AppState::isFilterNarrowing() const {
-    return isSearching && !searchQuery.isEmpty();
+    return isFilterOpen && !filterQuery.isEmpty();
 }
 
 // The real name is tested even where another name is drawn.
 bool AppState::nameMatchesFilter(const QString& name) const {
-    return TextMatching::localizedCaseInsensitiveContains(name, searchQuery);
+    return TextMatching::localizedCaseInsensitiveContains(name, filterQuery);
 }
 
 QList<FileEntry> AppState::visibleTreeFiles(const QList<FileEntry>& files) const {
@@ -43,9 +43,9 @@ void AppState::openFilter() {
         isWildcardPromptOpen = false;
         releaseTextFocus();
     }
-    isSearching = true;
-    searchQuery.clear();
-    if (treeModeFor(*side) && treeSessionFor(*side)) {
+    isFilterOpen = true;
+    filterQuery.clear();
+    if (pane(*side).treeMode && pane(*side).treeSession) {
         treeOpenFilter(*side);
     }
     notifyChanged();
@@ -58,14 +58,24 @@ void AppState::applyFilter() {
     if (!side) {
         return;
     }
-    if (treeModeFor(*side) && treeSessionFor(*side)) {
+    if (pane(*side).treeMode && pane(*side).treeSession) {
         treeApplyFilter(*side);
         return;
     }
     const int count = int(visibleEntries(*side).size());
-    if (selectionFor(*side) >= count) {
+    if (pane(*side).selection >= count) {
         setSelection(count - 1, *side);
     }
+    notifyChanged();
+}
+
+void AppState::setFilterQuery(const QString& text) {
+    if (!isFilterOpen) {
+        return;
+    }
+    filterQuery = text;
+    applyFilter();
+    ++treeRevision;
     notifyChanged();
 }
 
@@ -73,27 +83,26 @@ void AppState::applyFilter() {
 // which then counts in the full list and may stand on another row.
 void AppState::closeFilter(bool keepCursorRow) {
     const auto side = activeFilerSide();
-    if (keepCursorRow && side && treeModeFor(*side) && treeSessionFor(*side)) {
+    if (keepCursorRow && side && pane(*side).treeMode && pane(*side).treeSession) {
         treeCloseFilterKeepingRow(*side);
     } else if (keepCursorRow && side) {
         const QList<FileEntry> visible = visibleEntries(*side);
-        const int index = selectionFor(*side);
+        const int index = pane(*side).selection;
         if (index >= 0 && index < visible.size()) {
             const QString id = visible.at(index).id;
-            const QList<FileEntry>& all = entriesFor(*side);
+            const QList<FileEntry>& all = pane(*side).entries;
             const auto found = std::find_if(all.begin(), all.end(),
                                             [&](const FileEntry& e) { return e.id == id; });
             if (found != all.end()) {
-                (*side == PaneSide::left ? leftSelection : rightSelection) =
-                    int(found - all.begin());
+                pane(*side).selection = int(found - all.begin());
             }
         }
         if (*side == PaneSide::left && layoutMode == LayoutMode::filerGallery) {
             syncGallerySelection();
         }
     }
-    isSearching = false;
-    searchQuery.clear();
+    isFilterOpen = false;
+    filterQuery.clear();
     ++treeRevision;
     notifyChanged();
     releaseTextFocus();

@@ -49,6 +49,13 @@ void AppState::handleFlagsChanged(const KeyEvent& event) {
     }
 }
 
+void AppState::releaseShiftKey() {
+    if (isShiftKeyDown) {
+        isShiftKeyDown = false;
+        notifyChanged();
+    }
+}
+
 bool AppState::textInputHasMarkedText() const {
     return m_textInputHost && m_textInputHost->hasMarkedText();
 }
@@ -111,7 +118,7 @@ bool AppState::dispatchPaneKey(const KeyPress& press) {
             return true;
         }
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         return textInputHasMarkedText() ? false : handleFilterKey(press);
     }
     return handleFilerKey(press);

@@ -5,7 +5,7 @@
 
 bool AppState::activePaneInTreeMode() const {
     const auto side = activeFilerSide();
-    return side && treeModeFor(*side);
+    return side && pane(*side).treeMode;
 }
 
 bool AppState::handleFilerKey(const KeyPress& p) {
@@ -167,7 +167,7 @@ bool AppState::handleLayoutShortcut(const KeyEvent& event, bool shiftOnly) {
 // which of the two the session's focus is on is the session's business.
 bool AppState::handleTreeKey(const std::optional<QString>&, uint16_t keyCode) {
     const auto side = activeFilerSide();
-    if (!side || !treeModeFor(*side) || !treeSessionFor(*side)) {
+    if (!side || !pane(*side).treeMode || !pane(*side).treeSession) {
         return false;
     }
     switch (keyCode) {

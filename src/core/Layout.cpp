@@ -84,7 +84,7 @@ void AppState::enterGalleryLayout() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     setLayoutMode(LayoutMode::filerGallery);
@@ -183,7 +183,8 @@ bool AppState::stepViewerFile(int delta) {
         return editorURL && PathUtils::standardizedPath(e.url) == *editorURL;
     };
     const auto shown = std::find_if(visible.begin(), visible.end(), isOnShow);
-    int index = shown == visible.end() ? leftSelection : int(shown - visible.begin());
+    int index =
+        shown == visible.end() ? pane(PaneSide::left).selection : int(shown - visible.begin());
     for (index += delta; index >= 0 && index < visible.size(); index += delta) {
         if (isPlainFile(visible.at(index))) {
             setSelection(index, PaneSide::left);

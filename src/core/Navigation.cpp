@@ -76,7 +76,7 @@ bool opensAsLocation(const FileEntry& entry) {
 void AppState::setSelection(int index, PaneSide side) {
     const int count = int(visibleEntries(side).size());
     const int clamped = count == 0 ? 0 : std::clamp(index, 0, count - 1);
-    (side == PaneSide::left ? leftSelection : rightSelection) = clamped;
+    pane(side).selection = clamped;
     if (side == PaneSide::left && layoutMode == LayoutMode::filerGallery) {
         syncGallerySelection();
     }
@@ -88,7 +88,7 @@ void AppState::setSelection(int index, PaneSide side) {
 
 void AppState::moveCursor(int delta) {
     if (const auto side = activeFilerSide()) {
-        setSelection(selectionFor(*side) + delta, *side);
+        setSelection(pane(*side).selection + delta, *side);
     }
 }
 
@@ -111,7 +111,7 @@ void AppState::moveCursorToBottom() {
 
 void AppState::moveCursorByPage(int direction) {
     if (const auto side = activeFilerSide()) {
-        setSelection(selectionFor(*side) + direction * pageStepForViewport(), *side);
+        setSelection(pane(*side).selection + direction * pageStepForViewport(), *side);
     }
 }
 
@@ -129,14 +129,14 @@ bool AppState::focusPane(PaneSide side) {
 
 void AppState::openLocation(const FilerLocation& location, PaneSide side,
                             const std::optional<QString>& selectName) {
-    FilerLocation& stored = side == PaneSide::left ? leftLocation : rightLocation;
+    FilerLocation& stored = pane(side).location;
     const FilerLocation previous = stored;
-    const int64_t epochBefore = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    const int64_t epochBefore = pane(side).listEpoch;
     stored = location;
     reloadPane(side, false);
     // An archive that cannot be listed (damaged, cut short, gone) is not
     // entered: the pane stays on the rows it shows, with its cursor and tags.
-    const bool listed = (side == PaneSide::left ? leftListEpoch : rightListEpoch) != epochBefore;
+    const bool listed = pane(side).listEpoch != epochBefore;
     if (!listed && entersAnotherArchive(previous, location)) {
         stored = previous;
         notifyChanged();
@@ -146,7 +146,7 @@ void AppState::openLocation(const FilerLocation& location, PaneSide side,
     taggedKeys.clear();
     int index = 0;
     if (selectName) {
-        const QList<FileEntry>& entries = entriesFor(side);
+        const QList<FileEntry>& entries = pane(side).entries;
         const auto found = std::find_if(entries.begin(), entries.end(),
                                         [&](const FileEntry& e) { return e.name == *selectName; });
         index = found == entries.end() ? 0 : int(found - entries.begin());
@@ -160,7 +160,7 @@ void AppState::openLocation(const FilerLocation& location, PaneSide side,
 }
 
 void AppState::goUp(PaneSide side) {
-    const UpwardStep step = stepUp(locationFor(side));
+    const UpwardStep step = stepUp(pane(side).location);
     openLocation(step.location, side, step.selectName);
 }
 
@@ -177,15 +177,14 @@ void AppState::goToFolder(const QString& url) {
     }
     const QString path = PathUtils::standardizedPath(url);
     if (!QFileInfo(path).isDir()) {
-        errorMessage = QStringLiteral("Cannot open:\n") + path;
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("Cannot open:\n") + path);
         notifyChanged();
         return;
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(false);
     }
-    if (treeModeFor(*side)) {
+    if (pane(*side).treeMode) {
         leaveTreeMode(*side);
     }
     openLocation(FilerLocation::directory(path), *side, std::nullopt);
@@ -217,7 +216,7 @@ void AppState::activateSelection(PaneSide side) {
         return;
     }
     const QList<FileEntry> visible = visibleEntries(side);
-    const int index = selectionFor(side);
+    const int index = pane(side).selection;
     if (index < 0 || index >= visible.size()) {
         return;
     }
@@ -230,7 +229,7 @@ void AppState::activateSelection(PaneSide side) {
         return;
     }
     focusedSide = side;
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(false);
     }
     if (entry.isParent) {
@@ -266,7 +265,7 @@ void AppState::toggleLocalizedNames() {
 void AppState::toggleAllExtensions() {
     showAllFileExtensions = !showAllFileExtensions;
     m_preferences.setValue(PreferenceKeys::showAllFileExtensions, showAllFileExtensions);
-    ++leftListEpoch;
-    ++rightListEpoch;
+    ++pane(PaneSide::left).listEpoch;
+    ++pane(PaneSide::right).listEpoch;
     notifyChanged();
 }

@@ -56,7 +56,7 @@ QString freeSpaceLabel(const AppState& state) {
     if (!side) {
         return {};
     }
-    const FilerLocation& location = state.locationFor(*side);
+    const FilerLocation& location = state.pane(*side).location;
     const QString path =
         location.asDirectory() ? location.asDirectory()->url : location.asZip()->archive;
     QStorageInfo volume(path);

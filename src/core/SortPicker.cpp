@@ -28,7 +28,7 @@ void AppState::openSortPicker() {
     if (textFieldWasOpen) {
         releaseTextFocus();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     const auto found = std::find(kSortModes.begin(), kSortModes.end(), sortMode);

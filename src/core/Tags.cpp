@@ -83,12 +83,12 @@ void AppState::toggleTagAtCursor() {
     if (!side) {
         return;
     }
-    if (treeModeFor(*side) && treeSessionFor(*side)) {
+    if (pane(*side).treeMode && pane(*side).treeSession) {
         treeToggleTagAtCursor(*side);
         return;
     }
     const QList<FileEntry> visible = visibleEntries(*side);
-    const int index = selectionFor(*side);
+    const int index = pane(*side).selection;
     if (index < 0 || index >= visible.size()) {
         return;
     }
@@ -109,7 +109,7 @@ void AppState::openWildcardPrompt() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     wildcardPattern = lastWildcardPattern;
@@ -155,8 +155,7 @@ void AppState::applyWildcardTag() {
     releaseTextFocus();
     notifyChanged();
     if (pattern.isEmpty()) {
-        errorMessage = QStringLiteral("パターンを入力してください");
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("パターンを入力してください"));
         return;
     }
     const QRegularExpression expression(wildcardRegexPattern(pattern),
@@ -168,8 +167,7 @@ void AppState::applyWildcardTag() {
         }
     }
     if (matched.isEmpty()) {
-        errorMessage = QStringLiteral("一致なし: ") + pattern;
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("一致なし: ") + pattern);
         return;
     }
     taggedKeys.unite(matched);
@@ -179,8 +177,8 @@ void AppState::applyWildcardTag() {
 // The unfiltered files of the pane. Members of an archive are candidates,
 // unlike with Space: taggedFileURLs leaves their keys out again.
 QList<FileEntry> AppState::wildcardCandidates(PaneSide side) const {
-    const bool tree = treeModeFor(side) && treeSessionFor(side);
-    const QList<FileEntry> rows = tree ? treeFiles(side) : entriesFor(side);
+    const bool tree = pane(side).treeMode && pane(side).treeSession;
+    const QList<FileEntry> rows = tree ? treeFiles(side) : pane(side).entries;
     QList<FileEntry> candidates;
     std::copy_if(rows.begin(), rows.end(), std::back_inserter(candidates),
                  [](const FileEntry& e) { return !e.isParent && !e.isDirectory; });
@@ -216,15 +214,17 @@ QString AppState::taggedSizeLabel() const {
         return {};
     }
     TaggedSizeMemo& memo = m_taggedSizeMemo;
-    if (memo.leftListEpoch != leftListEpoch || memo.rightListEpoch != rightListEpoch ||
-        memo.keys != taggedKeys) {
-        memo = {leftListEpoch, rightListEpoch, taggedKeys, computeTaggedSizeLabel()};
+    const std::array<int64_t, 2> currentEpochs{pane(PaneSide::left).listEpoch,
+                                               pane(PaneSide::right).listEpoch};
+    if (memo.listEpochs != currentEpochs || memo.keys != taggedKeys) {
+        memo = {currentEpochs, taggedKeys, computeTaggedSizeLabel()};
     }
     return memo.label;
 }
 
 QString AppState::computeTaggedSizeLabel() const {
-    const auto listed = listedSizesOfKeys(taggedKeys, leftEntries, rightEntries);
+    const auto listed =
+        listedSizesOfKeys(taggedKeys, pane(PaneSide::left).entries, pane(PaneSide::right).entries);
     int64_t total = 0;
     for (const QString& key : taggedKeys) {
         const auto found = listed.constFind(key);

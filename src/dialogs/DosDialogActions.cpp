@@ -187,3 +187,8 @@ void AppState::openPrivacySettings() {
         QDesktopServices::openUrl(QUrl::fromLocalFile(folder));
     }
 }
+
+void AppState::selectDialogButton(int index) {
+    dosDialogActionIndex = index;
+    notifyChanged();
+}

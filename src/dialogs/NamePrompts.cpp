@@ -17,7 +17,7 @@ void clearWayForNamePrompt(AppState& s) {
     if (s.isFileSearchMode) {
         s.exitFileSearchMode();
     }
-    if (s.isSearching) {
+    if (s.isFilterOpen) {
         s.closeFilter(true);
     }
     s.isSortPickerOpen = false;
@@ -25,12 +25,6 @@ void clearWayForNamePrompt(AppState& s) {
         s.closeVolumePicker();
     }
     s.isWildcardPromptOpen = false;
-}
-
-void showError(AppState& s, const QString& message) {
-    s.errorMessage = message;
-    s.dosDialogActionIndex = 0;
-    s.notifyChanged();
 }
 
 // The panes on screen are read again and the cursor of the active pane goes
@@ -73,10 +67,10 @@ void AppState::openCreateItemPrompt(CreateItemKind kind) {
     }
     // In tree mode with the keys on the tree, the new item goes into the
     // folder under the tree cursor: the pane's own folder is out of sight.
-    const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr;
+    const auto session = pane(*side).treeMode ? pane(*side).treeSession : nullptr;
     const QString parent = session && !session->focusOnFiles
                                ? session->selectedPath()
-                               : locationFor(*side).asDirectory()->url;
+                               : pane(*side).location.asDirectory()->url;
     clearWayForNamePrompt(*this);
     createItemParentPath = parent;
     createItemName.clear();
@@ -106,7 +100,7 @@ void AppState::commitCreateItem() {
                                           ? FileSystemService::createFolder(name, parent)
                                           : FileSystemService::createFile(name, parent);
     if (!created) {
-        showError(*this, created.error().description());
+        reportError(created.error().description());
         return;
     }
     reloadAfterNameChange(*this, *created);
@@ -126,7 +120,7 @@ void AppState::openRenamePrompt() {
     }
     const std::optional<FileEntry> entry = currentEntry();
     if (!entry || entry->isParent || entry->isInsideArchive()) {
-        showError(*this, QStringLiteral("No item to rename"));
+        reportError(QStringLiteral("No item to rename"));
         return;
     }
     clearWayForNamePrompt(*this);
@@ -153,7 +147,7 @@ void AppState::commitRename() {
     releaseTextFocus();
     const FsResult<QString> renamed = FileSystemService::renameItem(source, name);
     if (!renamed) {
-        showError(*this, renamed.error().description());
+        reportError(renamed.error().description());
         return;
     }
     // A tag follows its file, and so does the file shown in EDITOR.
@@ -165,4 +159,16 @@ void AppState::commitRename() {
     }
     reloadAfterNameChange(*this, *renamed);
     syncPreview();
+}
+
+void AppState::setPromptText(const QString& text) {
+    if (createItemKind) {
+        createItemName = text;
+    } else if (isRenamePromptOpen) {
+        renameName = text;
+    } else if (copyMovePathKind) {
+        copyMovePathText = text;
+    } else if (isWildcardPromptOpen) {
+        wildcardPattern = text;
+    }
 }

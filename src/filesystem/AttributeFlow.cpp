@@ -17,12 +17,6 @@ const QString kMixedMode = QStringLiteral("\"\"\"\"\"\"\"\"*");
 const QString kMixedDateTime = QStringLiteral("\"\"\"\"\"\"\"\"");
 const QString kMixedName = QStringLiteral("*");
 
-void reportError(AppState& state, const QString& message) {
-    state.errorMessage = message;
-    state.dosDialogActionIndex = 0;
-    state.notifyChanged();
-}
-
 QString fitted(const QString& text, int length, QChar padding) {
     return text.left(length).leftJustified(length, padding);
 }
@@ -85,12 +79,12 @@ void AppState::openAttributePrompt() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     attributeTargetURLs = targets;
     if (targets.isEmpty()) {
-        reportError(*this, QStringLiteral("No item (Space to tag, or select an item)"));
+        reportError(QStringLiteral("No item (Space to tag, or select an item)"));
         return;
     }
     attributeTargetSummary = targets.size() == 1 ? PathUtils::lastPathComponent(targets.first())
@@ -99,7 +93,7 @@ void AppState::openAttributePrompt() {
     for (const QString& url : targets) {
         auto attributes = FileSystemService::readItemAttributes(url);
         if (!attributes) {
-            reportError(*this, attributes.error().description());
+            reportError(attributes.error().description());
             return;
         }
         all.append(*attributes);
@@ -179,12 +173,12 @@ void AppState::applyAttributePrompt() {
     const QStringList targets = attributeTargetURLs;
     const auto mode = FileSystemService::parseModeText(attributeNewMode);
     if (!mode) {
-        reportError(*this, mode.error().description());
+        reportError(mode.error().description());
         return;
     }
     const auto date = FileSystemService::parseDateTime(attributeNewDate, attributeNewTime);
     if (!date) {
-        reportError(*this, date.error().description());
+        reportError(date.error().description());
         return;
     }
     cancelAttributePrompt();
@@ -201,6 +195,6 @@ void AppState::applyAttributePrompt() {
     }
     finishFileOperation();
     if (!failures.isEmpty()) {
-        reportError(*this, failures.join(QLatin1Char('\n')));
+        reportError(failures.join(QLatin1Char('\n')));
     }
 }

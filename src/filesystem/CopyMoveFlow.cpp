@@ -34,12 +34,6 @@ struct ItemProgress {
     std::atomic<int64_t> total{-1};
 };
 
-void reportError(AppState& state, const QString& message) {
-    state.errorMessage = message;
-    state.dosDialogActionIndex = 0;
-    state.notifyChanged();
-}
-
 QString byKind(Kind kind, const char* copyText, const char* moveText) {
     return QString::fromUtf8(kind == Kind::copy ? copyText : moveText);
 }
@@ -54,7 +48,7 @@ void clearWayForCopyMove(AppState& state) {
     if (state.isFileSearchMode) {
         state.exitFileSearchMode();
     }
-    if (state.isSearching) {
+    if (state.isFilterOpen) {
         state.closeFilter(true);
     }
     if (state.isSortPickerOpen) {
@@ -104,8 +98,8 @@ void completeItem(AppState& state, AppState::PendingCopyMove batch, const QStrin
     state.fileOperationProgressText.clear();
     if (error) {
         state.pendingCopyMove.reset();
-        reportError(state, PathUtils::lastPathComponent(source) + QStringLiteral(": ") +
-                               error->description());
+        state.reportError(PathUtils::lastPathComponent(source) + QStringLiteral(": ") +
+                          error->description());
         state.finishFileOperation();
         return;
     }
@@ -146,23 +140,22 @@ void AppState::startCopyOrMove(CopyMoveKind kind) {
     }
     const QStringList sources = taggedFileURLs();
     if (sources.isEmpty()) {
-        reportError(*this, byKind(kind, "No item to copy (Space to tag, or select an item)",
-                                  "No item to move (Space to tag, or select an item)"));
+        reportError(byKind(kind, "No item to copy (Space to tag, or select an item)",
+                           "No item to move (Space to tag, or select an item)"));
         return;
     }
     clearWayForCopyMove(*this);
     if (layoutMode == LayoutMode::dualFiler) {
-        const auto* other = locationFor(otherSide(*side)).asDirectory();
+        const auto* other = pane(otherSide(*side)).location.asDirectory();
         if (!other) {
-            reportError(*this,
-                        byKind(kind, "Cannot copy into an archive", "Cannot move into an archive"));
+            reportError(byKind(kind, "Cannot copy into an archive", "Cannot move into an archive"));
             return;
         }
         beginCopyMove(kind, sources, other->url);
         return;
     }
     copyMovePathSources = sources;
-    copyMovePathBaseURL = locationFor(*side).asDirectory()->url;
+    copyMovePathBaseURL = pane(*side).location.asDirectory()->url;
     copyMovePathText = lastCopyMoveDestinationPath;
     copyMovePathKind = kind;
     notifyChanged();
@@ -185,7 +178,7 @@ void AppState::commitCopyMovePathPrompt() {
         FileSystemService::resolveDestinationFolder(copyMovePathText, copyMovePathBaseURL);
     closeCopyMovePathPrompt(*this);
     if (!resolved) {
-        reportError(*this, resolved.error().description());
+        reportError(resolved.error().description());
         return;
     }
     lastCopyMoveDestinationPath = *resolved;
@@ -199,7 +192,6 @@ void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
         for (const QString& source : sources) {
             if (PathUtils::parentPath(source) == folder) {
                 reportError(
-                    *this,
                     FileSystemError::make(FileSystemError::Kind::sameDirectory).description());
                 return;
             }

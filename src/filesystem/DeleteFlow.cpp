@@ -6,16 +6,6 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 
-namespace {
-
-void reportError(AppState& state, const QString& message) {
-    state.errorMessage = message;
-    state.dosDialogActionIndex = 0;
-    state.notifyChanged();
-}
-
-} // namespace
-
 QStringList AppState::deleteTargets(DeleteKind kind) const {
     if (kind == DeleteKind::files) {
         return taggedFileURLs();
@@ -40,16 +30,14 @@ void AppState::startDelete(DeleteKind kind) {
     const bool folders = kind == DeleteKind::folders;
     const QStringList targets = deleteTargets(kind);
     if (targets.isEmpty()) {
-        reportError(*this,
-                    folders ? QStringLiteral("No folder to delete (select a folder)")
+        reportError(folders ? QStringLiteral("No folder to delete (select a folder)")
                             : QStringLiteral("No file to delete (Space to tag, or select a file)"));
         return;
     }
     // The remembered owner-write bit decides, so one refused item refuses all.
     for (const QString& url : targets) {
         if (!FileSystemService::accessRights(url, folders, false).writable) {
-            reportError(*this,
-                        QStringLiteral("Not writable: ") + PathUtils::lastPathComponent(url));
+            reportError(QStringLiteral("Not writable: ") + PathUtils::lastPathComponent(url));
             return;
         }
     }
@@ -81,7 +69,7 @@ void AppState::runPendingDelete() {
     }
     finishFileOperation();
     if (!failures.isEmpty()) {
-        reportError(*this, failures.join(QLatin1Char('\n')));
+        reportError(failures.join(QLatin1Char('\n')));
     }
     notifyChanged();
 }

@@ -32,7 +32,7 @@ Result<QList<FileEntry>, QString> AppState::listLocation(const FilerLocation& lo
 }
 
 void AppState::reloadPane(PaneSide side, bool forgetRights) {
-    const FilerLocation location = locationFor(side);
+    const FilerLocation location = pane(side).location;
     if (forgetRights) {
         if (const auto* directory = location.asDirectory()) {
             FileAccessMemory::forget(directory->url);
@@ -43,13 +43,12 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
 
 void AppState::showListing(PaneSide side, Result<QList<FileEntry>, QString> rows) {
     if (!rows) {
-        errorMessage = rows.error();
-        dosDialogActionIndex = 0;
+        reportError(rows.error());
         notifyChanged();
         return;
     }
-    setEntries(side, std::move(rows).value());
-    setSelection(selectionFor(side), side);
+    pane(side).replaceEntries(std::move(rows).value());
+    setSelection(pane(side).selection, side);
     watchPaneFolder(side);
     // Pictures that came or went show in the grid at once.
     if (layoutMode == LayoutMode::filerGallery && side == PaneSide::left) {
@@ -59,22 +58,22 @@ void AppState::showListing(PaneSide side, Result<QList<FileEntry>, QString> rows
 }
 
 void AppState::reloadPaneInBackground(PaneSide side) {
-    const FilerLocation location = locationFor(side);
+    const FilerLocation location = pane(side).location;
     const auto* directory = location.asDirectory();
     if (!directory) {
         reloadPane(side, true);
         return;
     }
     FileAccessMemory::forget(directory->url);
-    const uint64_t request = ++m_backgroundReloads[side == PaneSide::left ? 0 : 1];
-    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    const uint64_t request = ++pane(side).backgroundReloadTicket;
+    const int64_t epoch = pane(side).listEpoch;
     using Rows = FsResult<QList<FileEntry>>;
     auto* watcher = new QFutureWatcher<Rows>(this);
     connect(watcher, &QFutureWatcher<Rows>::finished, this, [=, this] {
         watcher->deleteLater();
-        const bool current = request == m_backgroundReloads[side == PaneSide::left ? 0 : 1] &&
-                             epoch == (side == PaneSide::left ? leftListEpoch : rightListEpoch) &&
-                             locationFor(side) == location;
+        const PaneState& now = pane(side);
+        const bool current = request == now.backgroundReloadTicket && epoch == now.listEpoch &&
+                             now.location == location;
         if (!current) {
             return;
         }
@@ -99,15 +98,5 @@ void AppState::refreshAll() {
     reloadPane(PaneSide::left, true);
     if (rightMode == RightPaneMode::filer) {
         reloadPane(PaneSide::right, true);
-    }
-}
-
-void AppState::setEntries(PaneSide side, QList<FileEntry> entries) {
-    if (side == PaneSide::left) {
-        leftEntries = std::move(entries);
-        ++leftListEpoch;
-    } else {
-        rightEntries = std::move(entries);
-        ++rightListEpoch;
     }
 }

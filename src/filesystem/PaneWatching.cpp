@@ -6,12 +6,11 @@
 #include <QPointer>
 
 void AppState::watchPaneFolder(PaneSide side) {
-    const std::shared_ptr<DirectoryWatcher>& watcher =
-        side == PaneSide::left ? leftWatcher : rightWatcher;
+    const std::shared_ptr<DirectoryWatcher>& watcher = pane(side).watcher;
     if (!watcher) {
         return;
     }
-    const auto* directory = locationFor(side).asDirectory();
+    const auto* directory = pane(side).location.asDirectory();
     if (!directory) {
         watcher->stop(); // archives are not watched
         return;
@@ -26,7 +25,7 @@ void AppState::watchPaneFolder(PaneSide side) {
 }
 
 void AppState::stopWatching(PaneSide side) {
-    if (const auto& watcher = side == PaneSide::left ? leftWatcher : rightWatcher) {
+    if (const auto& watcher = pane(side).watcher) {
         watcher->stop();
     }
 }

@@ -95,7 +95,7 @@ void AppState::openJumpDialog() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(false);
     }
     jumpFilterQuery.clear();
@@ -196,14 +196,13 @@ void AppState::goToBookmark(const QString& path) {
     }
     const QString folder = JumpDialog::folderOnDisk(path);
     if (folder.isEmpty()) {
-        errorMessage = QStringLiteral("Folder not found:\n") + path;
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("Folder not found:\n") + path);
         jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, path);
         saveJumpBookmarks();
         notifyChanged();
         return;
     }
-    if (treeModeFor(*side)) {
+    if (pane(*side).treeMode) {
         leaveTreeMode(*side);
     }
     openLocation(FilerLocation::directory(folder), *side, std::nullopt);
@@ -242,18 +241,16 @@ void AppState::storeStartupDirectory(const QString& path) {
         m_preferences.setValue(PreferenceKeys::startupDirectory, folder);
         startupDirectory = folder;
     } else {
-        errorMessage = QStringLiteral("Folder not found:\n") + path;
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("Folder not found:\n") + path);
     }
     notifyChanged();
 }
 
 // True (and the message set) when the pane stands inside an archive.
 bool AppState::refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command) {
-    const auto refusal = ArchiveLocation::refusal(locationFor(side), command);
+    const auto refusal = ArchiveLocation::refusal(pane(side).location, command);
     if (refusal) {
-        errorMessage = *refusal;
-        dosDialogActionIndex = 0;
+        reportError(*refusal);
         notifyChanged();
     }
     return refusal.has_value();
@@ -261,18 +258,18 @@ bool AppState::refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyComma
 
 // "+" on a folder row remembers that folder, not the one that holds it.
 std::optional<QString> AppState::bookmarkTarget(PaneSide side) const {
-    if (const auto session = treeModeFor(side) ? treeSessionFor(side) : nullptr) {
+    if (const auto session = pane(side).treeMode ? pane(side).treeSession : nullptr) {
         return session->selectedPath();
     }
     const QList<FileEntry> visible = visibleEntries(side);
-    const int index = selectionFor(side);
+    const int index = pane(side).selection;
     if (index >= 0 && index < visible.size()) {
         const FileEntry& entry = visible.at(index);
         if (entry.isDirectory && !entry.isParent && !entry.zipArchiveURL && !entry.isZipArchive) {
             return PathUtils::standardizedPath(entry.url);
         }
     }
-    if (const auto* directory = locationFor(side).asDirectory()) {
+    if (const auto* directory = pane(side).location.asDirectory()) {
         return directory->url;
     }
     return std::nullopt;
@@ -285,8 +282,7 @@ void AppState::addJumpBookmark() {
     }
     const std::optional<QString> target = bookmarkTarget(*side);
     if (!target || !isExistingFolder(*target)) {
-        errorMessage = QStringLiteral("Not a folder");
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("Not a folder"));
         notifyChanged();
         return;
     }
@@ -305,10 +301,10 @@ void AppState::setStartupDirectoryToCurrent() {
     if (!side || refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::setStartup)) {
         return;
     }
-    const auto session = treeModeFor(*side) ? treeSessionFor(*side) : nullptr;
+    const auto session = pane(*side).treeMode ? pane(*side).treeSession : nullptr;
     if (session && session->selectedRow()) {
         storeStartupDirectory(session->selectedPath());
-    } else if (const auto* directory = locationFor(*side).asDirectory()) {
+    } else if (const auto* directory = pane(*side).location.asDirectory()) {
         storeStartupDirectory(directory->url);
     }
 }

@@ -230,8 +230,7 @@ void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath
         if (!weakState || !failure) {
             return;
         }
-        weakState->errorMessage = *failure;
-        weakState->dosDialogActionIndex = 0;
+        weakState->reportError(*failure);
         weakState->notifyChanged();
     });
 }

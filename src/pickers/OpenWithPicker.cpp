@@ -14,12 +14,6 @@ bool openWithWaits(const AppState& s) {
            s.isWildcardPromptOpen || s.isOpenWithPickerOpen;
 }
 
-void showError(AppState& state, const QString& message) {
-    state.errorMessage = message;
-    state.dosDialogActionIndex = 0;
-    state.notifyChanged();
-}
-
 } // namespace
 
 void AppState::openCursorEntryExternally() {
@@ -28,13 +22,13 @@ void AppState::openCursorEntryExternally() {
     }
     const std::optional<FileEntry> entry = currentEntry();
     if (!entry || entry->isParent) {
-        showError(*this, QStringLiteral("No file to open"));
+        reportError(QStringLiteral("No file to open"));
         return;
     }
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     if (!entry->zipArchiveURL || !entry->zipEntryPath) {
@@ -42,7 +36,7 @@ void AppState::openCursorEntryExternally() {
         return;
     }
     if (entry->isDirectory) {
-        showError(*this, QStringLiteral("Cannot open archive folder externally"));
+        reportError(QStringLiteral("Cannot open archive folder externally"));
         return;
     }
     // A member is opened as a copy in the temporary folder. The copy is made
@@ -52,7 +46,7 @@ void AppState::openCursorEntryExternally() {
         *entry->zipArchiveURL, *entry->zipEntryPath, this,
         [this, name](ArchiveService::ArchiveResult<QString> extracted) {
             if (!extracted) {
-                showError(*this, extracted.error().description());
+                reportError(extracted.error().description());
             } else if (!openWithWaits(*this)) {
                 showOpenWithChoices(*extracted, name);
             }
@@ -63,7 +57,7 @@ void AppState::openCursorEntryExternally() {
 void AppState::showOpenWithChoices(const QString& url, const QString& name) {
     const QList<OpenWithApp> apps = OpenWith::openWithCandidates(url, preferences());
     if (apps.isEmpty()) {
-        showError(*this, QStringLiteral("No application can open:\n") + name);
+        reportError(QStringLiteral("No application can open:\n") + name);
         return;
     }
     if (apps.size() == 1) {

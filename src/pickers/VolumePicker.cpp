@@ -11,7 +11,7 @@ void AppState::openVolumePicker() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(true);
     }
     // Taken once: the list is not renewed while the picker stands.

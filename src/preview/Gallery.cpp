@@ -17,12 +17,12 @@ PaneSide gallerySide(const AppState& state) {
 // The rows the grid is built from: the pane's list, or the file list beside
 // the tree of a pane in tree mode.
 QList<FileEntry> sourceRows(const AppState& state, PaneSide side) {
-    if (state.treeModeFor(side)) {
-        if (const auto session = state.treeSessionFor(side)) {
+    if (state.pane(side).treeMode) {
+        if (const auto session = state.pane(side).treeSession) {
             return session->files;
         }
     }
-    return state.entriesFor(side);
+    return state.pane(side).entries;
 }
 
 bool isMember(const FileEntry& entry) {
@@ -84,7 +84,7 @@ void selectItem(AppState& state, int index) {
     state.gallerySelection = index;
     const QString name = state.galleryItems.at(index).name;
     const PaneSide side = gallerySide(state);
-    const auto session = state.treeModeFor(side) ? state.treeSessionFor(side) : nullptr;
+    const auto session = state.pane(side).treeMode ? state.pane(side).treeSession : nullptr;
     if (session) {
         const int row = indexOfName(state.visibleTreeFiles(session->files), name);
         if (row >= 0) {

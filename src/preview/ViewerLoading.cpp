@@ -162,8 +162,7 @@ void endMemberLoad(AppState& state, const QString& url, const TextPreviewLoadRes
         showLoadedText(state, result);
         break;
     case Outcome::ioFailed:
-        state.errorMessage = unreadableMemberMessage;
-        state.dosDialogActionIndex = 0;
+        state.reportError(unreadableMemberMessage);
         break;
     case Outcome::decodeFailed:
     case Outcome::timedOut:
@@ -341,8 +340,7 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
                 isViewerLoading = false;
                 m_previewLoadTask.reset();
                 if (!extracted) {
-                    errorMessage = extracted.error().description();
-                    dosDialogActionIndex = 0;
+                    reportError(extracted.error().description());
                 } else {
                     editorURL = *extracted;
                     viewerKind = ViewerContentKind::preview;

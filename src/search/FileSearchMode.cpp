@@ -82,10 +82,10 @@ QString AppState::fileSearchRoot() const {
     if (!fileSearchScopePath.isEmpty()) {
         return fileSearchScopePath;
     }
-    if (const auto* zip = leftLocation.asZip()) {
+    if (const auto* zip = pane(PaneSide::left).location.asZip()) {
         return PathUtils::standardizedPath(QFileInfo(zip->archive).absolutePath());
     }
-    return leftLocation.asDirectory()->url;
+    return pane(PaneSide::left).location.asDirectory()->url;
 }
 
 // Shift+4 and the menu both come here, so the menu's shortcut also leaves.
@@ -102,10 +102,10 @@ void AppState::enterFileSearchMode() {
     if (isWildcardPromptOpen) {
         cancelWildcardPrompt();
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(false);
     }
-    if (leftTreeMode) {
+    if (pane(PaneSide::left).treeMode) {
         leaveTreeMode(PaneSide::left);
     }
     if (fileSearchDebounceTask) {
@@ -237,8 +237,7 @@ void AppState::openFileSearchResult() {
 void AppState::editFileSearchResult() {
     const auto hit = selectedHit(*this);
     if (!hit || hit->isDirectory) {
-        errorMessage = QStringLiteral("No file to edit");
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("No file to edit"));
         notifyChanged();
         return;
     }
@@ -249,10 +248,34 @@ void AppState::editFileSearchResult() {
 void AppState::openFileSearchResultExternally() {
     const auto hit = selectedHit(*this);
     if (!hit || hit->isDirectory) {
-        errorMessage = QStringLiteral("No file to open");
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("No file to open"));
         notifyChanged();
         return;
     }
     showOpenWithChoices(hit->url, hit->name);
+}
+
+void AppState::setFileSearchText(FileSearchFocusField field, const QString& text) {
+    switch (field) {
+    case FileSearchFocusField::query:
+        fileSearchQuery = text;
+        break;
+    case FileSearchFocusField::periodFrom:
+        fileSearchFromYM = text;
+        break;
+    case FileSearchFocusField::periodTo:
+        fileSearchToYM = text;
+        break;
+    default:
+        return;
+    }
+    scheduleFileSearch();
+    notifyChanged();
+}
+
+void AppState::setFileSearchFocus(FileSearchFocusField field) {
+    if (fileSearchFocusField != field) {
+        fileSearchFocusField = field;
+        notifyChanged();
+    }
 }

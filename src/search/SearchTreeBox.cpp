@@ -82,8 +82,7 @@ void AppState::confirmSearchTreeBox() {
     }
     const QString path = searchTreeSession->selectedPath();
     if (!FileSystemService::accessRights(path, true, false).readable) {
-        errorMessage = QStringLiteral("Cannot open folder");
-        dosDialogActionIndex = 0;
+        reportError(QStringLiteral("Cannot open folder"));
         notifyChanged();
         return;
     }

@@ -38,8 +38,8 @@ void AppState::toggleTreeMode() {
     if (!side) {
         return;
     }
-    if (treeModeFor(*side)) {
-        if (const auto session = treeSessionFor(*side)) {
+    if (pane(*side).treeMode) {
+        if (const auto session = pane(*side).treeSession) {
             openLocation(FilerLocation::directory(session->selectedPath()), *side, std::nullopt);
         }
         leaveTreeMode(*side);
@@ -48,7 +48,7 @@ void AppState::toggleTreeMode() {
     if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::treeMode)) {
         return;
     }
-    const FilerLocation& location = locationFor(*side);
+    const FilerLocation& location = pane(*side).location;
     // The tree always grows from the start folder; a pane elsewhere starts
     // on the root row.
     const QString root = PathUtils::standardizedPath(startupDirectory);
@@ -59,14 +59,14 @@ void AppState::toggleTreeMode() {
     session->rebuildRows(showHiddenFiles);
     session->select(target);
     session->reloadFiles(showHiddenFiles);
-    (*side == PaneSide::left ? leftTreeSession : rightTreeSession) = session;
-    (*side == PaneSide::left ? leftTreeMode : rightTreeMode) = true;
+    pane(*side).treeSession = session;
+    pane(*side).treeMode = true;
     noteTreeChanged();
 }
 
 void AppState::leaveTreeMode(PaneSide side) {
-    (side == PaneSide::left ? leftTreeMode : rightTreeMode) = false;
-    (side == PaneSide::left ? leftTreeSession : rightTreeSession).reset();
+    pane(side).treeMode = false;
+    pane(side).treeSession.reset();
     ++treeRevision;
     notifyChanged();
 }
@@ -75,10 +75,10 @@ void AppState::leaveTreeMode(PaneSide side) {
 // open filter in the same step.
 void AppState::exitTreeModeByEsc() {
     const auto side = activeFilerSide();
-    if (!side || !treeModeFor(*side)) {
+    if (!side || !pane(*side).treeMode) {
         return;
     }
-    if (isSearching) {
+    if (isFilterOpen) {
         closeFilter(false);
     }
     leaveTreeMode(*side);
@@ -87,7 +87,7 @@ void AppState::exitTreeModeByEsc() {
 
 void AppState::activateTreeSelection() {
     const auto side = activeFilerSide();
-    const auto session = side ? treeSessionFor(*side) : nullptr;
+    const auto session = side ? pane(*side).treeSession : nullptr;
     if (!session) {
         return;
     }
@@ -120,7 +120,7 @@ void AppState::activateTreeSelection() {
 // Moves the cursor of the list that has the keys to an index, clamped. A move
 // over the tree loads the new folder's files.
 void AppState::moveTreeCursorTo(PaneSide side, int index) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session) {
         return;
     }
@@ -134,7 +134,7 @@ void AppState::moveTreeCursorTo(PaneSide side, int index) {
 }
 
 int AppState::treeCursorIndex(PaneSide side) const {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session) {
         return 0;
     }
@@ -167,7 +167,7 @@ void AppState::treePage(int direction) {
 
 void AppState::treeStepLeft() {
     const auto side = activeFilerSide();
-    if (const auto session = side ? treeSessionFor(*side) : nullptr) {
+    if (const auto session = side ? pane(*side).treeSession : nullptr) {
         session->collapseSelected(showHiddenFiles);
         noteTreeChanged();
     }
@@ -176,7 +176,7 @@ void AppState::treeStepLeft() {
 // An unreadable folder is never opened, nor its (empty) file list entered.
 void AppState::treeStepRight() {
     const auto side = activeFilerSide();
-    const auto session = side ? treeSessionFor(*side) : nullptr;
+    const auto session = side ? pane(*side).treeSession : nullptr;
     if (!session ||
         !FileSystemService::accessRights(session->selectedPath(), true, false).readable) {
         return;
@@ -186,7 +186,7 @@ void AppState::treeStepRight() {
 }
 
 void AppState::selectTreeRow(PaneSide side, int index) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session || index < 0 || index >= session->rows.size()) {
         return;
     }
@@ -197,7 +197,7 @@ void AppState::selectTreeRow(PaneSide side, int index) {
 }
 
 void AppState::selectTreeFile(PaneSide side, int index) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session || index < 0 || index >= session->files.size()) {
         return;
     }
@@ -209,7 +209,8 @@ void AppState::selectTreeFile(PaneSide side, int index) {
 // After file work or a change of a setting: every open tree is listed anew
 // with the current settings.
 void AppState::refreshTreeSessions() {
-    for (const auto& session : {leftTreeSession, rightTreeSession, searchTreeSession}) {
+    for (const auto& session :
+         {pane(PaneSide::left).treeSession, pane(PaneSide::right).treeSession, searchTreeSession}) {
         if (!session) {
             continue;
         }
@@ -224,14 +225,14 @@ void AppState::refreshTreeSessions() {
 
 // The filter narrows the file list, so the keys go there.
 void AppState::treeOpenFilter(PaneSide side) {
-    if (const auto session = treeSessionFor(side)) {
+    if (const auto session = pane(side).treeSession) {
         session->focusOnFiles = true;
         ++treeRevision;
     }
 }
 
 void AppState::treeApplyFilter(PaneSide side) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session) {
         return;
     }
@@ -243,7 +244,7 @@ void AppState::treeApplyFilter(PaneSide side) {
 }
 
 void AppState::treeCloseFilterKeepingRow(PaneSide side) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session) {
         return;
     }
@@ -263,7 +264,7 @@ void AppState::treeCloseFilterKeepingRow(PaneSide side) {
 // Space on the file list tags the file and steps on; on the tree it tags
 // nothing and steps to the next folder.
 void AppState::treeToggleTagAtCursor(PaneSide side) {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     if (!session) {
         return;
     }
@@ -284,6 +285,6 @@ void AppState::treeToggleTagAtCursor(PaneSide side) {
 }
 
 QList<FileEntry> AppState::treeFiles(PaneSide side) const {
-    const auto session = treeSessionFor(side);
+    const auto session = pane(side).treeSession;
     return session ? session->files : QList<FileEntry>{};
 }

@@ -85,7 +85,7 @@ void openUnlessLarge(AppState& state, const QString& url) {
 void enterEditorFromCursor(AppState& state) {
     const std::optional<PaneSide> side = state.activeFilerSide();
     const auto refusal =
-        side ? ArchiveLocation::refusal(state.locationFor(*side),
+        side ? ArchiveLocation::refusal(state.pane(*side).location,
                                         ArchiveLocation::ReadOnlyCommand::enterEditor)
              : std::nullopt;
     if (refusal) {

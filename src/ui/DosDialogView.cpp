@@ -149,7 +149,7 @@ void DosDialogView::mousePressEvent(QMouseEvent* event) {
     const QList<QRectF> buttons = buttonRects();
     for (int i = 0; i < buttons.size(); ++i) {
         if (buttons.at(i).contains(event->position())) {
-            m_state.dosDialogActionIndex = i;
+            m_state.selectDialogButton(i);
             m_state.activateDosDialogAction(false);
             return;
         }

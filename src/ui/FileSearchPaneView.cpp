@@ -1,22 +1,19 @@
 #include "ui/FileSearchPaneView.h"
 
 #include "core/AppState.h"
-#include "core/EntryDisplay.h"
 #include "search/FolderSearchService.h"
-#include "ui/EntryColors.h"
+#include "ui/FileSearchForm.h"
+#include "ui/FileSearchResultList.h"
 #include "ui/HeaderBar.h"
 #include "ui/Palette.h"
 #include "ui/PaneFrame.h"
-#include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
 
 #include <QApplication>
 #include <QHBoxLayout>
 #include <QLineEdit>
-#include <QMouseEvent>
 #include <QPainter>
-#include <QScrollBar>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -29,17 +26,8 @@ namespace {
 
 using Field = FileSearchFocusField;
 
-constexpr int kLabelWidth = 100;
-constexpr int kLabelGap = 6;
-constexpr int kRowPadH = 2;
-constexpr int kRowPadV = 1;
-constexpr int kChoiceGap = 10;
 constexpr int kPeriodFieldWidth = 72;
-constexpr double kHitPadH = 8;
-constexpr double kHitPadV = 2;
-constexpr double kSizeWidth = 56;
 constexpr double kColumnGap = 8;
-constexpr double kMessagePadding = 10;
 constexpr double kFooterPadH = 8;
 
 const QString kFooterKeys =
@@ -53,214 +41,7 @@ ScreenText screenText(const AppState& state) {
     return ScreenText(ScreenFont::font(state.uiFontSize));
 }
 
-FileEntry rowOf(const FolderSearchHit& hit) {
-    FileEntry entry;
-    entry.isDirectory = hit.isDirectory;
-    entry.size = hit.size;
-    entry.modificationDate = hit.modificationDate;
-    return entry;
-}
-
 } // namespace
-
-// One row of the form: the label right aligned in its column, the value
-// widgets after it, and the fill while the form's focus stands on the row.
-class FileSearchFormRow : public QWidget {
-public:
-    FileSearchFormRow(AppState& state, QList<Field> fields, QString label, QWidget* parent)
-        : QWidget(parent)
-        , m_state(state)
-        , m_fields(std::move(fields))
-        , m_label(std::move(label)) {
-        m_values = new QHBoxLayout(this);
-        m_values->setContentsMargins(kRowPadH + kLabelWidth + kLabelGap, kRowPadV, kRowPadH,
-                                     kRowPadV);
-        m_values->setSpacing(kChoiceGap);
-    }
-
-    QHBoxLayout* values() const { return m_values; }
-    bool holds(Field field) const { return m_fields.contains(field); }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        if (holds(m_state.fileSearchFocusField)) {
-            painter.fillRect(rect(), EntryColors::overNavy(Palette::cursorFill(), 0.25));
-        }
-        const QRectF labelRect(kRowPadH, 0, kLabelWidth, height());
-        screenText(m_state).draw(painter, labelRect, m_label, Palette::titleText(), Qt::AlignRight);
-    }
-
-    void mousePressEvent(QMouseEvent*) override {
-        m_state.fileSearchFocusField = m_fields.first();
-        m_state.notifyChanged();
-    }
-
-private:
-    AppState& m_state;
-    QList<Field> m_fields;
-    QString m_label;
-    QHBoxLayout* m_values = nullptr;
-};
-
-// Text drawn on the screen's grid: a path cut at its head, or a set of
-// choices side by side with the chosen one inverted.
-class FileSearchFormText : public QWidget {
-public:
-    FileSearchFormText(const AppState& state, QWidget* parent)
-        : QWidget(parent)
-        , m_state(state) {
-        setAttribute(Qt::WA_TransparentForMouseEvents);
-    }
-
-    void setPieces(const QStringList& pieces, int chosen) {
-        m_pieces = pieces;
-        m_chosen = chosen;
-        updateGeometry();
-        update();
-    }
-
-    QSize sizeHint() const override {
-        const ScreenText text = screenText(m_state);
-        double width = 0;
-        for (const QString& piece : m_pieces) {
-            width += text.width(piece) + kChoiceGap;
-        }
-        return QSize(int(std::ceil(width)), int(std::ceil(text.lineHeight())));
-    }
-    QSize minimumSizeHint() const override { return QSize(0, sizeHint().height()); }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        const ScreenText text = screenText(m_state);
-        double x = 0;
-        for (int i = 0; i < m_pieces.size(); ++i) {
-            const QString piece = m_pieces.size() == 1
-                                      ? text.elided(m_pieces.at(i), width(), Qt::ElideLeft)
-                                      : m_pieces.at(i);
-            const QRectF cell(x, 0, text.width(piece), height());
-            const bool inverted = i == m_chosen;
-            if (inverted) {
-                painter.fillRect(cell, Palette::baseText());
-            }
-            text.draw(painter, cell, piece,
-                      inverted ? Palette::paneBackground() : Palette::baseText());
-            x += cell.width() + kChoiceGap;
-        }
-    }
-
-private:
-    const AppState& m_state;
-    QStringList m_pieces;
-    int m_chosen = -1;
-};
-
-// The hits, one row each, with the row at the selection filled; without hits
-// the one line that says why.
-class FileSearchResultList : public RowListArea {
-public:
-    FileSearchResultList(AppState& state, QWidget* parent)
-        : RowListArea(parent)
-        , m_state(state) {}
-
-    void sync() {
-        const int count = int(m_state.folderSearch->results().size());
-        verticalScrollBar()->setRange(
-            0, std::max(0, int(std::ceil(count * rowHeight())) - viewport()->height()));
-        verticalScrollBar()->setSingleStep(int(rowHeight()));
-        const QRect row = rowRect(m_state.fileSearchSelection);
-        if (row.top() < 0) {
-            verticalScrollBar()->setValue(verticalScrollBar()->value() + row.top());
-        } else if (row.bottom() > viewport()->height()) {
-            verticalScrollBar()->setValue(verticalScrollBar()->value() + row.bottom() -
-                                          viewport()->height());
-        }
-        viewport()->update();
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(viewport());
-        painter.fillRect(viewport()->rect(), Palette::paneBackground());
-        const QList<FolderSearchHit>& hits = m_state.folderSearch->results();
-        const ScreenText text = screenText(m_state);
-        if (hits.isEmpty()) {
-            const QRectF line(kMessagePadding, kMessagePadding,
-                              viewport()->width() - 2 * kMessagePadding, text.lineHeight());
-            text.draw(painter, line, emptyMessage(), Palette::dimText());
-            return;
-        }
-        for (int i = 0; i < hits.size(); ++i) {
-            const QRect row = rowRect(i);
-            if (row.bottom() >= 0 && row.top() <= viewport()->height()) {
-                paintHit(painter, text, hits.at(i), row, i == m_state.fileSearchSelection);
-            }
-        }
-    }
-
-    void mousePressEvent(QMouseEvent* event) override { selectAt(event->position().y()); }
-
-    void mouseDoubleClickEvent(QMouseEvent* event) override {
-        if (selectAt(event->position().y())) {
-            m_state.openFileSearchResult();
-        }
-    }
-
-    void resizeEvent(QResizeEvent* event) override {
-        RowListArea::resizeEvent(event);
-        sync();
-    }
-
-private:
-    double rowHeight() const override { return screenText(m_state).lineHeight() + 2 * kHitPadV; }
-
-    bool selectAt(double y) {
-        const int index = int((y + verticalScrollBar()->value()) / rowHeight());
-        if (index < 0 || index >= m_state.folderSearch->results().size()) {
-            return false;
-        }
-        m_state.moveFileSearchSelection(index - m_state.fileSearchSelection);
-        return true;
-    }
-
-    QString emptyMessage() const {
-        const FolderSearchService& search = *m_state.folderSearch;
-        if (search.lastError()) {
-            return *search.lastError();
-        }
-        if (search.isSearching()) {
-            return QStringLiteral("検索中… (%1)").arg(search.scannedCount());
-        }
-        if (m_state.fileSearchQuery.isEmpty() && m_state.fileSearchFromYM.isEmpty() &&
-            m_state.fileSearchToYM.isEmpty()) {
-            return QStringLiteral("ファイル名の一部、または期間を指定");
-        }
-        return QStringLiteral("該当なし");
-    }
-
-    // The size right aligned in its column, the date, then the path.
-    void paintHit(QPainter& painter, const ScreenText& text, const FolderSearchHit& hit,
-                  const QRect& row, bool isCursor) const {
-        if (isCursor) {
-            painter.fillRect(row, Palette::cursorFill());
-        }
-        const FileEntry entry = rowOf(hit);
-        const QString date = EntryDisplay::dateText(entry);
-        const double dateWidth = text.width(QStringLiteral("00-00-00 00:00"));
-        const QRectF sizeRect(row.left() + kHitPadH, row.top(), kSizeWidth, row.height());
-        const QRectF dateRect(sizeRect.right() + kColumnGap, row.top(), dateWidth, row.height());
-        const double pathLeft = dateRect.right() + kColumnGap;
-        const QRectF pathRect(pathLeft, row.top(), row.right() - kHitPadH - pathLeft, row.height());
-        text.draw(painter, sizeRect, EntryDisplay::sizeText(entry), Palette::dimText(),
-                  Qt::AlignRight);
-        text.draw(painter, dateRect, date, Palette::baseText());
-        text.draw(painter, pathRect, text.elided(hit.relativePath, pathRect.width(), Qt::ElideLeft),
-                  Palette::baseText());
-    }
-
-    AppState& m_state;
-};
 
 FileSearchPaneView::FileSearchPaneView(AppState& state, QWidget* parent)
     : QWidget(parent)
@@ -292,14 +73,14 @@ QWidget* FileSearchPaneView::buildForm() {
         m_rows.append(row);
         return row->values();
     };
-    m_query = makeField(QStringLiteral("一部を入力"), &AppState::fileSearchQuery);
+    m_query = makeField(QStringLiteral("一部を入力"), Field::query);
     addRow({Field::query}, QStringLiteral("ファイル名:"))->addWidget(m_query, 1);
     m_folderText = new FileSearchFormText(m_state, form);
     addRow({Field::folder}, QStringLiteral("カレント:"))->addWidget(m_folderText, 1);
     m_matchText = new FileSearchFormText(m_state, form);
     addRow({Field::matchMode}, QStringLiteral("対象:"))->addWidget(m_matchText, 1);
-    m_from = makeField(QStringLiteral("yyyy-MM"), &AppState::fileSearchFromYM);
-    m_to = makeField(QStringLiteral("yyyy-MM"), &AppState::fileSearchToYM);
+    m_from = makeField(QStringLiteral("yyyy-MM"), Field::periodFrom);
+    m_to = makeField(QStringLiteral("yyyy-MM"), Field::periodTo);
     QHBoxLayout* period = addRow({Field::periodFrom, Field::periodTo}, QStringLiteral("期間:"));
     auto* between = new FileSearchFormText(m_state, form);
     between->setPieces({QStringLiteral("から")}, -1);
@@ -317,7 +98,7 @@ QWidget* FileSearchPaneView::buildForm() {
 
 // A borderless field on the navy form that writes through to the state and
 // starts the wait before the next scan.
-QLineEdit* FileSearchPaneView::makeField(const QString& placeholder, QString AppState::*binding) {
+QLineEdit* FileSearchPaneView::makeField(const QString& placeholder, FileSearchFocusField binding) {
     auto* field = new QLineEdit(this);
     field->setFrame(false);
     field->setPlaceholderText(placeholder);
@@ -327,11 +108,8 @@ QLineEdit* FileSearchPaneView::makeField(const QString& placeholder, QString App
     colors.setColor(QPalette::PlaceholderText, Palette::dimText());
     field->setPalette(colors);
     field->installEventFilter(this);
-    connect(field, &QLineEdit::textEdited, this, [this, binding](const QString& text) {
-        m_state.*binding = text;
-        m_state.scheduleFileSearch();
-        m_state.notifyChanged();
-    });
+    connect(field, &QLineEdit::textEdited, this,
+            [this, binding](const QString& text) { m_state.setFileSearchText(binding, text); });
     return field;
 }
 
@@ -367,9 +145,8 @@ bool FileSearchPaneView::eventFilter(QObject* watched, QEvent* event) {
                             : watched == m_from ? Field::periodFrom
                                                 : Field::periodTo;
         if (m_state.fileSearchFocusField != field) {
-            m_state.fileSearchFocusField = field;
             m_shownFocus = field;
-            m_state.notifyChanged();
+            m_state.setFileSearchFocus(field);
         }
     }
     return QWidget::eventFilter(watched, event);

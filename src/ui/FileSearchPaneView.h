@@ -41,7 +41,7 @@ protected:
 
 private:
     QWidget* buildForm();
-    QLineEdit* makeField(const QString& placeholder, QString AppState::*binding);
+    QLineEdit* makeField(const QString& placeholder, FileSearchFocusField binding);
     void syncFields();
     void followFocus();
     void applyFontSize();

@@ -58,9 +58,9 @@ public:
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
         m_rows = m_state.visibleEntries(m_side);
         updateRange();
-        const QString identity = EntryDisplay::locationPath(m_state.locationFor(m_side)) +
+        const QString identity = EntryDisplay::locationPath(m_state.pane(m_side).location) +
                                  QLatin1Char('-') + QString::number(listEpoch());
-        const int selection = m_state.selectionFor(m_side);
+        const int selection = m_state.pane(m_side).selection;
         if (identity != m_identity) {
             // A new list starts with its cursor row in the middle at once.
             m_identity = identity;
@@ -113,9 +113,7 @@ protected:
     }
 
 private:
-    int64_t listEpoch() const {
-        return m_side == PaneSide::left ? m_state.leftListEpoch : m_state.rightListEpoch;
-    }
+    int64_t listEpoch() const { return m_state.pane(m_side).listEpoch; }
     double rowHeight() const { return m_text.lineHeight() + 4; }
 
     std::optional<int> rowAt(double y) const {
@@ -252,9 +250,9 @@ void FilerPaneView::refreshFromState() {
 // The bar stands only on the focused pane while the filter is open; it takes
 // the keyboard on the next turn of the loop, once it is on screen.
 void FilerPaneView::syncFilterBar() {
-    const bool shown = m_state.isSearching && m_state.focusedSide == m_side;
-    if (m_filterField->text() != m_state.searchQuery) {
-        m_filterField->setText(m_state.searchQuery);
+    const bool shown = m_state.isFilterOpen && m_state.focusedSide == m_side;
+    if (m_filterField->text() != m_state.filterQuery) {
+        m_filterField->setText(m_state.filterQuery);
     }
     if (shown == m_filterBar->isVisible()) {
         return;
@@ -273,13 +271,7 @@ void FilerPaneView::syncFilterBar() {
 }
 
 void FilerPaneView::filterTextEdited(const QString& text) {
-    if (!m_state.isSearching) {
-        return;
-    }
-    m_state.searchQuery = text;
-    m_state.applyFilter();
-    ++m_state.treeRevision;
-    m_state.notifyChanged();
+    m_state.setFilterQuery(text);
 }
 
 void FilerPaneView::paintEvent(QPaintEvent*) {
@@ -294,13 +286,13 @@ void FilerPaneView::paintEvent(QPaintEvent*) {
         trailing.append({QStringLiteral(".*"), Palette::accentText()});
     }
     trailing.append({QString::number(m_state.visibleEntries(m_side).size()), Palette::dimText()});
-    if (m_state.isSearching && focused) {
+    if (m_state.isFilterOpen && focused) {
         trailing.append({QStringLiteral("FILTER"), Palette::titleText()});
     }
     HeaderBar::paint(
         painter, bar, text, focused,
         {{QStringLiteral("FILER"), Palette::titleText()},
-         {EntryDisplay::locationPath(m_state.locationFor(m_side)), Palette::baseText(), true}},
+         {EntryDisplay::locationPath(m_state.pane(m_side).location), Palette::baseText(), true}},
         trailing);
 }
 

@@ -84,7 +84,7 @@ QSize FunctionToolbarView::minimumSizeHint() const {
 
 QList<FunctionToolbarView::Cell> FunctionToolbarView::legendCells() const {
     const std::optional<PaneSide> side = m_state.activeFilerSide();
-    const bool inArchive = side && !m_state.locationFor(*side).asDirectory();
+    const bool inArchive = side && !m_state.pane(*side).location.asDirectory();
     QList<Cell> cells;
     const auto add = [&](const auto& rows) {
         for (const LegendRow& row : rows) {

@@ -30,8 +30,10 @@ constexpr double kMarkScale = 2.5;
 // The folder the items come from: the pane's location, and in tree mode the
 // folder under the tree's cursor.
 QString sourceIdentity(const AppState& state) {
-    QString identity = AppState::locationKey(state.leftLocation);
-    if (const auto session = state.leftTreeMode ? state.leftTreeSession : nullptr) {
+    QString identity = AppState::locationKey(state.pane(PaneSide::left).location);
+    if (const auto session = state.pane(PaneSide::left).treeMode
+                                 ? state.pane(PaneSide::left).treeSession
+                                 : nullptr) {
         identity += QLatin1Char('\n') + session->selectedPath();
     }
     return identity;

@@ -61,11 +61,11 @@ void GalleryView::paintEvent(QPaintEvent*) {
     const ScreenText text(ScreenFont::font(m_state.uiFontSize));
     const double margin = PaneFrame::kContentMargin;
     const QRectF bar(margin, margin, width() - 2 * margin, HeaderBar::height(text));
-    HeaderBar::paint(
-        painter, bar, text, m_state.focusedSide == PaneSide::right,
-        {{QStringLiteral("GALLERY"), Palette::titleText()},
-         {EntryDisplay::locationPath(m_state.leftLocation), Palette::baseText(), true}},
-        {{QString::number(m_state.galleryItems.size()), Palette::dimText()}});
+    HeaderBar::paint(painter, bar, text, m_state.focusedSide == PaneSide::right,
+                     {{QStringLiteral("GALLERY"), Palette::titleText()},
+                      {EntryDisplay::locationPath(m_state.pane(PaneSide::left).location),
+                       Palette::baseText(), true}},
+                     {{QString::number(m_state.galleryItems.size()), Palette::dimText()}});
     const QRectF hint(margin, height() - margin - lineHeight(), width() - 2 * margin, lineHeight());
     text.draw(painter, hint, text.elided(kHint, hint.width(), Qt::ElideRight), Palette::dimText());
     if (m_state.galleryItems.isEmpty()) {

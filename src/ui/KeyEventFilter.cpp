@@ -128,10 +128,7 @@ KeyEventFilter::KeyEventFilter(AppState& state, QObject* parent)
 
 KeyEventFilter::~KeyEventFilter() {
     m_state.setTextInputHost(nullptr);
-    if (m_state.isShiftKeyDown) {
-        m_state.isShiftKeyDown = false;
-        m_state.notifyChanged();
-    }
+    m_state.releaseShiftKey();
 }
 
 KeyEvent KeyEventFilter::keyEventFrom(const QKeyEvent& event) {

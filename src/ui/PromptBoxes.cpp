@@ -19,7 +19,7 @@ PromptBoxView* createItemPrompt(AppState& state, QWidget* parent) {
                                              : QStringLiteral("Enter 作成 (0 bytes)  Esc 取消")};
     };
     binding.text = [&state] { return state.createItemName; };
-    binding.setText = [&state](const QString& text) { state.createItemName = text; };
+    binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitCreateItem(); };
     return new PromptBoxView(state, std::move(binding), parent);
 }
@@ -34,7 +34,7 @@ PromptBoxView* renamePrompt(AppState& state, QWidget* parent) {
                                       QStringLiteral("Enter 変更  Esc 取消")};
     };
     binding.text = [&state] { return state.renameName; };
-    binding.setText = [&state](const QString& text) { state.renameName = text; };
+    binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitRename(); };
     return new PromptBoxView(state, std::move(binding), parent);
 }
@@ -53,7 +53,7 @@ PromptBoxView* copyMovePathPrompt(AppState& state, QWidget* parent) {
             QStringLiteral("Enter 確定  Esc 取消  （相対は From 基準）")};
     };
     binding.text = [&state] { return state.copyMovePathText; };
-    binding.setText = [&state](const QString& text) { state.copyMovePathText = text; };
+    binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitCopyMovePathPrompt(); };
     return new PromptBoxView(state, std::move(binding), parent);
 }
@@ -68,7 +68,7 @@ PromptBoxView* wildcardTagPrompt(AppState& state, QWidget* parent) {
                                       QStringLiteral("Enter タグ付与  Esc 取消")};
     };
     binding.text = [&state] { return state.wildcardPattern; };
-    binding.setText = [&state](const QString& text) { state.wildcardPattern = text; };
+    binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.applyWildcardTag(); };
     return new PromptBoxView(state, std::move(binding), parent);
 }

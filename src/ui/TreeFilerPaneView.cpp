@@ -55,7 +55,7 @@ public:
 
     void sync() {
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
-        const auto session = m_state.treeSessionFor(m_side);
+        const auto session = m_state.pane(m_side).treeSession;
         m_lines.clear();
         m_cursor = -1;
         if (session) {
@@ -75,7 +75,7 @@ protected:
     void paintEvent(QPaintEvent*) override {
         QPainter painter(viewport());
         painter.fillRect(viewport()->rect(), Palette::paneBackground());
-        const auto session = m_state.treeSessionFor(m_side);
+        const auto session = m_state.pane(m_side).treeSession;
         const bool hasKeys = session && session->focusOnFiles == (m_kind == Kind::files);
         QColor fill = Palette::cursorFill();
         fill.setAlphaF(hasKeys && m_state.focusedSide == m_side ? 1.0 : 0.35);
@@ -122,7 +122,7 @@ private:
             m_state.selectTreeFile(m_side, visibleIndex);
             return;
         }
-        const auto session = m_state.treeSessionFor(m_side);
+        const auto session = m_state.pane(m_side).treeSession;
         const QString path = m_visiblePaths.value(visibleIndex);
         for (int i = 0; session && i < session->rows.size(); ++i) {
             if (session->rows.at(i).path == path) {
@@ -206,7 +206,7 @@ void TreeFilerPaneView::applyFontSize() {
 
 void TreeFilerPaneView::refreshFromState() {
     applyFontSize();
-    const bool hasSession = m_state.treeSessionFor(m_side) != nullptr;
+    const bool hasSession = m_state.pane(m_side).treeSession != nullptr;
     m_tree->setVisible(hasSession);
     m_files->setVisible(hasSession);
     m_tree->sync();
@@ -221,7 +221,7 @@ void TreeFilerPaneView::paintEvent(QPaintEvent*) {
     const QRectF bar(PaneFrame::kContentMargin, PaneFrame::kContentMargin,
                      width() - 2 * PaneFrame::kContentMargin, HeaderBar::height(text));
     const bool focused = m_state.focusedSide == m_side;
-    const auto session = m_state.treeSessionFor(m_side);
+    const auto session = m_state.pane(m_side).treeSession;
     QList<HeaderBar::Item> leading{{QStringLiteral("TREE"), Palette::titleText()}};
     if (session) {
         leading.append(
@@ -232,7 +232,7 @@ void TreeFilerPaneView::paintEvent(QPaintEvent*) {
         trailing.append({QStringLiteral(".*"), Palette::accentText()});
     }
     trailing.append({QStringLiteral("[T]"), Palette::dimText()});
-    if (m_state.isSearching && focused) {
+    if (m_state.isFilterOpen && focused) {
         trailing.append({QStringLiteral("FILTER"), Palette::titleText()});
     }
     HeaderBar::paint(painter, bar, text, focused, leading, trailing);

@@ -23,7 +23,8 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
     preferences.setValue("startupDirectory", dir.path());
     AppState state(preferences);
     // The archive's path is standardised before it names the rows.
-    state.leftLocation = FilerLocation::zip(dir.path() + "/./box.zip", QStringLiteral("inner/"));
+    state.pane(PaneSide::left).location =
+        FilerLocation::zip(dir.path() + "/./box.zip", QStringLiteral("inner/"));
     state.reloadPane(PaneSide::left, false);
     ASSERT_FALSE(state.errorMessage) << state.errorMessage->toStdString();
     ASSERT_EQ(state.visibleEntries(PaneSide::left).size(), 2);
@@ -65,7 +66,7 @@ TEST(ArchiveRefusalTest, AnArchiveThatCannotBeListedLeavesThePaneWhereItWas) {
     preferences.setValue("startupDirectory", dir.path());
     AppState state(preferences);
     state.refreshAll();
-    const FilerLocation before = state.leftLocation;
+    const FilerLocation before = state.pane(PaneSide::left).location;
     const QList<FileEntry> rowsBefore = state.visibleEntries(PaneSide::left);
     ASSERT_EQ(rowsBefore.at(1).name, QStringLiteral("cut.zip"));
     state.setSelection(1, PaneSide::left);
@@ -73,9 +74,9 @@ TEST(ArchiveRefusalTest, AnArchiveThatCannotBeListedLeavesThePaneWhereItWas) {
     EXPECT_TRUE(state.handleKeyDown(KeyTest::named(KeyCode::returnKey)));
     EXPECT_EQ(state.errorMessage.value_or(QString()),
               QStringLiteral("Cannot list ZIP: EOCD not found"));
-    EXPECT_EQ(state.leftLocation, before);
+    EXPECT_EQ(state.pane(PaneSide::left).location, before);
     EXPECT_EQ(state.visibleEntries(PaneSide::left), rowsBefore);
-    EXPECT_EQ(state.leftSelection, 1);
+    EXPECT_EQ(state.pane(PaneSide::left).selection, 1);
 }
 
 } // namespace

@@ -55,27 +55,27 @@ TEST_F(AppStateTest, ActiveFilerSideFollowsLayoutAndFocus) {
 TEST_F(AppStateTest, RefreshAllListsTheLeftPaneAndTheRightOnlyAsAFiler) {
     dir.makeFile(QStringLiteral("one.txt"));
     state->refreshAll();
-    EXPECT_EQ(state->leftEntries.size(), 2);
-    EXPECT_TRUE(state->rightEntries.isEmpty());
-    EXPECT_EQ(state->leftListEpoch, 1);
+    EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
+    EXPECT_TRUE(state->pane(PaneSide::right).entries.isEmpty());
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, 1);
 
     state->rightMode = RightPaneMode::filer;
     state->layoutMode = LayoutMode::dualFiler;
     state->refreshAll();
-    EXPECT_EQ(state->rightEntries.size(), 2);
-    EXPECT_EQ(state->leftListEpoch, 2);
+    EXPECT_EQ(state->pane(PaneSide::right).entries.size(), 2);
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, 2);
 }
 
 TEST_F(AppStateTest, CurrentEntryIsTheVisibleRowUnderTheCursor) {
     dir.makeFile(QStringLiteral("a.txt"));
     dir.makeFile(QStringLiteral("b.txt"));
     state->refreshAll();
-    state->leftSelection = 2;
+    state->pane(PaneSide::left).selection = 2;
     ASSERT_TRUE(state->currentEntry());
     EXPECT_EQ(state->currentEntry()->name, QStringLiteral("b.txt"));
 
-    state->isSearching = true;
-    state->searchQuery = QStringLiteral("B.TX");
+    state->isFilterOpen = true;
+    state->filterQuery = QStringLiteral("B.TX");
     EXPECT_EQ(state->visibleEntries(PaneSide::left).size(), 2); // ".." and b.txt
     EXPECT_FALSE(state->currentEntry());                        // index 2 is past the filtered list
 
@@ -87,16 +87,16 @@ TEST_F(AppStateTest, CurrentEntryIsTheVisibleRowUnderTheCursor) {
 TEST_F(AppStateTest, AReloadThatFailsKeepsTheOldListAndSaysWhy) {
     const QString sub = dir.makeFolder(QStringLiteral("sub"));
     dir.makeFile(QStringLiteral("sub/x"));
-    state->leftLocation = FilerLocation::directory(sub);
+    state->pane(PaneSide::left).location = FilerLocation::directory(sub);
     state->reloadPane(PaneSide::left, false);
-    ASSERT_EQ(state->leftEntries.size(), 2);
-    const int64_t epoch = state->leftListEpoch;
+    ASSERT_EQ(state->pane(PaneSide::left).entries.size(), 2);
+    const int64_t epoch = state->pane(PaneSide::left).listEpoch;
 
     QDir(sub).removeRecursively();
     state->dosDialogActionIndex = 4;
     state->reloadPane(PaneSide::left, false);
-    EXPECT_EQ(state->leftEntries.size(), 2);
-    EXPECT_EQ(state->leftListEpoch, epoch);
+    EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch);
     EXPECT_EQ(state->errorMessage, QStringLiteral("Not a directory: ") + sub);
     EXPECT_EQ(state->dosDialogActionIndex, 0);
 }
@@ -106,12 +106,12 @@ TEST_F(AppStateTest, AReloadKeepsTheCursorByPositionClampedToTheList) {
         dir.makeFile(QStringLiteral("f%1").arg(i));
     }
     state->refreshAll();
-    state->leftSelection = 5;
+    state->pane(PaneSide::left).selection = 5;
     for (int i = 2; i < 5; ++i) {
         QFile::remove(dir.filePath(QStringLiteral("f%1").arg(i)));
     }
     state->reloadPane(PaneSide::left, false);
-    EXPECT_EQ(state->leftSelection, 2);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 2);
 }
 
 TEST_F(AppStateTest, AForcedReloadForgetsTheRightsOfThePanesFolderAlone) {

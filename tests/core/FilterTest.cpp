@@ -36,9 +36,11 @@ protected:
         }
         return names;
     }
-    QString nameAtCursor() const { return visibleNames().at(state->leftSelection); }
+    QString nameAtCursor() const {
+        return visibleNames().at(state->pane(PaneSide::left).selection);
+    }
     void type(const QString& query) {
-        state->searchQuery = query;
+        state->filterQuery = query;
         state->applyFilter();
     }
 
@@ -92,9 +94,9 @@ TEST_F(FilterTest, TypingKeepsTheIndexAndPullsBackACursorBeyondTheList) {
     state->openFilter();
     state->setSelection(4, PaneSide::left);
     type(QStringLiteral("file"));
-    EXPECT_EQ(state->leftSelection, 2);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 2);
     type(QStringLiteral("fil"));
-    EXPECT_EQ(state->leftSelection, 2);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 2);
 }
 
 TEST_F(FilterTest, ClosingGivesTheKeyboardBackLater) {
@@ -109,7 +111,7 @@ TEST_F(FilterTest, OpeningTheFilterClosesPickersAndTheWildcardPrompt) {
     state->isVolumePickerOpen = true;
     state->isWildcardPromptOpen = true;
     state->openFilter();
-    EXPECT_TRUE(state->isSearching);
+    EXPECT_TRUE(state->isFilterOpen);
     EXPECT_FALSE(state->isVolumePickerOpen);
     EXPECT_FALSE(state->isWildcardPromptOpen);
 }
@@ -134,7 +136,7 @@ TEST_F(FilterTest, OpeningTheSortPickerClosesTheFilterKeepingTheRow) {
     type(QStringLiteral("straße"));
     state->setSelection(1, PaneSide::left);
     state->openSortPicker();
-    EXPECT_FALSE(state->isSearching);
+    EXPECT_FALSE(state->isFilterOpen);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("Straße.md"));
 }
 

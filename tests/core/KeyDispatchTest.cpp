@@ -45,7 +45,7 @@ Check both(Check first, Check second) {
     return [=](const RecordingState& s) { return first(s) && second(s); };
 }
 Check row(int selection) {
-    return has(&AppState::leftSelection, selection);
+    return [=](const RecordingState& s) { return s.pane(PaneSide::left).selection == selection; };
 }
 Check focus(PaneSide side) {
     return has(&AppState::focusedSide, side);
@@ -56,7 +56,7 @@ Check layout(LayoutMode mode) {
 const Check focusLeft = focus(PaneSide::left);
 const Check focusRight = focus(PaneSide::right);
 const Check atRoot = [](const RecordingState& s) {
-    return s.leftLocation == FilerLocation::directory("/");
+    return s.pane(PaneSide::left).location == FilerLocation::directory("/");
 };
 const KeyEvent esc = named(KeyCode::escape);
 const KeyEvent space = coded(KeyCode::space, " ");
@@ -112,7 +112,7 @@ protected:
     Check leftIn(const QString& folder) const {
         const FilerLocation location =
             FilerLocation::directory(PathUtils::standardizedPath(folder));
-        return [=](const RecordingState& s) { return s.leftLocation == location; };
+        return [=](const RecordingState& s) { return s.pane(PaneSide::left).location == location; };
     }
 
     MemoryPreferences rights;
@@ -137,7 +137,7 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
             {"Shift+period", shiftPeriod, true, {}, on(&AppState::showAllFileExtensions)},
             {"L", typed("l"), true, {"refreshTreeSessions"}, off(&AppState::showLocalizedNames)},
             {"T", typed("t"), true, {"toggleTreeMode"}},
-            {"F", typed("f"), true, {}, on(&AppState::isSearching)},
+            {"F", typed("f"), true, {}, on(&AppState::isFilterOpen)},
             {"S", typed("s"), true, {}, on(&AppState::isSortPickerOpen)},
             {"J", typed("j"), true, {"openJumpDialog"}},
             {"A", typed("a"), true, {"openAttributePrompt"}},
@@ -192,7 +192,7 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
 
 TEST_F(KeyDispatchTest, TreeModeTakesEscAndArrowsOfItsPane) {
     expectCases(
-        [](RecordingState& s) { s.leftTreeMode = true; },
+        [](RecordingState& s) { s.pane(PaneSide::left).treeMode = true; },
         {
             {"Esc", esc, true, {"exitTreeModeByEsc"}},
             {"Right is the tree's, session or not", named(KeyCode::right), true, {}, focusLeft},
@@ -208,7 +208,7 @@ TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
         s.setSelection(2, PaneSide::left);
     };
     const Check unchanged = [](auto& s) {
-        return s.leftSelection == 2 && s.taggedKeys.isEmpty() && !s.isSearching &&
+        return s.pane(PaneSide::left).selection == 2 && s.taggedKeys.isEmpty() && !s.isFilterOpen &&
                !s.isSortPickerOpen && !s.isWildcardPromptOpen;
     };
     const auto still = [&](const char* name, KeyEvent event) {
@@ -222,7 +222,7 @@ TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
 
 TEST_F(KeyDispatchTest, AStandingDialogSwallowsEverythingButCommandKeys) {
     const Check untouched = [](auto& s) {
-        return !s.isSearching && !s.pendingQuit && s.leftSelection == 0 &&
+        return !s.isFilterOpen && !s.pendingQuit && s.pane(PaneSide::left).selection == 0 &&
                s.focusedSide == PaneSide::left;
     };
     expectCases([](RecordingState& s) { s.errorMessage = QStringLiteral("boom"); },
@@ -374,7 +374,7 @@ TEST_F(KeyDispatchTest, PickerTables) {
                     {"Up", named(KeyCode::up), true, {"moveVolumePickerSelection(-1)"}},
                     {"Down", named(KeyCode::down), true, {"moveVolumePickerSelection(1)"}},
                     {"Enter", named(KeyCode::returnKey), true, {"confirmVolumePicker(none)"}},
-                    {"F", typed("f"), true, {}, off(&AppState::isSearching)},
+                    {"F", typed("f"), true, {}, off(&AppState::isFilterOpen)},
                 });
     expectCases([](auto& s) { s.isOpenWithPickerOpen = true; },
                 {
@@ -497,15 +497,19 @@ TEST_F(KeyDispatchTest, ViewerWithTheFocusPassesFilerLettersToTheLeftPane) {
 
 TEST_F(KeyDispatchTest, OpenFilterTable) {
     const auto closedOn = [](int selection) {
-        return [=](auto& s) { return !s.isSearching && s.leftSelection == selection; };
+        return [=](auto& s) {
+            return !s.isFilterOpen && s.pane(PaneSide::left).selection == selection;
+        };
     };
     const auto openOn = [](int selection) {
-        return [=](auto& s) { return s.isSearching && s.leftSelection == selection; };
+        return [=](auto& s) {
+            return s.isFilterOpen && s.pane(PaneSide::left).selection == selection;
+        };
     };
     expectCases(
         [](auto& s) {
             s.openFilter();
-            s.searchQuery = QStringLiteral("b.t");
+            s.filterQuery = QStringLiteral("b.t");
             s.applyFilter();
             s.setSelection(1, PaneSide::left); // "b.txt" in ("..", "b.txt")
         },
@@ -516,14 +520,14 @@ TEST_F(KeyDispatchTest, OpenFilterTable) {
              named(KeyCode::right),
              true,
              {},
-             both(off(&AppState::isSearching), focusRight)},
+             both(off(&AppState::isFilterOpen), focusRight)},
             {"Up moves the list's cursor", named(KeyCode::up), true, {}, openOn(0)},
             {"Home", named(KeyCode::home), true, {}, openOn(0)},
             {"Enter shows the file", named(KeyCode::returnKey), true, {"showFilePreview(b.txt)"}},
             {"Shift+2", shift2, true, {}, layout(LayoutMode::dualFiler)},
             {"Q is typed into the field", typed("q"), false},
             {"Delete edits the field", named(KeyCode::deleteBackward), false},
-            {"Esc while composing", esc, false, {}, on(&AppState::isSearching), true},
+            {"Esc while composing", esc, false, {}, on(&AppState::isFilterOpen), true},
         });
 }
 

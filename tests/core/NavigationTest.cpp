@@ -27,7 +27,7 @@ protected:
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
     QString nameAtCursor(PaneSide side = PaneSide::left) const {
-        return state->visibleEntries(side).at(state->selectionFor(side)).name;
+        return state->visibleEntries(side).at(state->pane(side).selection).name;
     }
     FilerLocation folder(const char* relative) const {
         return FilerLocation::directory(dir.filePath(QString::fromUtf8(relative)));
@@ -41,21 +41,21 @@ protected:
 TEST_F(NavigationTest, GoingUpReselectsTheFolderLeftWhenItIsOnShow) {
     state->openLocation(folder("beta/inner"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftLocation, folder("beta"));
+    EXPECT_EQ(state->pane(PaneSide::left).location, folder("beta"));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("inner"));
     EXPECT_TRUE(state->handleKeyDown(typed("-")));
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("beta"));
     // A hidden folder left is not on show: the first row is selected.
     dir.makeFolder(QStringLiteral(".secret/deep"));
     state->openLocation(folder(".secret"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftSelection, 0);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
     // The root is its own parent.
     state->openLocation(FilerLocation::directory("/"), PaneSide::left, std::nullopt);
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory("/"));
-    EXPECT_EQ(state->leftSelection, 0);
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory("/"));
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
 }
 
 TEST_F(NavigationTest, CursorMovesClampWithoutWrapping) {
@@ -70,12 +70,12 @@ TEST_F(NavigationTest, CursorMovesClampWithoutWrapping) {
     };
     for (const Case& c : cases) {
         c.move();
-        EXPECT_EQ(state->leftSelection, c.expected);
+        EXPECT_EQ(state->pane(PaneSide::left).selection, c.expected);
     }
-    state->leftEntries.clear();
+    state->pane(PaneSide::left).entries.clear();
     state->moveCursor(1);
     state->moveCursorToBottom();
-    EXPECT_EQ(state->leftSelection, 0);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
 }
 
 TEST_F(NavigationTest, PageStepFollowsTheFontSizeOnly) {
@@ -90,53 +90,54 @@ TEST_F(NavigationTest, PageStepFollowsTheFontSizeOnly) {
 TEST_F(NavigationTest, AnUnreadableFolderIsNotEntered) {
     // Rights are what the listing remembered; tests may run as root, for
     // whom no folder is unreadable, so the row says it instead.
-    state->leftEntries[1].isReadable = false;
+    state->pane(PaneSide::left).entries[1].isReadable = false;
     state->setSelection(1, PaneSide::left);
     state->openCursorEntry();
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_FALSE(state->errorMessage);
 }
 
 TEST_F(NavigationTest, GoToFolderReportsAMissingFolder) {
     state->goToFolder(dir.filePath(QStringLiteral("gone")));
     EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot open:\n") + dir.filePath("gone"));
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     state->errorMessage.reset();
     state->openFilter();
-    state->leftTreeMode = true;
+    state->pane(PaneSide::left).treeMode = true;
     state->goToFolder(dir.filePath(QStringLiteral("beta")));
-    EXPECT_EQ(state->leftLocation, folder("beta"));
-    EXPECT_FALSE(state->isSearching);
-    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_EQ(state->pane(PaneSide::left).location, folder("beta"));
+    EXPECT_FALSE(state->isFilterOpen);
+    EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
 }
 
 TEST_F(NavigationTest, GoingUpFromAnArchiveFolderStaysInTheArchiveUntilItsRoot) {
     const QString archive = dir.makeFile(QStringLiteral("pack.zip"));
-    state->leftLocation = FilerLocation::zip(archive, QStringLiteral("a/b"));
+    state->pane(PaneSide::left).location = FilerLocation::zip(archive, QStringLiteral("a/b"));
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftLocation, FilerLocation::zip(archive, QStringLiteral("a")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::zip(archive, QStringLiteral("a")));
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftLocation, FilerLocation::zip(archive, QString()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::zip(archive, QString()));
     state->goToParentDirectory();
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("pack.zip"));
 }
 
 TEST_F(NavigationTest, SettingsTogglesAreStored) {
     state->toggleHiddenFiles();
     state->toggleLocalizedNames();
-    const auto epoch = state->leftListEpoch;
+    const auto epoch = state->pane(PaneSide::left).listEpoch;
     state->toggleAllExtensions();
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("showHiddenFiles")));
     EXPECT_FALSE(preferences.boolValue(QStringLiteral("showLocalizedNames")));
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("showAllFileExtensions")));
-    EXPECT_EQ(state->leftListEpoch, epoch + 1);
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 1);
 }
 
 TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     state->applyLayoutMode(LayoutMode::dualFiler);
     EXPECT_EQ(state->rightMode, RightPaneMode::filer);
-    EXPECT_EQ(state->rightEntries.size(), 5);
+    EXPECT_EQ(state->pane(PaneSide::right).entries.size(), 5);
     state->focusedSide = PaneSide::right;
     state->toggleRightPaneMode();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);

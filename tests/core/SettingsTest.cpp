@@ -19,9 +19,11 @@ TEST(SettingsTest, EmptyStoreGivesTheDefaultsAndNormalisesTheLanguage) {
     EXPECT_TRUE(state.showLocalizedNames);
     EXPECT_EQ(state.uiFontSize, 13);
     EXPECT_EQ(state.startupDirectory, PathUtils::homeDirectory());
-    EXPECT_EQ(state.leftLocation, FilerLocation::directory(PathUtils::homeDirectory()));
-    EXPECT_EQ(state.rightLocation, state.leftLocation);
-    EXPECT_TRUE(state.leftEntries.isEmpty()); // nothing is listed before the window shows
+    EXPECT_EQ(state.pane(PaneSide::left).location,
+              FilerLocation::directory(PathUtils::homeDirectory()));
+    EXPECT_EQ(state.pane(PaneSide::right).location, state.pane(PaneSide::left).location);
+    EXPECT_TRUE(
+        state.pane(PaneSide::left).entries.isEmpty()); // nothing is listed before the window shows
     EXPECT_EQ(preferences.stringValue("appLanguage"), QStringLiteral("system"));
     EXPECT_FALSE(preferences.contains("jumpBookmarks"));
     EXPECT_FALSE(preferences.contains("uiFontSize"));

@@ -87,7 +87,7 @@ TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
 TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
     EXPECT_TRUE(state->handleKeyDown(coded(KeyCode::space, " ")));
     EXPECT_TRUE(state->taggedKeys.isEmpty());
-    EXPECT_EQ(state->leftSelection, 1);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
     state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
     state->toggleTagAtCursor();
     EXPECT_TRUE(state->taggedKeys.isEmpty());
@@ -95,7 +95,7 @@ TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
     state->setSelection(last, PaneSide::left);
     state->toggleTagAtCursor();
     EXPECT_EQ(state->taggedKeys.size(), 1);
-    EXPECT_EQ(state->leftSelection, last);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, last);
     state->toggleTagAtCursor();
     EXPECT_TRUE(state->taggedKeys.isEmpty());
 }
@@ -107,7 +107,7 @@ TEST_F(TagsTest, ArchiveMembersAreKeyedByArchiveAndOnlyPatternsTagThem) {
     member.zipArchiveURL = QStringLiteral("/pack.zip");
     member.zipEntryPath = QStringLiteral("dir/inside.txt");
     EXPECT_EQ(AppState::tagKey(member), QStringLiteral("zip:/pack.zip!dir/inside.txt"));
-    state->leftEntries = {member};
+    state->pane(PaneSide::left).entries = {member};
     state->setSelection(0, PaneSide::left);
     state->toggleTagAtCursor();
     EXPECT_TRUE(state->taggedKeys.isEmpty());
@@ -153,7 +153,8 @@ TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {
     EXPECT_EQ(state->taggedKeys, tags);
     state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("folder.txt")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("folder.txt")));
     EXPECT_TRUE(state->taggedKeys.isEmpty());
 }
 

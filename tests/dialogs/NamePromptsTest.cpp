@@ -129,7 +129,7 @@ TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
     state->openFilter();
     state->openCreateItemPrompt(CreateItemKind::folder);
     EXPECT_TRUE(state->createItemKind.has_value());
-    EXPECT_FALSE(state->isSearching) << "the filter closes for the prompt";
+    EXPECT_FALSE(state->isFilterOpen) << "the filter closes for the prompt";
     state->openRenamePrompt();
     EXPECT_FALSE(state->isRenamePromptOpen);
     state->cancelCreateItemPrompt();

@@ -52,8 +52,8 @@ TEST_F(CopyMoveFlow, ConflictOnTheSecondWithShiftSkipSkipsItAndCarriesTheThird) 
     EXPECT_EQ(right("a.txt"), "new a.txt");
     EXPECT_EQ(right("b.txt"), "old");
     EXPECT_EQ(right("c.txt"), "new c.txt");
-    EXPECT_EQ(state->rightEntries.size(), 4); // the closing reload: "..", a, b, c
-    EXPECT_EQ(state->taggedKeys.size(), 3);   // a copy keeps its tags
+    EXPECT_EQ(state->pane(PaneSide::right).entries.size(), 4); // the closing reload: "..", a, b, c
+    EXPECT_EQ(state->taggedKeys.size(), 3);                    // a copy keeps its tags
 }
 
 // O and S act on one conflict; Shift+O overwrites it and every later one.
@@ -86,14 +86,14 @@ TEST_F(CopyMoveFlow, AConflictAbortedAfterTheFirstLeavesExactlyTheFirstDone) {
     state->proceedCopyMove(false);
     waitForFileWork();
     ASSERT_TRUE(atConflictOn("b.txt"));
-    const int64_t epoch = state->rightListEpoch;
+    const int64_t epoch = state->pane(PaneSide::right).listEpoch;
     state->pendingCopyMove.reset();
 
     EXPECT_EQ(right("a.txt"), "new a.txt");
     EXPECT_FALSE(exists(dir.filePath("left/a.txt")));
     EXPECT_TRUE(exists(dir.filePath("left/b.txt")));
     EXPECT_EQ(right("c.txt"), "old");
-    EXPECT_EQ(state->rightListEpoch, epoch);
+    EXPECT_EQ(state->pane(PaneSide::right).listEpoch, epoch);
     EXPECT_FALSE(state->taggedKeys.contains(dir.filePath("left/a.txt")));
     EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("left/b.txt")));
 }
@@ -124,7 +124,7 @@ TEST_F(CopyMoveFlow, WhatIsCarriedAndWhatIsRefusedAtTheStart) {
     dir.makeFile("left/file.txt");
     dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
-    state->rightLocation = state->leftLocation;
+    state->pane(PaneSide::right).location = state->pane(PaneSide::left).location;
     useDualFiler();
     tag({"folder"});
     pointAt("file.txt");
@@ -239,10 +239,10 @@ TEST_F(CopyMoveFlow, KeysAreSwallowedWhileAnItemRunsAndActAfterwards) {
         EXPECT_TRUE(state->handleKeyDown(event));
     }
     EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
-    EXPECT_EQ(state->leftSelection, 1);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
     state->isFileOperationRunning = false;
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
-    EXPECT_EQ(state->leftSelection, 0);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
 }
 
 } // namespace

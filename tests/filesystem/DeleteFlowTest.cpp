@@ -47,7 +47,7 @@ TEST_F(DeleteFlow, TheSecondOfThreeFailsTheOthersGoToTheTrash) {
     EXPECT_FALSE(error().contains('\n'));
     EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("left/d2.txt")));
     EXPECT_EQ(state->taggedKeys.size(), 1);
-    EXPECT_EQ(state->leftEntries.size(), 1); // reloaded: ".." alone
+    EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 1); // reloaded: ".." alone
 }
 
 TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
@@ -115,7 +115,7 @@ TEST_F(DeleteFlow, AVolumeWithoutTrashIsReportedAndNothingIsDeleted) {
     QFile file(path);
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.close();
-    state->leftLocation = FilerLocation::directory(shm.path());
+    state->pane(PaneSide::left).location = FilerLocation::directory(shm.path());
     state->reloadPane(PaneSide::left, false);
     pointAt("kept.txt");
     key("d");

@@ -96,8 +96,8 @@ protected:
         FileAccessMemory::attach(&preferences);
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
-        state->leftWatcher = std::make_shared<DirectoryWatcher>(20ms);
-        state->rightWatcher = std::make_shared<DirectoryWatcher>(20ms);
+        state->pane(PaneSide::left).watcher = std::make_shared<DirectoryWatcher>(20ms);
+        state->pane(PaneSide::right).watcher = std::make_shared<DirectoryWatcher>(20ms);
     }
     void TearDown() override {
         state.reset();
@@ -111,38 +111,41 @@ protected:
 
 TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
     state->reloadPane(PaneSide::left, false);
-    EXPECT_EQ(state->leftWatcher->watchedPath(), dir.path());
-    const int64_t epoch = state->leftListEpoch;
+    EXPECT_EQ(state->pane(PaneSide::left).watcher->watchedPath(), dir.path());
+    const int64_t epoch = state->pane(PaneSide::left).listEpoch;
     FileAccessMemory::remember({true, true, "drwx------", "x", "y"}, dir.path(), false);
     dir.makeFile("new.txt");
-    ASSERT_TRUE(QTest::qWaitFor([&] { return state->leftListEpoch == epoch + 1; }, 2000))
-        << state->leftListEpoch;
-    EXPECT_EQ(state->leftEntries.last().name, "new.txt");
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 1; }, 2000))
+        << state->pane(PaneSide::left).listEpoch;
+    EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "new.txt");
     EXPECT_NE(FileAccessMemory::rememberedRecord(dir.path())->owner, "x");
 }
 
 // A change on disk lists the folder on a worker thread. Its rows are shown only
 // if they are still the latest word on the pane's folder.
 TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
-    state->leftWatcher.reset(); // reloads are asked for by hand here
+    state->pane(PaneSide::left).watcher.reset(); // reloads are asked for by hand here
     state->reloadPane(PaneSide::left, false);
     dir.makeFile("one.txt");
-    const int64_t epoch = state->leftListEpoch;
+    const int64_t epoch = state->pane(PaneSide::left).listEpoch;
     state->reloadPaneInBackground(PaneSide::left);
-    EXPECT_EQ(state->leftListEpoch, epoch);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return state->leftListEpoch == epoch + 1; }, 2000))
-        << state->leftListEpoch;
-    EXPECT_EQ(state->leftEntries.last().name, "one.txt");
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch);
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 1; }, 2000))
+        << state->pane(PaneSide::left).listEpoch;
+    EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "one.txt");
     // The rights met by the worker are written by the main thread.
     EXPECT_TRUE(preferences.dataValue("fileAccessMemory.v1").contains("one.txt"));
 
     // Two requests in a row show rows once, not twice.
     state->reloadPaneInBackground(PaneSide::left);
     state->reloadPaneInBackground(PaneSide::left);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return state->leftListEpoch == epoch + 2; }, 2000))
-        << state->leftListEpoch;
+    ASSERT_TRUE(
+        QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 2; }, 2000))
+        << state->pane(PaneSide::left).listEpoch;
     runEventsFor(100ms);
-    EXPECT_EQ(state->leftListEpoch, epoch + 2);
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 2);
 
     // The pane moved on before the rows came: they are dropped.
     TestDir other;
@@ -150,23 +153,23 @@ TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
     state->reloadPaneInBackground(PaneSide::left);
     state->openLocation(FilerLocation::directory(other.path()), PaneSide::left, std::nullopt);
     runEventsFor(200ms);
-    EXPECT_EQ(state->leftEntries.last().name, "elsewhere.txt");
+    EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "elsewhere.txt");
 }
 
 TEST_F(PaneWatchingTest, NoWatchInsideArchivesNorReloadOfARightPaneNotAFiler) {
     state->rightMode = RightPaneMode::filer;
     state->reloadPane(PaneSide::right, false);
-    const int64_t epoch = state->rightListEpoch;
+    const int64_t epoch = state->pane(PaneSide::right).listEpoch;
     state->rightMode = RightPaneMode::viewer;
     dir.makeFile("new.txt");
     runEventsFor(150ms);
-    EXPECT_EQ(state->rightListEpoch, epoch);
+    EXPECT_EQ(state->pane(PaneSide::right).listEpoch, epoch);
 
     state->reloadPane(PaneSide::left, false);
-    ASSERT_TRUE(state->leftWatcher->isWatching());
-    state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), QString());
+    ASSERT_TRUE(state->pane(PaneSide::left).watcher->isWatching());
+    state->pane(PaneSide::left).location = FilerLocation::zip(dir.filePath("a.zip"), QString());
     state->watchPaneFolder(PaneSide::left);
-    EXPECT_FALSE(state->leftWatcher->isWatching());
+    EXPECT_FALSE(state->pane(PaneSide::left).watcher->isWatching());
 }
 
 } // namespace

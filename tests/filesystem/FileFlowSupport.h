@@ -27,7 +27,7 @@ protected:
         dir.makeFolder("right");
         preferences.setValue(QStringLiteral("startupDirectory"), dir.filePath("left"));
         state = std::make_unique<AppState>(preferences);
-        state->rightLocation = FilerLocation::directory(dir.filePath("right"));
+        state->pane(PaneSide::right).location = FilerLocation::directory(dir.filePath("right"));
         state->reloadPane(PaneSide::left, false);
     }
     void TearDown() override {

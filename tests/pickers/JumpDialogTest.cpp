@@ -81,13 +81,14 @@ TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilter
     EXPECT_TRUE(state->isJumpDialogOpen);
     state->setJumpFilterQuery("eta");
     state->jumpToNumberedBookmark(1);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("beta")));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.filePath("beta")));
 
     state->openJumpDialog();
     state->setJumpFilterQuery("gam");
     state->confirmJumpDialog();
     EXPECT_FALSE(state->isJumpDialogOpen);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("gamma")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("gamma")));
 }
 
 TEST_F(JumpDialogTest, ADeadBookmarkIsReportedAndRemoved) {
@@ -96,7 +97,8 @@ TEST_F(JumpDialogTest, ADeadBookmarkIsReportedAndRemoved) {
     EXPECT_EQ(state->errorMessage, "Folder not found:\n" + dir.filePath("beta"));
     EXPECT_EQ(state->dosDialogActionIndex, 0);
     EXPECT_EQ(stored(), (QStringList{dir.filePath("alpha"), dir.filePath("gamma")}));
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("start")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("start")));
 }
 
 TEST_F(JumpDialogTest, RemovingSelectsTheRowThatTakesItsPlace) {
@@ -137,7 +139,7 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     state->setStartupDirectoryToCurrent();
     EXPECT_EQ(state->startupDirectory, dir.path());
     state->goToStartupDirectory();
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
 }
 
 // Names on Linux are the bytes the folder was made with, most often in the
@@ -152,7 +154,7 @@ TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart)
     state->openJumpDialog();
     state->jumpToNumberedBookmark(1);
     EXPECT_EQ(state->errorMessage, std::nullopt);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(folder));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(folder));
     EXPECT_EQ(stored().size(), 4);
     AppState restarted(preferences);
     EXPECT_EQ(restarted.startupDirectory, folder);
@@ -164,7 +166,7 @@ TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart)
 
 TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
     state->closeJumpDialog();
-    state->leftLocation = FilerLocation::zip(dir.filePath("a.zip"), "docs");
+    state->pane(PaneSide::left).location = FilerLocation::zip(dir.filePath("a.zip"), "docs");
     state->addJumpBookmark();
     EXPECT_EQ(state->errorMessage,
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::bookmark));

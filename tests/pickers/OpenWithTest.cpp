@@ -268,10 +268,10 @@ TEST_F(OpenWithTest, XRefusesWhatCannotBeOpened) {
 
 TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     select(QStringLiteral("doc.dvkt"));
-    state->isSearching = true; // the filter closes on the way
+    state->isFilterOpen = true; // the filter closes on the way
     state->openCursorEntryExternally();
     ASSERT_TRUE(state->isOpenWithPickerOpen);
-    EXPECT_FALSE(state->isSearching);
+    EXPECT_FALSE(state->isFilterOpen);
     EXPECT_EQ(state->openWithFileName, "doc.dvkt");
     EXPECT_EQ(state->openWithFileURL, dir.filePath(QStringLiteral("doc.dvkt")));
     ASSERT_EQ(state->openWithApps.size(), 3);

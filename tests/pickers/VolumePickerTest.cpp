@@ -86,7 +86,7 @@ TEST_F(VolumePicker, OpensWithTheRootFirstWrapsBothWaysAndStaysShutUnderTheWildc
     state->confirmVolumePicker(std::nullopt); // "a" was ejected meanwhile
     EXPECT_FALSE(state->isVolumePickerOpen);
     EXPECT_EQ(state->errorMessage, "Cannot open:\n" + dir.filePath("a"));
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
 }
 
 } // namespace

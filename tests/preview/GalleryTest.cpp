@@ -211,7 +211,7 @@ TEST_F(GalleryTest, AFolderWithoutPicturesHasNoSelection) {
     putCursorOn("pictures");
     state->focusPane(PaneSide::right);
     press(KeyCode::returnKey);
-    EXPECT_TRUE(state->leftLocation.asDirectory()->url.endsWith("/pictures"));
+    EXPECT_TRUE(state->pane(PaneSide::left).location.asDirectory()->url.endsWith("/pictures"));
 }
 
 // Enter shows the item in the VIEWER with the focus; Esc leaves the filer
@@ -246,13 +246,13 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     dir.makeFile(QStringLiteral("b.txt"));
     dir.makeFile(QStringLiteral("c.png"), pngBytes());
     start().toggleTreeMode();
-    ASSERT_TRUE(state->leftTreeMode);
+    ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->enterGalleryLayout();
     EXPECT_EQ(itemNames(), (QStringList{"a.png", "c.png", "top.png"}));
 
     state->focusPane(PaneSide::right);
     press(KeyCode::right);
-    const auto session = state->leftTreeSession;
+    const auto session = state->pane(PaneSide::left).treeSession;
     EXPECT_TRUE(session->focusOnFiles);
     EXPECT_EQ(cursorName(), "c.png");
 

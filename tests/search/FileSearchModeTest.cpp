@@ -110,13 +110,13 @@ TEST_F(FileSearchModeTest, EnteringStartsAFreshFormAndTheMenuKeyLeaves) {
     state->fileSearchSort = FolderSearchSort::size;
     state->fileSearchFocusField = FileSearchFocusField::results;
     state->toggleTreeMode();
-    ASSERT_TRUE(state->leftTreeMode);
+    ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->focusedSide = PaneSide::right;
 
     state->enterFileSearchMode();
     EXPECT_TRUE(state->isFileSearchMode);
-    EXPECT_FALSE(state->leftTreeMode);
-    EXPECT_FALSE(state->leftTreeSession);
+    EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
+    EXPECT_FALSE(state->pane(PaneSide::left).treeSession);
     EXPECT_EQ(state->fileSearchScopePath, dir.path());
     EXPECT_EQ(state->fileSearchQuery, QString());
     EXPECT_EQ(state->fileSearchFromYM, QString());
@@ -173,7 +173,8 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
 
     state->openFileSearchResult();
     EXPECT_FALSE(state->isFileSearchMode);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("music/alpha-live")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("music/alpha-live")));
 }
 
 // E on a hit opens EDITOR beside the form: its keys, letters and arrows

@@ -151,7 +151,7 @@ protected:
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
     }
-    TreeSession& session() { return *state->leftTreeSession; }
+    TreeSession& session() { return *state->pane(PaneSide::left).treeSession; }
 
     MemoryPreferences preferences;
     std::unique_ptr<AppState> state;
@@ -160,7 +160,7 @@ protected:
 TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     state->openLocation(FilerLocation::directory(dir.filePath("Music/Rock")), PaneSide::left, {});
     state->toggleTreeMode();
-    ASSERT_TRUE(state->leftTreeMode);
+    ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Rock"));
     const auto entry = state->currentEntry();
     ASSERT_TRUE(entry);
@@ -169,12 +169,14 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     // Esc returns to the folder shown before; T goes to the tree's folder.
     state->moveTreeSelection(-1);
     state->exitTreeModeByEsc();
-    EXPECT_FALSE(state->leftTreeSession);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Music/Rock")));
+    EXPECT_FALSE(state->pane(PaneSide::left).treeSession);
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("Music/Rock")));
     state->toggleTreeMode();
     state->moveTreeSelection(-1);
     state->toggleTreeMode();
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Music/Jazz")));
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("Music/Jazz")));
 }
 
 TEST_F(TreeModeTest, EnteringFromElsewhereStartsOnTheRootRow) {
@@ -204,28 +206,29 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     EXPECT_EQ(state->createItemParentPath, dir.filePath("Work10"));
     state->cancelCreateItemPrompt();
     state->activateTreeSelection();
-    EXPECT_FALSE(state->leftTreeMode);
-    EXPECT_EQ(state->leftLocation, FilerLocation::directory(dir.filePath("Work10")));
+    EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
+    EXPECT_EQ(state->pane(PaneSide::left).location,
+              FilerLocation::directory(dir.filePath("Work10")));
 }
 
 TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefusedAndEscWithAFilterLeavesInOneStep) {
     const FilerLocation archive = FilerLocation::zip(dir.filePath("a.zip"), QString());
-    state->leftLocation = archive;
+    state->pane(PaneSide::left).location = archive;
     state->toggleTreeMode();
-    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
     EXPECT_EQ(state->errorMessage,
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::treeMode));
-    EXPECT_EQ(state->leftLocation, archive);
+    EXPECT_EQ(state->pane(PaneSide::left).location, archive);
 
     state->errorMessage.reset();
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, {});
     state->toggleTreeMode();
-    ASSERT_TRUE(state->leftTreeMode);
+    ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->openFilter();
-    state->searchQuery = "zzz";
+    state->filterQuery = "zzz";
     state->exitTreeModeByEsc();
-    EXPECT_FALSE(state->isSearching);
-    EXPECT_FALSE(state->leftTreeMode);
+    EXPECT_FALSE(state->isFilterOpen);
+    EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
 }
 
 } // namespace

@@ -71,7 +71,7 @@ TEST_F(AppMenusTest, ItemsRunTheirCommandsPastAStandingDialog) {
     dir.makeFile(QStringLiteral("a.txt"));
     state->errorMessage = QStringLiteral("a dialog stands");
     findAction(*menus, QStringLiteral("Refresh Filer"))->trigger();
-    EXPECT_EQ(state->leftEntries.size(), 2);
+    EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
     findAction(*menus, QStringLiteral("Right Pane: Filer"))->trigger();
     EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
     findAction(*menus, QStringLiteral("Search Files…"))->trigger();

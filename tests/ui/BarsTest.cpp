@@ -31,7 +31,8 @@ TEST_F(BarsTest, CellsThatChangeFilesAreDimInsideAnArchive) {
     const int whiteCapsPlain = countColor(plain, legend, Palette::fileText());
     EXPECT_GT(countColor(plain, firstCap, Palette::fileText()), 0);
 
-    state->leftLocation = FilerLocation::zip(dir.filePath(QStringLiteral("a.zip")), QString());
+    state->pane(PaneSide::left).location =
+        FilerLocation::zip(dir.filePath(QStringLiteral("a.zip")), QString());
     state->notifyChanged();
     const QImage archive = grab(toolbar);
     EXPECT_EQ(countColor(archive, firstCap, Palette::fileText()), 0);

@@ -101,7 +101,7 @@ TEST_F(FilerPaneViewTest, ATaggedFileShowsTheMarkAndAFolderNever) {
 TEST_F(FilerPaneViewTest, TheCursorIsFullOnTheFocusedPaneAndFaintOnTheOther) {
     state->setSelection(rowOf(QStringLiteral("b-plain.txt")), PaneSide::left);
     QApplication::processEvents();
-    const QRect row = view->rowRect(state->leftSelection);
+    const QRect row = view->rowRect(state->pane(PaneSide::left).selection);
     const QPoint padding(row.left() + 3, row.center().y());
     EXPECT_EQ(countColor(grab(*view), QRect(padding, QSize(1, 1)), Palette::cursorFill(), 2), 1);
 
@@ -122,12 +122,12 @@ TEST_F(FilerPaneViewTest, ClicksMoveTheCursorAndDoubleClicksOpen) {
     const QPoint inRows = rows->mapFrom(view.get(), view->rowRect(plain).center());
     QTest::mouseClick(rows, Qt::LeftButton, {}, inRows);
     EXPECT_EQ(state->focusedSide, PaneSide::left);
-    EXPECT_EQ(state->leftSelection, plain);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, plain);
 
     const int folder = rowOf(QStringLiteral("folder"));
     QTest::mouseDClick(rows, Qt::LeftButton, {},
                        rows->mapFrom(view.get(), view->rowRect(folder).center()));
-    EXPECT_EQ(state->leftLocation,
+    EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("folder"))));
 }
 
@@ -155,12 +155,12 @@ TEST_F(FilerPaneViewTest, TheFilterBarTakesTheKeyboardAndNarrowsTheList) {
     ASSERT_NE(field, nullptr);
     EXPECT_TRUE(field->isVisible());
     QTest::keyClicks(field, QStringLiteral("plain"));
-    EXPECT_EQ(state->searchQuery, QStringLiteral("plain"));
+    EXPECT_EQ(state->filterQuery, QStringLiteral("plain"));
     EXPECT_EQ(state->visibleEntries(PaneSide::left).size(), 2); // ".." and the file
     state->focusPane(PaneSide::right);
     QApplication::processEvents();
     EXPECT_FALSE(field->isVisible());
-    EXPECT_TRUE(state->isSearching);
+    EXPECT_TRUE(state->isFilterOpen);
 }
 
 } // namespace

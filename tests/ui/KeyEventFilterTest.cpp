@@ -61,13 +61,13 @@ protected:
 
 TEST_F(KeyEventFilterTest, ConsumedKeysStopBeforeTheFocusedField) {
     press(Qt::Key_F, QStringLiteral("f"));
-    EXPECT_TRUE(state->isSearching);
+    EXPECT_TRUE(state->isFilterOpen);
     EXPECT_EQ(field->text(), QString());
     // With the filter open, letters are left to the field.
     press(Qt::Key_Z, QStringLiteral("z"));
     EXPECT_EQ(field->text(), QStringLiteral("z"));
     press(Qt::Key_Escape, QStringLiteral("\x1b"));
-    EXPECT_FALSE(state->isSearching);
+    EXPECT_FALSE(state->isFilterOpen);
 }
 
 TEST_F(KeyEventFilterTest, ShiftAloneReachesTheFlagsHandlerAndShiftOneGoesByItsPlace) {
@@ -88,7 +88,7 @@ TEST_F(KeyEventFilterTest, CompositionLeavesEscToTheField) {
     QCoreApplication::sendEvent(field, &composing);
     EXPECT_TRUE(state->textInputHasMarkedText());
     press(Qt::Key_Escape, QStringLiteral("\x1b"));
-    EXPECT_TRUE(state->isSearching);
+    EXPECT_TRUE(state->isFilterOpen);
     QInputMethodEvent committed;
     committed.setCommitString(QStringLiteral("仮名"));
     QCoreApplication::sendEvent(field, &committed);

@@ -39,7 +39,7 @@ protected:
 };
 
 TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
-    state->leftSelection = rowOf(QStringLiteral("notes.txt"));
+    state->pane(PaneSide::left).selection = rowOf(QStringLiteral("notes.txt"));
     state->openAttributePrompt();
     auto* view = box<AttributePromptView>();
     ASSERT_NE(view, nullptr);
@@ -112,7 +112,7 @@ TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScro
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(2), true);
     EXPECT_FALSE(state->isVolumePickerOpen);
-    EXPECT_EQ(state->leftLocation,
+    EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("media/USB-B"))));
 }
 
@@ -150,7 +150,7 @@ TEST_F(JumpViewTest, ARowIsFilledOnlyOnceSelectedAndClicksSelectAndGo) {
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(0), true);
     EXPECT_FALSE(state->isJumpDialogOpen);
-    EXPECT_EQ(state->leftLocation,
+    EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("work/alpha"))));
 }
 

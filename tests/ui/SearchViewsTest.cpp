@@ -131,7 +131,7 @@ TEST_F(SearchViewsTest, TheFooterCountStaysReadableInANarrowPane) {
 
 TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys) {
     state->toggleTreeMode();
-    auto session = state->treeSessionFor(PaneSide::left);
+    auto session = state->pane(PaneSide::left).treeSession;
     ASSERT_TRUE(session);
     ASSERT_EQ(session->rows.size(), 3); // the root, docs, music
     TreeFilerPaneView view(*state, PaneSide::left);
