@@ -47,7 +47,7 @@ void BM_FilteredCursorStep(benchmark::State& bench) {
 void BM_TaggedSizeOfEveryFile(benchmark::State& bench) {
     LargePane pane;
     pane.state->openWildcardPrompt();
-    pane.state->wildcardPattern = QStringLiteral("*");
+    pane.state->wildcardPrompt.pattern = QStringLiteral("*");
     pane.state->applyWildcardTag();
     for (auto _ : bench) {
         benchmark::DoNotOptimize(pane.state->taggedSizeLabel());

@@ -102,6 +102,18 @@ std::optional<FileEntry> AppState::currentEntry() const {
     return visible.at(index);
 }
 
+void AppState::showOverlay(Overlay overlay) {
+    m_overlay = overlay;
+    notifyChanged();
+}
+
+void AppState::closeOverlay(Overlay overlay) {
+    if (m_overlay == overlay) {
+        m_overlay = Overlay::none;
+        notifyChanged();
+    }
+}
+
 void AppState::reportError(const QString& message) {
     errorMessage = message;
     dosDialogActionIndex = 0;

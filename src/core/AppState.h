@@ -2,6 +2,7 @@
 
 #include "core/KeyEvent.h"
 #include "core/Model.h"
+#include "core/Overlay.h"
 #include "core/PaneState.h"
 #include "core/Result.h"
 
@@ -48,7 +49,7 @@ public:
         bool deletingFolders = false;
         bool operator==(const PendingDelete&) const = default;
     };
-    enum class CopyMoveKind { copy, move };
+    using CopyMoveKind = ::CopyMoveKind;
     enum class DeleteKind { files, folders };
     struct PendingCopyMove {
         struct Conflict {
@@ -419,27 +420,26 @@ public:
     // --- Keyboard
     bool isShiftKeyDown = false;
 
-    // --- Sort picker
-    bool isSortPickerOpen = false;
-    int sortPickerSelection = 0;
-
-    // --- Jump dialog
-    bool isJumpDialogOpen = false;
-    QString jumpFilterQuery;
-    std::optional<QString> jumpSelectedPath;
-    int64_t jumpFocusNonce = 0;
-
-    // --- Volume picker
-    bool isVolumePickerOpen = false;
-    QList<MountedVolume> volumePickerItems;
-    int volumePickerSelection = 0;
-
-    // --- Open-with picker
-    bool isOpenWithPickerOpen = false;
-    QList<OpenWithApp> openWithApps;
-    int openWithSelection = 0;
-    std::optional<QString> openWithFileURL;
-    QString openWithFileName;
+    // --- Prompts, pickers and boxes: which one stands, and the fields of each
+    Overlay overlay() const { return m_overlay; }
+    bool isOpen(Overlay overlay) const { return m_overlay == overlay; }
+    // Opens this one; any other that stood is gone.
+    void showOverlay(Overlay overlay);
+    // Closes it if it is the one that stands.
+    void closeOverlay(Overlay overlay);
+    // A prompt, picker or box stands, or a copy or move awaits its answer:
+    // no other prompt or picker opens meanwhile.
+    bool anyPromptOrPickerOpen() const;
+    CreateItemPromptState createItemPrompt;
+    RenamePromptState renamePrompt;
+    WildcardPromptState wildcardPrompt;
+    CopyMovePathPromptState copyMovePathPrompt;
+    AttributePromptState attributePrompt;
+    SortPickerState sortPicker;
+    JumpDialogState jumpDialog;
+    VolumePickerState volumePicker;
+    OpenWithPickerState openWithPicker;
+    SearchTreeBoxState searchTreeBox;
 
     // --- Gallery
     QList<GalleryItem> galleryItems;
@@ -447,41 +447,11 @@ public:
 
     // --- Tags
     QSet<QString> taggedKeys;
-    bool isWildcardPromptOpen = false;
-    QString wildcardPattern = QStringLiteral("*.*");
     QString lastWildcardPattern = QStringLiteral("*.*");
-
-    // --- Create and rename
-    std::optional<CreateItemKind> createItemKind;
-    QString createItemName;
-    QString createItemParentPath;
-    bool isRenamePromptOpen = false;
-    QString renameName;
-    QString renameSourceURL;
-    QString renameSourceName;
-
-    // --- Attributes
-    bool isAttributePromptOpen = false;
-    QStringList attributeTargetURLs;
-    QString attributeTargetSummary;
-    QString attributeOldMode;
-    QString attributeNewMode;
-    QString attributeOldDate;
-    QString attributeNewDate;
-    QString attributeOldTime;
-    QString attributeNewTime;
-    QString attributeOldOwner;
-    QString attributeOldGroup;
-    int attributeFocusField = 0;
-    int attributeFieldCursorIndex = 0;
 
     // --- Copy, move, delete
     std::optional<PendingDelete> pendingDelete;
     std::optional<PendingCopyMove> pendingCopyMove;
-    std::optional<CopyMoveKind> copyMovePathKind;
-    QString copyMovePathText;
-    QStringList copyMovePathSources;
-    std::optional<QString> copyMovePathBaseURL;
     QString lastCopyMoveDestinationPath;
 
     // Set while one item of a copy or move runs on a worker thread: every key
@@ -515,8 +485,6 @@ public:
     FolderSearchSort fileSearchSort = FolderSearchSort::name;
     int fileSearchSelection = 0;
     FileSearchFocusField fileSearchFocusField = FileSearchFocusField::query;
-    bool isSearchTreeBoxOpen = false;
-    std::shared_ptr<TreeSession> searchTreeSession;
     std::shared_ptr<FolderSearchService> folderSearch;
     // The wait between the last change of the form and its scan.
     int fileSearchDebounceMilliseconds = 280;
@@ -560,7 +528,6 @@ private:
     static double systemWallClock();
     bool isFilterNarrowing() const;
     bool nameMatchesFilter(const QString& name) const;
-    bool anyPromptOrPickerOpen() const;
 
     // Tree mode and bookmarks (search/TreeCommands.cpp, pickers/JumpDialog.cpp).
     void noteTreeChanged();
@@ -586,6 +553,7 @@ private:
 
     Preferences& m_preferences;
     std::array<PaneState, 2> m_panes;
+    Overlay m_overlay = Overlay::none;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
     // The running preview load, if any; its type lives with the loading code.

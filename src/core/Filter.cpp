@@ -37,10 +37,10 @@ void AppState::openFilter() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    isSortPickerOpen = false;
-    isVolumePickerOpen = false;
-    if (isWildcardPromptOpen) {
-        isWildcardPromptOpen = false;
+    closeOverlay(Overlay::sortPicker);
+    closeOverlay(Overlay::volumePicker);
+    if (isOpen(Overlay::wildcardPrompt)) {
+        closeOverlay(Overlay::wildcardPrompt);
         releaseTextFocus();
     }
     isFilterOpen = true;

@@ -62,13 +62,14 @@ bool AppState::textInputHasMarkedText() const {
 
 // The prompts and pickers, in their order; none when none of them is open.
 std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
-    if (createItemKind || isWildcardPromptOpen || isRenamePromptOpen) {
+    if (isOpen(Overlay::createItemPrompt) || isOpen(Overlay::wildcardPrompt) ||
+        isOpen(Overlay::renamePrompt)) {
         return handleTextPromptKey(press);
     }
-    if (isAttributePromptOpen) {
+    if (isOpen(Overlay::attributePrompt)) {
         return textInputHasMarkedText() ? false : handleAttributePromptKey(press);
     }
-    if (copyMovePathKind) {
+    if (isOpen(Overlay::copyMovePathPrompt)) {
         return handleTextPromptKey(press);
     }
     if (isFileSearchMode) {
@@ -76,10 +77,10 @@ std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
             return false;
         }
         // X on a hit puts the open-with picker over the form.
-        if (isOpenWithPickerOpen) {
+        if (isOpen(Overlay::openWithPicker)) {
             return handleOpenWithPickerKey(press);
         }
-        if (isSearchTreeBoxOpen) {
+        if (isOpen(Overlay::searchTreeBox)) {
             return handleSearchTreeBoxKey(press);
         }
         // EDITOR opened from a hit stands beside the form: while it has the
@@ -89,16 +90,16 @@ std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
         }
         return handleFileSearchKey(press);
     }
-    if (isSortPickerOpen) {
+    if (isOpen(Overlay::sortPicker)) {
         return handleSortPickerKey(press);
     }
-    if (isVolumePickerOpen) {
+    if (isOpen(Overlay::volumePicker)) {
         return handleVolumePickerKey(press);
     }
-    if (isOpenWithPickerOpen) {
+    if (isOpen(Overlay::openWithPicker)) {
         return handleOpenWithPickerKey(press);
     }
-    if (isJumpDialogOpen) {
+    if (isOpen(Overlay::jumpDialog)) {
         return textInputHasMarkedText() ? false : handleJumpDialogKey(press);
     }
     return std::nullopt;
@@ -130,11 +131,11 @@ bool AppState::handleTextPromptKey(const KeyPress& press) {
     if (!press.is(KeyCode::escape) || textInputHasMarkedText()) {
         return false;
     }
-    if (createItemKind) {
+    if (isOpen(Overlay::createItemPrompt)) {
         cancelCreateItemPrompt();
-    } else if (isWildcardPromptOpen) {
+    } else if (isOpen(Overlay::wildcardPrompt)) {
         cancelWildcardPrompt();
-    } else if (isRenamePromptOpen) {
+    } else if (isOpen(Overlay::renamePrompt)) {
         cancelRenamePrompt();
     } else {
         cancelCopyMovePathPrompt();

@@ -21,7 +21,7 @@ std::optional<int> bookmarkNumber(const std::optional<QString>& key) {
 
 // Everything is swallowed; digits go to the date and time fields.
 bool AppState::handleAttributePromptKey(const KeyPress& p) {
-    const bool dateOrTime = attributeFocusField == 1 || attributeFocusField == 2;
+    const bool dateOrTime = attributePrompt.focusField == 1 || attributePrompt.focusField == 2;
     if (p.is(KeyCode::escape)) {
         cancelAttributePrompt();
     } else if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
@@ -99,7 +99,7 @@ bool AppState::handleSearchTreeBoxKey(const KeyPress& p) {
         moveSearchTreeBoxRow(page * pageStepForViewport());
     } else if (p.is(KeyCode::home)) {
         selectSearchTreeBoxRow(0);
-    } else if (p.is(KeyCode::end) && searchTreeSession) {
+    } else if (p.is(KeyCode::end) && searchTreeBox.session) {
         selectSearchTreeBoxRow(std::max(0, searchTreeBoxRowCount() - 1));
     } else if (p.isEnter()) {
         confirmSearchTreeBox();
@@ -148,7 +148,7 @@ bool AppState::handleOpenWithPickerKey(const KeyPress& p) {
 // The digits jump to bookmarks before the filter field can have them: a digit
 // can't be typed into the jump filter, on purpose.
 bool AppState::handleJumpDialogKey(const KeyPress& p) {
-    const bool rowSelected = jumpSelectedPath.has_value();
+    const bool rowSelected = jumpDialog.selectedPath.has_value();
     const bool deleteKey = p.is(KeyCode::forwardDelete) || p.is(KeyCode::deleteBackward);
     if (p.is(KeyCode::escape)) {
         closeJumpDialog();

@@ -72,9 +72,7 @@ void AppState::toggleRightPaneMode() {
 }
 
 bool AppState::anyPromptOrPickerOpen() const {
-    return createItemKind || isRenamePromptOpen || copyMovePathKind || isAttributePromptOpen ||
-           pendingCopyMove || isSortPickerOpen || isJumpDialogOpen || isVolumePickerOpen ||
-           isWildcardPromptOpen;
+    return m_overlay != Overlay::none || pendingCopyMove.has_value();
 }
 
 void AppState::enterGalleryLayout() {

@@ -77,11 +77,8 @@ void AppState::setAppLanguage(AppLanguage language) {
 }
 
 void AppState::requestQuit() {
-    const bool somethingStands = createItemKind || isRenamePromptOpen || copyMovePathKind ||
-                                 pendingCopyMove || pendingDelete || isSortPickerOpen ||
-                                 isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen ||
-                                 isOpenWithPickerOpen || isAttributePromptOpen ||
-                                 isEncodingPickerOpen || pendingLargeEditURL || pendingLayoutMode ||
+    const bool somethingStands = anyPromptOrPickerOpen() || pendingDelete || isEncodingPickerOpen ||
+                                 pendingLargeEditURL || pendingLayoutMode ||
                                  pendingExitEditorToViewer || errorMessage;
     if (somethingStands) {
         return;

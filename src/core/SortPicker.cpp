@@ -21,10 +21,10 @@ void AppState::openSortPicker() {
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
-    const bool textFieldWasOpen = isJumpDialogOpen || isWildcardPromptOpen;
-    isJumpDialogOpen = false;
-    isVolumePickerOpen = false;
-    isWildcardPromptOpen = false;
+    const bool textFieldWasOpen = isOpen(Overlay::jumpDialog) || isOpen(Overlay::wildcardPrompt);
+    closeOverlay(Overlay::jumpDialog);
+    closeOverlay(Overlay::volumePicker);
+    closeOverlay(Overlay::wildcardPrompt);
     if (textFieldWasOpen) {
         releaseTextFocus();
     }
@@ -32,35 +32,35 @@ void AppState::openSortPicker() {
         closeFilter(true);
     }
     const auto found = std::find(kSortModes.begin(), kSortModes.end(), sortMode);
-    sortPickerSelection = found == kSortModes.end() ? 0 : int(found - kSortModes.begin());
-    isSortPickerOpen = true;
+    sortPicker.selection = found == kSortModes.end() ? 0 : int(found - kSortModes.begin());
+    showOverlay(Overlay::sortPicker);
     notifyChanged();
 }
 
 void AppState::closeSortPicker() {
-    isSortPickerOpen = false;
+    closeOverlay(Overlay::sortPicker);
     notifyChanged();
 }
 
 // Wraps around at both ends.
 void AppState::moveSortPickerSelection(int delta) {
-    if (!isSortPickerOpen) {
+    if (!isOpen(Overlay::sortPicker)) {
         return;
     }
     const int count = int(kSortModes.size());
-    sortPickerSelection = ((sortPickerSelection + delta) % count + count) % count;
+    sortPicker.selection = ((sortPicker.selection + delta) % count + count) % count;
     notifyChanged();
 }
 
 void AppState::confirmSortPicker(std::optional<int> index) {
-    if (!isSortPickerOpen) {
+    if (!isOpen(Overlay::sortPicker)) {
         return;
     }
-    const int chosen = index.value_or(sortPickerSelection);
+    const int chosen = index.value_or(sortPicker.selection);
     if (chosen < 0 || chosen >= int(kSortModes.size())) {
         return;
     }
-    isSortPickerOpen = false;
+    closeOverlay(Overlay::sortPicker);
     applySortMode(kSortModes[size_t(chosen)]);
 }
 

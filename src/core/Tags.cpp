@@ -102,8 +102,7 @@ void AppState::openWildcardPrompt() {
     if (!activeFilerSide()) {
         return;
     }
-    if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
-        isSortPickerOpen || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+    if (anyPromptOrPickerOpen()) {
         return;
     }
     if (isFileSearchMode) {
@@ -112,13 +111,13 @@ void AppState::openWildcardPrompt() {
     if (isFilterOpen) {
         closeFilter(true);
     }
-    wildcardPattern = lastWildcardPattern;
-    isWildcardPromptOpen = true;
+    wildcardPrompt.pattern = lastWildcardPattern;
+    showOverlay(Overlay::wildcardPrompt);
     notifyChanged();
 }
 
 void AppState::cancelWildcardPrompt() {
-    isWildcardPromptOpen = false;
+    closeOverlay(Overlay::wildcardPrompt);
     releaseTextFocus();
     notifyChanged();
 }
@@ -147,11 +146,11 @@ QString AppState::wildcardRegexPattern(const QString& pattern) {
 // already set stay.
 void AppState::applyWildcardTag() {
     const auto side = activeFilerSide();
-    if (!isWildcardPromptOpen || !side) {
+    if (!isOpen(Overlay::wildcardPrompt) || !side) {
         return;
     }
-    const QString pattern = wildcardPattern.trimmed();
-    isWildcardPromptOpen = false;
+    const QString pattern = wildcardPrompt.pattern.trimmed();
+    closeOverlay(Overlay::wildcardPrompt);
     releaseTextFocus();
     notifyChanged();
     if (pattern.isEmpty()) {

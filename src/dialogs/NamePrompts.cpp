@@ -1,6 +1,6 @@
 // The create prompt (K for a folder, I for a file) and the rename prompt (N,
 // R): opening them, and what Enter and Esc do. The text field itself belongs
-// to the prompt's view, which writes createItemName and renameName.
+// to the prompt's view, which writes createItemPrompt.name and renamePrompt.name.
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
@@ -20,11 +20,11 @@ void clearWayForNamePrompt(AppState& s) {
     if (s.isFilterOpen) {
         s.closeFilter(true);
     }
-    s.isSortPickerOpen = false;
-    if (s.isVolumePickerOpen) {
+    s.closeOverlay(Overlay::sortPicker);
+    if (s.isOpen(Overlay::volumePicker)) {
         s.closeVolumePicker();
     }
-    s.isWildcardPromptOpen = false;
+    s.closeOverlay(Overlay::wildcardPrompt);
 }
 
 // The panes on screen are read again and the cursor of the active pane goes
@@ -52,8 +52,7 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
 } // namespace
 
 void AppState::openCreateItemPrompt(CreateItemKind kind) {
-    if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
-        isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+    if (anyPromptOrPickerOpen()) {
         return;
     }
     const std::optional<PaneSide> side = activeFilerSide();
@@ -72,29 +71,30 @@ void AppState::openCreateItemPrompt(CreateItemKind kind) {
                                ? session->selectedPath()
                                : pane(*side).location.asDirectory()->url;
     clearWayForNamePrompt(*this);
-    createItemParentPath = parent;
-    createItemName.clear();
-    createItemKind = kind;
+    createItemPrompt.parentPath = parent;
+    createItemPrompt.name.clear();
+    createItemPrompt.kind = kind;
+    showOverlay(Overlay::createItemPrompt);
     notifyChanged();
 }
 
 void AppState::cancelCreateItemPrompt() {
-    createItemKind.reset();
-    createItemName.clear();
+    closeOverlay(Overlay::createItemPrompt);
+    createItemPrompt.name.clear();
     releaseTextFocus();
     notifyChanged();
 }
 
 void AppState::commitCreateItem() {
-    if (!createItemKind) {
+    if (!isOpen(Overlay::createItemPrompt)) {
         return;
     }
     // The prompt closes first: on a failure its text is gone.
-    const CreateItemKind kind = *createItemKind;
-    const QString parent = PathUtils::standardizedPath(createItemParentPath);
-    const QString name = createItemName;
-    createItemKind.reset();
-    createItemName.clear();
+    const CreateItemKind kind = createItemPrompt.kind;
+    const QString parent = PathUtils::standardizedPath(createItemPrompt.parentPath);
+    const QString name = createItemPrompt.name;
+    closeOverlay(Overlay::createItemPrompt);
+    createItemPrompt.name.clear();
     releaseTextFocus();
     const FsResult<QString> created = kind == CreateItemKind::folder
                                           ? FileSystemService::createFolder(name, parent)
@@ -107,8 +107,7 @@ void AppState::commitCreateItem() {
 }
 
 void AppState::openRenamePrompt() {
-    if (isRenamePromptOpen || isAttributePromptOpen || createItemKind || copyMovePathKind ||
-        pendingCopyMove || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+    if (anyPromptOrPickerOpen()) {
         return;
     }
     const std::optional<PaneSide> side = activeFilerSide();
@@ -124,26 +123,26 @@ void AppState::openRenamePrompt() {
         return;
     }
     clearWayForNamePrompt(*this);
-    renameSourceURL = PathUtils::standardizedPath(entry->url);
-    renameSourceName = entry->name;
-    renameName = entry->name;
-    isRenamePromptOpen = true;
+    renamePrompt.sourceURL = PathUtils::standardizedPath(entry->url);
+    renamePrompt.sourceName = entry->name;
+    renamePrompt.name = entry->name;
+    showOverlay(Overlay::renamePrompt);
     notifyChanged();
 }
 
 void AppState::cancelRenamePrompt() {
-    isRenamePromptOpen = false;
+    closeOverlay(Overlay::renamePrompt);
     releaseTextFocus();
     notifyChanged();
 }
 
 void AppState::commitRename() {
-    if (!isRenamePromptOpen || renameSourceURL.isEmpty()) {
+    if (!isOpen(Overlay::renamePrompt) || renamePrompt.sourceURL.isEmpty()) {
         return;
     }
-    const QString source = renameSourceURL;
-    const QString name = renameName;
-    isRenamePromptOpen = false;
+    const QString source = renamePrompt.sourceURL;
+    const QString name = renamePrompt.name;
+    closeOverlay(Overlay::renamePrompt);
     releaseTextFocus();
     const FsResult<QString> renamed = FileSystemService::renameItem(source, name);
     if (!renamed) {
@@ -162,13 +161,13 @@ void AppState::commitRename() {
 }
 
 void AppState::setPromptText(const QString& text) {
-    if (createItemKind) {
-        createItemName = text;
-    } else if (isRenamePromptOpen) {
-        renameName = text;
-    } else if (copyMovePathKind) {
-        copyMovePathText = text;
-    } else if (isWildcardPromptOpen) {
-        wildcardPattern = text;
+    if (isOpen(Overlay::createItemPrompt)) {
+        createItemPrompt.name = text;
+    } else if (isOpen(Overlay::renamePrompt)) {
+        renamePrompt.name = text;
+    } else if (isOpen(Overlay::copyMovePathPrompt)) {
+        copyMovePathPrompt.text = text;
+    } else if (isOpen(Overlay::wildcardPrompt)) {
+        wildcardPrompt.pattern = text;
     }
 }

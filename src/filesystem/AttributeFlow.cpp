@@ -22,11 +22,11 @@ QString fitted(const QString& text, int length, QChar padding) {
 }
 
 QString* focusedDateOrTime(AppState& state) {
-    if (state.attributeFocusField == 1) {
-        return &state.attributeNewDate;
+    if (state.attributePrompt.focusField == 1) {
+        return &state.attributePrompt.newDate;
     }
-    if (state.attributeFocusField == 2) {
-        return &state.attributeNewTime;
+    if (state.attributePrompt.focusField == 2) {
+        return &state.attributePrompt.newTime;
     }
     return nullptr;
 }
@@ -50,22 +50,20 @@ void fillFields(AppState& state, const QList<FileSystemService::ItemAttributes>&
             sameDateTime && each.dateText == first.dateText && each.timeText == first.timeText;
         sameOwnerGroup = sameOwnerGroup && each.owner == first.owner && each.group == first.group;
     }
-    state.attributeNewMode = first.modeText;
-    state.attributeNewDate = first.dateText;
-    state.attributeNewTime = first.timeText;
-    state.attributeOldMode = sameMode ? first.modeText : kMixedMode;
-    state.attributeOldDate = sameDateTime ? first.dateText : kMixedDateTime;
-    state.attributeOldTime = sameDateTime ? first.timeText : kMixedDateTime;
-    state.attributeOldOwner = sameOwnerGroup ? first.owner : kMixedName;
-    state.attributeOldGroup = sameOwnerGroup ? first.group : kMixedName;
+    state.attributePrompt.newMode = first.modeText;
+    state.attributePrompt.newDate = first.dateText;
+    state.attributePrompt.newTime = first.timeText;
+    state.attributePrompt.oldMode = sameMode ? first.modeText : kMixedMode;
+    state.attributePrompt.oldDate = sameDateTime ? first.dateText : kMixedDateTime;
+    state.attributePrompt.oldTime = sameDateTime ? first.timeText : kMixedDateTime;
+    state.attributePrompt.oldOwner = sameOwnerGroup ? first.owner : kMixedName;
+    state.attributePrompt.oldGroup = sameOwnerGroup ? first.group : kMixedName;
 }
 
 } // namespace
 
 void AppState::openAttributePrompt() {
-    if (isAttributePromptOpen || isRenamePromptOpen || createItemKind || copyMovePathKind ||
-        pendingCopyMove || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen ||
-        isOpenWithPickerOpen || isSortPickerOpen) {
+    if (anyPromptOrPickerOpen()) {
         return;
     }
     const auto side = activeFilerSide();
@@ -82,13 +80,14 @@ void AppState::openAttributePrompt() {
     if (isFilterOpen) {
         closeFilter(true);
     }
-    attributeTargetURLs = targets;
+    attributePrompt.targetURLs = targets;
     if (targets.isEmpty()) {
         reportError(QStringLiteral("No item (Space to tag, or select an item)"));
         return;
     }
-    attributeTargetSummary = targets.size() == 1 ? PathUtils::lastPathComponent(targets.first())
-                                                 : QStringLiteral("%1 items").arg(targets.size());
+    attributePrompt.targetSummary = targets.size() == 1
+                                        ? PathUtils::lastPathComponent(targets.first())
+                                        : QStringLiteral("%1 items").arg(targets.size());
     QList<FileSystemService::ItemAttributes> all;
     for (const QString& url : targets) {
         auto attributes = FileSystemService::readItemAttributes(url);
@@ -99,84 +98,86 @@ void AppState::openAttributePrompt() {
         all.append(*attributes);
     }
     fillFields(*this, all);
-    attributeFocusField = 0;
-    attributeFieldCursorIndex = 0;
-    isAttributePromptOpen = true;
+    attributePrompt.focusField = 0;
+    attributePrompt.fieldCursorIndex = 0;
+    showOverlay(Overlay::attributePrompt);
     notifyChanged();
 }
 
 void AppState::cancelAttributePrompt() {
-    isAttributePromptOpen = false;
+    closeOverlay(Overlay::attributePrompt);
     notifyChanged();
 }
 
 void AppState::moveAttributeFocus(int delta) {
-    if (!isAttributePromptOpen) {
+    if (!isOpen(Overlay::attributePrompt)) {
         return;
     }
-    attributeFocusField = ((attributeFocusField + delta) % 3 + 3) % 3;
-    attributeFieldCursorIndex = 0;
+    attributePrompt.focusField = ((attributePrompt.focusField + delta) % 3 + 3) % 3;
+    attributePrompt.fieldCursorIndex = 0;
     notifyChanged();
 }
 
 void AppState::moveAttributeFieldCursor(int delta) {
-    if (!isAttributePromptOpen) {
+    if (!isOpen(Overlay::attributePrompt)) {
         return;
     }
-    const int length = attributeFocusField == 0 ? kModeLength : kDateTimeLength;
-    attributeFieldCursorIndex = ((attributeFieldCursorIndex + delta) % length + length) % length;
+    const int length = attributePrompt.focusField == 0 ? kModeLength : kDateTimeLength;
+    attributePrompt.fieldCursorIndex =
+        ((attributePrompt.fieldCursorIndex + delta) % length + length) % length;
     notifyChanged();
 }
 
 void AppState::toggleAttributeField() {
-    if (!isAttributePromptOpen) {
+    if (!isOpen(Overlay::attributePrompt)) {
         return;
     }
-    const int at = attributeFieldCursorIndex;
+    const int at = attributePrompt.fieldCursorIndex;
     if (QString* text = focusedDateOrTime(*this)) {
         *text = fitted(*text, kDateTimeLength, QLatin1Char('0'));
         if (at >= 0 && at < kDateTimeLength && (*text)[at].isDigit()) {
             (*text)[at] = QChar(u'0' + ((*text)[at].digitValue() + 1) % 10);
         }
     } else {
-        QString mode = fitted(attributeNewMode, kModeLength, QLatin1Char('-'));
+        QString mode = fitted(attributePrompt.newMode, kModeLength, QLatin1Char('-'));
         if (at >= 0 && at < kModeLength) {
             mode[at] = mode[at] == QLatin1Char('-') ? QLatin1Char("rwx"[at % 3]) : QLatin1Char('-');
         }
-        attributeNewMode = mode;
+        attributePrompt.newMode = mode;
     }
     notifyChanged();
 }
 
 void AppState::typeAttributeDigit(QChar digit) {
     QString* text = focusedDateOrTime(*this);
-    if (!isAttributePromptOpen || !digit.isDigit() || !text) {
+    if (!isOpen(Overlay::attributePrompt) || !digit.isDigit() || !text) {
         return;
     }
     *text = fitted(*text, kDateTimeLength, QLatin1Char('0'));
-    const int at = digitAtOrAfter(*text, attributeFieldCursorIndex);
+    const int at = digitAtOrAfter(*text, attributePrompt.fieldCursorIndex);
     if (at < 0) {
         return;
     }
     (*text)[at] = digit;
     const int next = digitAtOrAfter(*text, at + 1);
-    attributeFieldCursorIndex = next >= 0 ? next : digitAtOrAfter(*text, 0);
+    attributePrompt.fieldCursorIndex = next >= 0 ? next : digitAtOrAfter(*text, 0);
     notifyChanged();
 }
 
 // Every target gets the same mode and date; one that fails is named and the
 // others are still done.
 void AppState::applyAttributePrompt() {
-    if (!isAttributePromptOpen) {
+    if (!isOpen(Overlay::attributePrompt)) {
         return;
     }
-    const QStringList targets = attributeTargetURLs;
-    const auto mode = FileSystemService::parseModeText(attributeNewMode);
+    const QStringList targets = attributePrompt.targetURLs;
+    const auto mode = FileSystemService::parseModeText(attributePrompt.newMode);
     if (!mode) {
         reportError(mode.error().description());
         return;
     }
-    const auto date = FileSystemService::parseDateTime(attributeNewDate, attributeNewTime);
+    const auto date =
+        FileSystemService::parseDateTime(attributePrompt.newDate, attributePrompt.newTime);
     if (!date) {
         reportError(date.error().description());
         return;

@@ -51,25 +51,25 @@ void clearWayForCopyMove(AppState& state) {
     if (state.isFilterOpen) {
         state.closeFilter(true);
     }
-    if (state.isSortPickerOpen) {
+    if (state.isOpen(Overlay::sortPicker)) {
         state.closeSortPicker();
     }
-    if (state.isVolumePickerOpen) {
+    if (state.isOpen(Overlay::volumePicker)) {
         state.closeVolumePicker();
     }
-    if (state.isJumpDialogOpen) {
+    if (state.isOpen(Overlay::jumpDialog)) {
         state.closeJumpDialog();
     }
-    if (state.isWildcardPromptOpen) {
+    if (state.isOpen(Overlay::wildcardPrompt)) {
         state.cancelWildcardPrompt();
     }
 }
 
 void closeCopyMovePathPrompt(AppState& state) {
-    state.copyMovePathKind.reset();
-    state.copyMovePathText.clear();
-    state.copyMovePathSources.clear();
-    state.copyMovePathBaseURL.reset();
+    state.closeOverlay(Overlay::copyMovePathPrompt);
+    state.copyMovePathPrompt.text.clear();
+    state.copyMovePathPrompt.sources.clear();
+    state.copyMovePathPrompt.baseURL.reset();
     state.releaseTextFocus();
     state.notifyChanged();
 }
@@ -125,8 +125,7 @@ void CopyMoveProgress::setDelay(std::chrono::milliseconds delay) {
 }
 
 void AppState::startCopyOrMove(CopyMoveKind kind) {
-    if (createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
-        isFileOperationRunning) {
+    if (anyPromptOrPickerOpen() || isFileOperationRunning) {
         return;
     }
     const auto side = activeFilerSide();
@@ -154,28 +153,29 @@ void AppState::startCopyOrMove(CopyMoveKind kind) {
         beginCopyMove(kind, sources, other->url);
         return;
     }
-    copyMovePathSources = sources;
-    copyMovePathBaseURL = pane(*side).location.asDirectory()->url;
-    copyMovePathText = lastCopyMoveDestinationPath;
-    copyMovePathKind = kind;
+    copyMovePathPrompt.sources = sources;
+    copyMovePathPrompt.baseURL = pane(*side).location.asDirectory()->url;
+    copyMovePathPrompt.text = lastCopyMoveDestinationPath;
+    copyMovePathPrompt.kind = kind;
+    showOverlay(Overlay::copyMovePathPrompt);
     notifyChanged();
 }
 
 void AppState::cancelCopyMovePathPrompt() {
-    if (copyMovePathKind) {
+    if (isOpen(Overlay::copyMovePathPrompt)) {
         closeCopyMovePathPrompt(*this);
     }
 }
 
 // A refused text closes the prompt all the same: the dialog tells why.
 void AppState::commitCopyMovePathPrompt() {
-    if (!copyMovePathKind) {
+    if (!isOpen(Overlay::copyMovePathPrompt)) {
         return;
     }
-    const CopyMoveKind kind = *copyMovePathKind;
-    const QStringList sources = copyMovePathSources;
-    const auto resolved =
-        FileSystemService::resolveDestinationFolder(copyMovePathText, copyMovePathBaseURL);
+    const CopyMoveKind kind = copyMovePathPrompt.kind;
+    const QStringList sources = copyMovePathPrompt.sources;
+    const auto resolved = FileSystemService::resolveDestinationFolder(copyMovePathPrompt.text,
+                                                                      copyMovePathPrompt.baseURL);
     closeCopyMovePathPrompt(*this);
     if (!resolved) {
         reportError(resolved.error().description());

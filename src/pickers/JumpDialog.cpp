@@ -80,7 +80,7 @@ bool isExistingFolder(const QString& path) {
 } // namespace
 
 QStringList AppState::jumpRows() const {
-    return JumpDialog::jumpRows(jumpBookmarks, jumpFilterQuery);
+    return JumpDialog::jumpRows(jumpBookmarks, jumpDialog.filterQuery);
 }
 
 void AppState::saveJumpBookmarks() {
@@ -88,8 +88,7 @@ void AppState::saveJumpBookmarks() {
 }
 
 void AppState::openJumpDialog() {
-    if (!activeFilerSide() || createItemKind || isRenamePromptOpen || copyMovePathKind ||
-        pendingCopyMove || isSortPickerOpen || isVolumePickerOpen || isWildcardPromptOpen) {
+    if (!activeFilerSide() || anyPromptOrPickerOpen()) {
         return;
     }
     if (isFileSearchMode) {
@@ -98,59 +97,60 @@ void AppState::openJumpDialog() {
     if (isFilterOpen) {
         closeFilter(false);
     }
-    jumpFilterQuery.clear();
-    jumpSelectedPath.reset();
-    isJumpDialogOpen = true;
-    ++jumpFocusNonce;
+    jumpDialog.filterQuery.clear();
+    jumpDialog.selectedPath.reset();
+    showOverlay(Overlay::jumpDialog);
+    ++jumpDialog.focusNonce;
     notifyChanged();
 }
 
 void AppState::closeJumpDialog() {
-    isJumpDialogOpen = false;
+    closeOverlay(Overlay::jumpDialog);
     releaseTextFocus();
     notifyChanged();
 }
 
 // A selected row that the new filter hides gives way to the first row.
 void AppState::setJumpFilterQuery(const QString& text) {
-    jumpFilterQuery = text;
+    jumpDialog.filterQuery = text;
     const QStringList rows = jumpRows();
-    if (jumpSelectedPath && JumpDialog::indexOfRow(rows, *jumpSelectedPath) < 0) {
-        jumpSelectedPath = rows.isEmpty() ? std::nullopt : std::optional(rows.first());
+    if (jumpDialog.selectedPath && JumpDialog::indexOfRow(rows, *jumpDialog.selectedPath) < 0) {
+        jumpDialog.selectedPath = rows.isEmpty() ? std::nullopt : std::optional(rows.first());
     }
     notifyChanged();
 }
 
 void AppState::clearJumpSelection() {
-    if (!isJumpDialogOpen) {
+    if (!isOpen(Overlay::jumpDialog)) {
         return;
     }
-    jumpSelectedPath.reset();
-    ++jumpFocusNonce;
+    jumpDialog.selectedPath.reset();
+    ++jumpDialog.focusNonce;
     notifyChanged();
 }
 
 // Up from the first row gives the keys back to the filter field; there is no
 // wrap at the bottom.
 void AppState::moveJumpSelection(int delta) {
-    if (!isJumpDialogOpen) {
+    if (!isOpen(Overlay::jumpDialog)) {
         return;
     }
     const QStringList rows = jumpRows();
-    const int index = jumpSelectedPath ? JumpDialog::indexOfRow(rows, *jumpSelectedPath) : -1;
+    const int index =
+        jumpDialog.selectedPath ? JumpDialog::indexOfRow(rows, *jumpDialog.selectedPath) : -1;
     if (rows.isEmpty()) {
-        jumpSelectedPath.reset();
-    } else if (!jumpSelectedPath) {
+        jumpDialog.selectedPath.reset();
+    } else if (!jumpDialog.selectedPath) {
         if (delta >= 1) {
-            jumpSelectedPath = rows.first();
+            jumpDialog.selectedPath = rows.first();
         }
     } else if (index < 0) {
-        jumpSelectedPath = delta < 1 ? rows.last() : rows.first();
+        jumpDialog.selectedPath = delta < 1 ? rows.last() : rows.first();
     } else if (index + delta < 0) {
-        jumpSelectedPath.reset();
-        ++jumpFocusNonce;
+        jumpDialog.selectedPath.reset();
+        ++jumpDialog.focusNonce;
     } else {
-        jumpSelectedPath = rows.at(std::min(index + delta, int(rows.size()) - 1));
+        jumpDialog.selectedPath = rows.at(std::min(index + delta, int(rows.size()) - 1));
     }
     notifyChanged();
 }
@@ -161,13 +161,14 @@ void AppState::confirmJumpDialog() {
 
 // A clicked row first, then the selected row, then the only row a filter left.
 void AppState::confirmJumpDialogAt(const std::optional<QString>& clickedPath) {
-    if (!isJumpDialogOpen) {
+    if (!isOpen(Overlay::jumpDialog)) {
         return;
     }
     const QStringList rows = jumpRows();
     std::optional<QString> target = clickedPath;
-    if (!target && jumpSelectedPath && JumpDialog::indexOfRow(rows, *jumpSelectedPath) >= 0) {
-        target = jumpSelectedPath;
+    if (!target && jumpDialog.selectedPath &&
+        JumpDialog::indexOfRow(rows, *jumpDialog.selectedPath) >= 0) {
+        target = jumpDialog.selectedPath;
     }
     if (!target && rows.size() == 1) {
         target = rows.first();
@@ -180,7 +181,7 @@ void AppState::confirmJumpDialogAt(const std::optional<QString>& clickedPath) {
 
 void AppState::jumpToNumberedBookmark(int number) {
     const QStringList rows = jumpRows();
-    if (!isJumpDialogOpen || number < 1 || number > 9 || number > rows.size()) {
+    if (!isOpen(Overlay::jumpDialog) || number < 1 || number > 9 || number > rows.size()) {
         return;
     }
     closeJumpDialog();
@@ -209,29 +210,29 @@ void AppState::goToBookmark(const QString& path) {
 }
 
 void AppState::removeJumpBookmark() {
-    if (!isJumpDialogOpen || !jumpSelectedPath) {
+    if (!isOpen(Overlay::jumpDialog) || !jumpDialog.selectedPath) {
         return;
     }
-    const int index = JumpDialog::indexOfRow(jumpRows(), *jumpSelectedPath);
+    const int index = JumpDialog::indexOfRow(jumpRows(), *jumpDialog.selectedPath);
     if (index < 0) {
         return;
     }
-    jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, *jumpSelectedPath);
+    jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, *jumpDialog.selectedPath);
     saveJumpBookmarks();
     const QStringList rows = jumpRows();
     if (rows.isEmpty()) {
-        jumpSelectedPath.reset();
-        ++jumpFocusNonce;
+        jumpDialog.selectedPath.reset();
+        ++jumpDialog.focusNonce;
     } else {
-        jumpSelectedPath = rows.at(std::min(index, int(rows.size()) - 1));
+        jumpDialog.selectedPath = rows.at(std::min(index, int(rows.size()) - 1));
     }
     notifyChanged();
 }
 
 void AppState::setStartupFromJumpSelection() {
-    if (isJumpDialogOpen && jumpSelectedPath &&
-        JumpDialog::indexOfRow(jumpRows(), *jumpSelectedPath) >= 0) {
-        storeStartupDirectory(*jumpSelectedPath);
+    if (isOpen(Overlay::jumpDialog) && jumpDialog.selectedPath &&
+        JumpDialog::indexOfRow(jumpRows(), *jumpDialog.selectedPath) >= 0) {
+        storeStartupDirectory(*jumpDialog.selectedPath);
     }
 }
 
@@ -288,9 +289,9 @@ void AppState::addJumpBookmark() {
     }
     jumpBookmarks = JumpDialog::withBookmarkAdded(jumpBookmarks, *target);
     saveJumpBookmarks();
-    if (isJumpDialogOpen) {
-        jumpFilterQuery.clear();
-        jumpSelectedPath = jumpBookmarks.first();
+    if (isOpen(Overlay::jumpDialog)) {
+        jumpDialog.filterQuery.clear();
+        jumpDialog.selectedPath = jumpBookmarks.first();
     }
     notifyChanged();
 }

@@ -9,9 +9,7 @@ namespace {
 
 // X waits while a prompt or another picker stands, or with the focus in EDITOR.
 bool openWithWaits(const AppState& s) {
-    return !s.activeFilerSide() || s.createItemKind || s.isRenamePromptOpen || s.copyMovePathKind ||
-           s.pendingCopyMove || s.isSortPickerOpen || s.isJumpDialogOpen || s.isVolumePickerOpen ||
-           s.isWildcardPromptOpen || s.isOpenWithPickerOpen;
+    return !s.activeFilerSide() || s.anyPromptOrPickerOpen();
 }
 
 } // namespace
@@ -64,42 +62,42 @@ void AppState::showOpenWithChoices(const QString& url, const QString& name) {
         OpenWith::launchWith(*this, apps.first(), url);
         return;
     }
-    openWithFileURL = url;
-    openWithFileName = name;
-    openWithApps = apps;
-    openWithSelection = 0;
-    isOpenWithPickerOpen = true;
+    openWithPicker.fileURL = url;
+    openWithPicker.fileName = name;
+    openWithPicker.apps = apps;
+    openWithPicker.selection = 0;
+    showOverlay(Overlay::openWithPicker);
     notifyChanged();
 }
 
 void AppState::closeOpenWithPicker() {
-    isOpenWithPickerOpen = false;
-    openWithApps.clear();
-    openWithSelection = 0;
-    openWithFileURL.reset();
-    openWithFileName.clear();
+    closeOverlay(Overlay::openWithPicker);
+    openWithPicker.apps.clear();
+    openWithPicker.selection = 0;
+    openWithPicker.fileURL.reset();
+    openWithPicker.fileName.clear();
     notifyChanged();
 }
 
 void AppState::moveOpenWithSelection(int delta) {
-    const int count = int(openWithApps.size());
-    if (!isOpenWithPickerOpen || count == 0) {
+    const int count = int(openWithPicker.apps.size());
+    if (!isOpen(Overlay::openWithPicker) || count == 0) {
         return;
     }
-    openWithSelection = ((openWithSelection + delta) % count + count) % count;
+    openWithPicker.selection = ((openWithPicker.selection + delta) % count + count) % count;
     notifyChanged();
 }
 
 void AppState::confirmOpenWith(std::optional<int> index) {
-    if (!isOpenWithPickerOpen || !openWithFileURL) {
+    if (!isOpen(Overlay::openWithPicker) || !openWithPicker.fileURL) {
         return;
     }
-    const int chosen = index.value_or(openWithSelection);
-    if (chosen < 0 || chosen >= openWithApps.size()) {
+    const int chosen = index.value_or(openWithPicker.selection);
+    if (chosen < 0 || chosen >= openWithPicker.apps.size()) {
         return;
     }
-    const OpenWithApp app = openWithApps.at(chosen);
-    const QString url = *openWithFileURL;
+    const OpenWithApp app = openWithPicker.apps.at(chosen);
+    const QString url = *openWithPicker.fileURL;
     closeOpenWithPicker();
     OpenWith::launchWith(*this, app, url);
 }

@@ -4,8 +4,7 @@
 #include "filesystem/FileSystemService.h"
 
 void AppState::openVolumePicker() {
-    if (!activeFilerSide() || createItemKind || isRenamePromptOpen || copyMovePathKind ||
-        pendingCopyMove || isSortPickerOpen || isJumpDialogOpen || isWildcardPromptOpen) {
+    if (!activeFilerSide() || anyPromptOrPickerOpen()) {
         return;
     }
     if (isFileSearchMode) {
@@ -15,36 +14,36 @@ void AppState::openVolumePicker() {
         closeFilter(true);
     }
     // Taken once: the list is not renewed while the picker stands.
-    volumePickerItems = FileSystemService::mountedVolumes();
-    volumePickerSelection = 0;
-    isVolumePickerOpen = true;
+    volumePicker.items = FileSystemService::mountedVolumes();
+    volumePicker.selection = 0;
+    showOverlay(Overlay::volumePicker);
     notifyChanged();
 }
 
 void AppState::closeVolumePicker() {
-    isVolumePickerOpen = false;
+    closeOverlay(Overlay::volumePicker);
     notifyChanged();
 }
 
 void AppState::moveVolumePickerSelection(int delta) {
-    const int count = int(volumePickerItems.size());
-    if (!isVolumePickerOpen || count == 0) {
+    const int count = int(volumePicker.items.size());
+    if (!isOpen(Overlay::volumePicker) || count == 0) {
         return;
     }
-    volumePickerSelection = ((volumePickerSelection + delta) % count + count) % count;
+    volumePicker.selection = ((volumePicker.selection + delta) % count + count) % count;
     notifyChanged();
 }
 
 // A volume ejected since the picker opened is reported by goToFolder.
 void AppState::confirmVolumePicker(std::optional<int> index) {
-    if (!isVolumePickerOpen) {
+    if (!isOpen(Overlay::volumePicker)) {
         return;
     }
-    const int chosen = index.value_or(volumePickerSelection);
-    if (chosen < 0 || chosen >= volumePickerItems.size()) {
+    const int chosen = index.value_or(volumePicker.selection);
+    if (chosen < 0 || chosen >= volumePicker.items.size()) {
         return;
     }
-    const QString url = volumePickerItems.at(chosen).url;
+    const QString url = volumePicker.items.at(chosen).url;
     closeVolumePicker();
     goToFolder(url);
 }

@@ -96,10 +96,10 @@ void AppState::enterFileSearchMode() {
     }
     closeSortPicker();
     closeVolumePicker();
-    if (isJumpDialogOpen) {
+    if (isOpen(Overlay::jumpDialog)) {
         closeJumpDialog();
     }
-    if (isWildcardPromptOpen) {
+    if (isOpen(Overlay::wildcardPrompt)) {
         cancelWildcardPrompt();
     }
     if (isFilterOpen) {
@@ -139,7 +139,7 @@ void AppState::exitFileSearchMode() {
         fileSearchDebounceTask->stop();
     }
     folderSearch->cancel();
-    if (isSearchTreeBoxOpen) {
+    if (isOpen(Overlay::searchTreeBox)) {
         closeSearchTreeBox();
     }
     isFileSearchMode = false;

@@ -19,56 +19,56 @@ void AppState::openSearchTreeBox() {
     session->expanded = TreeSession::expandedChain(root, root);
     session->rebuildRows(showHiddenFiles);
     session->reloadFiles(showHiddenFiles);
-    searchTreeSession = session;
-    isSearchTreeBoxOpen = true;
+    searchTreeBox.session = session;
+    showOverlay(Overlay::searchTreeBox);
     ++treeRevision;
     notifyChanged();
 }
 
 void AppState::closeSearchTreeBox() {
-    isSearchTreeBoxOpen = false;
-    searchTreeSession.reset();
+    closeOverlay(Overlay::searchTreeBox);
+    searchTreeBox.session.reset();
     ++treeRevision;
     notifyChanged();
 }
 
 void AppState::moveSearchTreeBoxRow(int delta) {
-    if (!searchTreeSession || searchTreeSession->rows.isEmpty()) {
+    if (!searchTreeBox.session || searchTreeBox.session->rows.isEmpty()) {
         return;
     }
-    const int last = int(searchTreeSession->rows.size()) - 1;
-    searchTreeSession->selectedRowIndex =
-        std::clamp(searchTreeSession->selectedRowIndex + delta, 0, last);
-    searchTreeSession->reloadFiles(showHiddenFiles);
+    const int last = int(searchTreeBox.session->rows.size()) - 1;
+    searchTreeBox.session->selectedRowIndex =
+        std::clamp(searchTreeBox.session->selectedRowIndex + delta, 0, last);
+    searchTreeBox.session->reloadFiles(showHiddenFiles);
     ++treeRevision;
     notifyChanged();
 }
 
 void AppState::selectSearchTreeBoxRow(int index) {
-    if (!searchTreeSession || index < 0 || index >= searchTreeSession->rows.size()) {
+    if (!searchTreeBox.session || index < 0 || index >= searchTreeBox.session->rows.size()) {
         return;
     }
-    searchTreeSession->selectedRowIndex = index;
-    searchTreeSession->reloadFiles(showHiddenFiles);
+    searchTreeBox.session->selectedRowIndex = index;
+    searchTreeBox.session->reloadFiles(showHiddenFiles);
     ++treeRevision;
     notifyChanged();
 }
 
 int AppState::searchTreeBoxRowCount() const {
-    return searchTreeSession ? int(searchTreeSession->rows.size()) : 0;
+    return searchTreeBox.session ? int(searchTreeBox.session->rows.size()) : 0;
 }
 
 void AppState::collapseOrExpandSearchTreeBoxRow(bool expand) {
-    if (!searchTreeSession) {
+    if (!searchTreeBox.session) {
         return;
     }
     if (expand) {
-        searchTreeSession->expandSelected(showHiddenFiles);
+        searchTreeBox.session->expandSelected(showHiddenFiles);
         // The box shows no file list: Right on a leaf must not leave the keys
         // there, or the next Left would only take them back.
-        searchTreeSession->focusOnFiles = false;
+        searchTreeBox.session->focusOnFiles = false;
     } else {
-        searchTreeSession->collapseSelected(showHiddenFiles);
+        searchTreeBox.session->collapseSelected(showHiddenFiles);
     }
     ++treeRevision;
     notifyChanged();
@@ -77,10 +77,10 @@ void AppState::collapseOrExpandSearchTreeBoxRow(bool expand) {
 // A readable folder becomes the search folder and a new scan follows after
 // the usual wait; an unreadable one is refused with the box left open.
 void AppState::confirmSearchTreeBox() {
-    if (!searchTreeSession) {
+    if (!searchTreeBox.session) {
         return;
     }
-    const QString path = searchTreeSession->selectedPath();
+    const QString path = searchTreeBox.session->selectedPath();
     if (!FileSystemService::accessRights(path, true, false).readable) {
         reportError(QStringLiteral("Cannot open folder"));
         notifyChanged();

@@ -209,8 +209,8 @@ void AppState::selectTreeFile(PaneSide side, int index) {
 // After file work or a change of a setting: every open tree is listed anew
 // with the current settings.
 void AppState::refreshTreeSessions() {
-    for (const auto& session :
-         {pane(PaneSide::left).treeSession, pane(PaneSide::right).treeSession, searchTreeSession}) {
+    for (const auto& session : {pane(PaneSide::left).treeSession, pane(PaneSide::right).treeSession,
+                                searchTreeBox.session}) {
         if (!session) {
             continue;
         }

@@ -274,10 +274,7 @@ bool AppState::canChangeSaveEncoding() const {
 
 void AppState::showEncodingPicker() {
     const bool otherQuestionOpen =
-        createItemKind || isRenamePromptOpen || copyMovePathKind || pendingCopyMove ||
-        isSortPickerOpen || isJumpDialogOpen || isVolumePickerOpen || isWildcardPromptOpen ||
-        isOpenWithPickerOpen || isAttributePromptOpen || isSearchTreeBoxOpen ||
-        isEncodingPickerOpen || currentDosDialog(*this).has_value();
+        anyPromptOrPickerOpen() || isEncodingPickerOpen || currentDosDialog(*this).has_value();
     if (otherQuestionOpen || !canChangeSaveEncoding()) {
         return;
     }

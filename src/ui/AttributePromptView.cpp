@@ -75,7 +75,7 @@ void AttributePromptView::paintEvent(QPaintEvent*) {
     const ScreenText text(ScreenFont::font(m_state.uiFontSize));
     const double inner = kWidth - 2 * (kBorder + kPadX);
     text.draw(painter, QRectF(kBorder + kPadX, kBorder + 8, inner, text.lineHeight()),
-              headLine(m_state.attributeTargetSummary), Palette::titleText());
+              headLine(m_state.attributePrompt.targetSummary), Palette::titleText());
     paintTable(painter, text);
     const QRectF hint(kBorder + kPadX, rowRect(kTableRows - 1).bottom() + 10, inner,
                       text.lineHeight());
@@ -94,8 +94,8 @@ void AttributePromptView::paintTable(QPainter& painter, const ScreenText& text) 
     text.draw(painter, cell(-1, 2), QStringLiteral("New"), Palette::dimText());
     const QString labels[] = {QStringLiteral("File mode:"), QStringLiteral("Date:"),
                               QStringLiteral("Time:")};
-    const QString olds[] = {m_state.attributeOldMode, m_state.attributeOldDate,
-                            m_state.attributeOldTime};
+    const QString olds[] = {m_state.attributePrompt.oldMode, m_state.attributePrompt.oldDate,
+                            m_state.attributePrompt.oldTime};
     for (int field = 0; field < 3; ++field) {
         text.draw(painter, cell(field, 0), labels[field], Palette::baseText());
         text.draw(painter, cell(field, 1), olds[field], Palette::baseText());
@@ -104,22 +104,23 @@ void AttributePromptView::paintTable(QPainter& painter, const ScreenText& text) 
     text.draw(painter, cell(3, 0), QStringLiteral("Owner/Group:"), Palette::baseText());
     // The names may be longer than a column; they have the rest of the row.
     const QRectF owners = rowRect(3).adjusted(label, 0, 0, 0);
-    const QString names = QLatin1Char('<') + m_state.attributeOldOwner + QStringLiteral("> <") +
-                          m_state.attributeOldGroup + QLatin1Char('>');
+    const QString names = QLatin1Char('<') + m_state.attributePrompt.oldOwner +
+                          QStringLiteral("> <") + m_state.attributePrompt.oldGroup +
+                          QLatin1Char('>');
     text.draw(painter, owners, text.elided(names, owners.width(), Qt::ElideRight),
               Palette::baseText());
 }
 
 // Each character at its own cell, so that the cursor can stand on any one.
 void AttributePromptView::paintNewText(QPainter& painter, const ScreenText& text, int field) const {
-    const QString texts[] = {m_state.attributeNewMode, m_state.attributeNewDate,
-                             m_state.attributeNewTime};
+    const QString texts[] = {m_state.attributePrompt.newMode, m_state.attributePrompt.newDate,
+                             m_state.attributePrompt.newTime};
     const QString& value = texts[field];
-    const bool focused = field == m_state.attributeFocusField;
+    const bool focused = field == m_state.attributePrompt.focusField;
     const int length = std::max(int(value.size()), field == 0 ? 9 : 8);
     for (int i = 0; i < length; ++i) {
         const QRectF box = newCellRect(field, i);
-        const bool cursor = focused && i == m_state.attributeFieldCursorIndex;
+        const bool cursor = focused && i == m_state.attributePrompt.fieldCursorIndex;
         if (cursor) {
             painter.fillRect(box, Palette::cursorFill());
         }

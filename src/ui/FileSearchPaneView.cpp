@@ -190,7 +190,7 @@ void FileSearchPaneView::followFocus() {
         return;
     }
     const Field focus = m_state.fileSearchFocusField;
-    if (m_shownFocus == focus || m_state.isSearchTreeBoxOpen) {
+    if (m_shownFocus == focus || m_state.isOpen(Overlay::searchTreeBox)) {
         return;
     }
     m_shownFocus = focus;

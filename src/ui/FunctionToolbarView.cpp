@@ -107,15 +107,15 @@ QList<QPair<QString, QColor>> FunctionToolbarView::rightItems() const {
     QList<QPair<QString, QColor>> items;
     const QPair<bool, const char*> badges[] = {
         {s.isFileSearchMode, "status.search"},
-        {s.isSearchTreeBoxOpen, "status.tree"},
-        {s.isSortPickerOpen, "status.sort"},
-        {s.isJumpDialogOpen, "status.jump"},
-        {s.isVolumePickerOpen, "status.volume"},
-        {s.isOpenWithPickerOpen, "status.open"},
+        {s.isOpen(Overlay::searchTreeBox), "status.tree"},
+        {s.isOpen(Overlay::sortPicker), "status.sort"},
+        {s.isOpen(Overlay::jumpDialog), "status.jump"},
+        {s.isOpen(Overlay::volumePicker), "status.volume"},
+        {s.isOpen(Overlay::openWithPicker), "status.open"},
         {s.layoutMode == LayoutMode::filerGallery, "status.gallery"},
-        {s.isRenamePromptOpen, "status.rename"},
-        {s.isAttributePromptOpen, "status.attr"},
-        {s.isWildcardPromptOpen, "status.wild"},
+        {s.isOpen(Overlay::renamePrompt), "status.rename"},
+        {s.isOpen(Overlay::attributePrompt), "status.attr"},
+        {s.isOpen(Overlay::wildcardPrompt), "status.wild"},
     };
     for (const auto& [present, key] : badges) {
         if (present) {

@@ -111,8 +111,8 @@ QRectF JumpDialogView::rowRect(int index) const {
 }
 
 void JumpDialogView::followState() {
-    if (m_field->text() != m_state.jumpFilterQuery) {
-        m_field->setText(m_state.jumpFilterQuery);
+    if (m_field->text() != m_state.jumpDialog.filterQuery) {
+        m_field->setText(m_state.jumpDialog.filterQuery);
     }
     scrollToSelection(m_state.jumpRows());
     followFocus();
@@ -124,8 +124,9 @@ void JumpDialogView::followState() {
 void JumpDialogView::scrollToSelection(const QStringList& rows) {
     const int count = int(rows.size());
     const int visible = std::min(count, maxVisibleRows);
-    const int selected =
-        m_state.jumpSelectedPath ? JumpDialog::indexOfRow(rows, *m_state.jumpSelectedPath) : -1;
+    const int selected = m_state.jumpDialog.selectedPath
+                             ? JumpDialog::indexOfRow(rows, *m_state.jumpDialog.selectedPath)
+                             : -1;
     if (selected >= 0 && selected < m_firstRow) {
         m_firstRow = selected;
     } else if (selected >= m_firstRow + visible) {
@@ -136,16 +137,16 @@ void JumpDialogView::scrollToSelection(const QStringList& rows) {
 
 // A selected row has the keys; a raised focus request gives them back to the field.
 void JumpDialogView::followFocus() {
-    if (m_state.jumpSelectedPath) {
+    if (m_state.jumpDialog.selectedPath) {
         if (m_field->hasFocus()) {
             m_field->clearFocus();
             window()->setFocus(Qt::OtherFocusReason);
         }
-    } else if (m_state.jumpFocusNonce != m_seenFocusNonce && isVisible()) {
+    } else if (m_state.jumpDialog.focusNonce != m_seenFocusNonce && isVisible()) {
         m_field->setFocus(Qt::OtherFocusReason);
     }
     if (isVisible()) {
-        m_seenFocusNonce = m_state.jumpFocusNonce;
+        m_seenFocusNonce = m_state.jumpDialog.focusNonce;
     }
 }
 
@@ -154,7 +155,7 @@ void JumpDialogView::showEvent(QShowEvent* event) {
     followFocus();
     // The window may take the keyboard back while the box is being shown.
     QTimer::singleShot(0, this, [this] {
-        if (!m_state.jumpSelectedPath) {
+        if (!m_state.jumpDialog.selectedPath) {
             m_field->setFocus(Qt::OtherFocusReason);
         }
     });
@@ -195,8 +196,9 @@ void JumpDialogView::paintRow(QPainter& painter, const ScreenText& text, const Q
                               int index) const {
     const QString& path = rows.at(index);
     const QRectF row = rowRect(index);
-    const bool selected = m_state.jumpSelectedPath &&
-                          JumpDialog::rowKey(*m_state.jumpSelectedPath) == JumpDialog::rowKey(path);
+    const bool selected =
+        m_state.jumpDialog.selectedPath &&
+        JumpDialog::rowKey(*m_state.jumpDialog.selectedPath) == JumpDialog::rowKey(path);
     if (selected) {
         painter.fillRect(row, Palette::cursorFill());
         text.draw(painter, QRectF(row.left(), row.top(), kMarkColumn, row.height()),
@@ -241,8 +243,9 @@ int JumpDialogView::rowAt(const QPointF& point) const {
 // from the field, the first step lands on the first row.
 void JumpDialogView::selectRow(int index) {
     const QStringList rows = m_state.jumpRows();
-    const int current =
-        m_state.jumpSelectedPath ? JumpDialog::indexOfRow(rows, *m_state.jumpSelectedPath) : -1;
+    const int current = m_state.jumpDialog.selectedPath
+                            ? JumpDialog::indexOfRow(rows, *m_state.jumpDialog.selectedPath)
+                            : -1;
     if (current < 0) {
         m_state.moveJumpSelection(1);
         if (index > 0) {

@@ -31,15 +31,15 @@ OpenWithPickerView::OpenWithPickerView(AppState& state, QWidget* parent)
 }
 
 int OpenWithPickerView::rowCount() const {
-    return int(m_state.openWithApps.size());
+    return int(m_state.openWithPicker.apps.size());
 }
 
 int OpenWithPickerView::selectedRow() const {
-    return m_state.openWithSelection;
+    return m_state.openWithPicker.selection;
 }
 
 QString OpenWithPickerView::title() const {
-    return QStringLiteral("OPEN WITH  ") + m_state.openWithFileName;
+    return QStringLiteral("OPEN WITH  ") + m_state.openWithPicker.fileName;
 }
 
 QString OpenWithPickerView::emptyText() const {
@@ -53,7 +53,7 @@ QString OpenWithPickerView::hint() const {
 // The name gives way to the marks when both do not fit.
 void OpenWithPickerView::paintRowText(QPainter& painter, const ScreenText& text, int index,
                                       const QRectF& area, bool selected) const {
-    const OpenWithApp& app = m_state.openWithApps.at(index);
+    const OpenWithApp& app = m_state.openWithPicker.apps.at(index);
     const QStringList marks = marksOf(app);
     double marksWidth = 0;
     for (const QString& mark : marks) {

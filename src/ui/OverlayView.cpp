@@ -27,22 +27,29 @@ OverlayView::Kind OverlayView::kindFor(const AppState& s) {
     if (currentDosDialog(s)) {
         return Kind::dosDialog;
     }
-    const std::pair<bool, Kind> order[] = {
-        {s.isSearchTreeBoxOpen, Kind::searchTreeBox},
-        {s.isSortPickerOpen, Kind::sortPicker},
-        {s.isJumpDialogOpen, Kind::jumpDialog},
-        {s.isVolumePickerOpen, Kind::volumePicker},
-        {s.isOpenWithPickerOpen, Kind::openWithPicker},
-        {s.isWildcardPromptOpen, Kind::wildcardPrompt},
-        {s.createItemKind.has_value(), Kind::createItemPrompt},
-        {s.isRenamePromptOpen, Kind::renamePrompt},
-        {s.isAttributePromptOpen, Kind::attributePrompt},
-        {s.copyMovePathKind.has_value(), Kind::copyMovePathPrompt},
-    };
-    for (const auto& [applies, kind] : order) {
-        if (applies) {
-            return kind;
-        }
+    switch (s.overlay()) {
+    case Overlay::none:
+        return Kind::none;
+    case Overlay::createItemPrompt:
+        return Kind::createItemPrompt;
+    case Overlay::wildcardPrompt:
+        return Kind::wildcardPrompt;
+    case Overlay::renamePrompt:
+        return Kind::renamePrompt;
+    case Overlay::attributePrompt:
+        return Kind::attributePrompt;
+    case Overlay::copyMovePathPrompt:
+        return Kind::copyMovePathPrompt;
+    case Overlay::searchTreeBox:
+        return Kind::searchTreeBox;
+    case Overlay::sortPicker:
+        return Kind::sortPicker;
+    case Overlay::volumePicker:
+        return Kind::volumePicker;
+    case Overlay::openWithPicker:
+        return Kind::openWithPicker;
+    case Overlay::jumpDialog:
+        return Kind::jumpDialog;
     }
     return Kind::none;
 }

@@ -8,17 +8,16 @@ namespace PromptBoxes {
 PromptBoxView* createItemPrompt(AppState& state, QWidget* parent) {
     PromptBoxView::Binding binding;
     binding.content = [&state] {
-        const bool folder =
-            state.createItemKind.value_or(CreateItemKind::folder) == CreateItemKind::folder;
-        return PromptBoxView::Content{folder ? QStringLiteral("MKDIR") : QStringLiteral("NEW FILE"),
-                                      {QStringLiteral("Parent: ") + state.createItemParentPath},
-                                      QStringLiteral("Name:"),
-                                      folder ? QStringLiteral("フォルダ名")
-                                             : QStringLiteral("ファイル名"),
-                                      folder ? QStringLiteral("Enter 作成  Esc 取消")
-                                             : QStringLiteral("Enter 作成 (0 bytes)  Esc 取消")};
+        const bool folder = state.createItemPrompt.kind == CreateItemKind::folder;
+        return PromptBoxView::Content{
+            folder ? QStringLiteral("MKDIR") : QStringLiteral("NEW FILE"),
+            {QStringLiteral("Parent: ") + state.createItemPrompt.parentPath},
+            QStringLiteral("Name:"),
+            folder ? QStringLiteral("フォルダ名") : QStringLiteral("ファイル名"),
+            folder ? QStringLiteral("Enter 作成  Esc 取消")
+                   : QStringLiteral("Enter 作成 (0 bytes)  Esc 取消")};
     };
-    binding.text = [&state] { return state.createItemName; };
+    binding.text = [&state] { return state.createItemPrompt.name; };
     binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitCreateItem(); };
     return new PromptBoxView(state, std::move(binding), parent);
@@ -28,12 +27,12 @@ PromptBoxView* renamePrompt(AppState& state, QWidget* parent) {
     PromptBoxView::Binding binding;
     binding.content = [&state] {
         return PromptBoxView::Content{QStringLiteral("RENAME"),
-                                      {QStringLiteral("From: ") + state.renameSourceName},
+                                      {QStringLiteral("From: ") + state.renamePrompt.sourceName},
                                       QStringLiteral("To:"),
                                       QStringLiteral("新しい名前"),
                                       QStringLiteral("Enter 変更  Esc 取消")};
     };
-    binding.text = [&state] { return state.renameName; };
+    binding.text = [&state] { return state.renamePrompt.name; };
     binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitRename(); };
     return new PromptBoxView(state, std::move(binding), parent);
@@ -42,17 +41,16 @@ PromptBoxView* renamePrompt(AppState& state, QWidget* parent) {
 PromptBoxView* copyMovePathPrompt(AppState& state, QWidget* parent) {
     PromptBoxView::Binding binding;
     binding.content = [&state] {
-        const bool copy = state.copyMovePathKind.value_or(AppState::CopyMoveKind::copy) ==
-                          AppState::CopyMoveKind::copy;
+        const bool copy = state.copyMovePathPrompt.kind == AppState::CopyMoveKind::copy;
         return PromptBoxView::Content{
             copy ? QStringLiteral("COPY") : QStringLiteral("MOVE"),
-            {QStringLiteral("Items: ") + QString::number(state.copyMovePathSources.size()),
-             QStringLiteral("From: ") + state.copyMovePathBaseURL.value_or(QString())},
+            {QStringLiteral("Items: ") + QString::number(state.copyMovePathPrompt.sources.size()),
+             QStringLiteral("From: ") + state.copyMovePathPrompt.baseURL.value_or(QString())},
             QStringLiteral("To:"),
             QStringLiteral("絶対 / ~/… / 相対 (../Dest)"),
             QStringLiteral("Enter 確定  Esc 取消  （相対は From 基準）")};
     };
-    binding.text = [&state] { return state.copyMovePathText; };
+    binding.text = [&state] { return state.copyMovePathPrompt.text; };
     binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.commitCopyMovePathPrompt(); };
     return new PromptBoxView(state, std::move(binding), parent);
@@ -67,7 +65,7 @@ PromptBoxView* wildcardTagPrompt(AppState& state, QWidget* parent) {
                                       QStringLiteral("*.*"),
                                       QStringLiteral("Enter タグ付与  Esc 取消")};
     };
-    binding.text = [&state] { return state.wildcardPattern; };
+    binding.text = [&state] { return state.wildcardPrompt.pattern; };
     binding.setText = [&state](const QString& text) { state.setPromptText(text); };
     binding.submit = [&state] { state.applyWildcardTag(); };
     return new PromptBoxView(state, std::move(binding), parent);

@@ -8,7 +8,7 @@ class QWidget;
 // state and to the command its Enter runs.
 namespace PromptBoxes {
 
-// MKDIR or NEW FILE, by createItemKind.
+// MKDIR or NEW FILE, by isOpen(Overlay::createItemPrompt).
 PromptBoxView* createItemPrompt(AppState& state, QWidget* parent);
 PromptBoxView* renamePrompt(AppState& state, QWidget* parent);
 // COPY or MOVE: where the tagged items go.

@@ -47,7 +47,8 @@ SearchTreeBoxView::SearchTreeBoxView(AppState& state, QWidget* parent)
 
 QSize SearchTreeBoxView::sizeHint() const {
     const ScreenText text = screenText(m_state);
-    const int rows = m_state.searchTreeSession ? int(m_state.searchTreeSession->rows.size()) : 1;
+    const int rows =
+        m_state.searchTreeBox.session ? int(m_state.searchTreeBox.session->rows.size()) : 1;
     const double chrome =
         2 * kBorder + text.lineHeight() + 2 * kTitlePadV + 1 + text.lineHeight() + 2 * kHintPad;
     const double height = chrome + std::max(1, rows) * (text.lineHeight() + 2 * kRowPadV);
@@ -74,7 +75,7 @@ QRect SearchTreeBoxView::rowRect(int index) const {
 
 // The first row shown moves only as far as the cursor row needs to be seen.
 void SearchTreeBoxView::followState() {
-    if (const auto& session = m_state.searchTreeSession) {
+    if (const auto& session = m_state.searchTreeBox.session) {
         const int visible = std::max(1, int(listRect().height() / rowHeight()));
         const int cursor = session->selectedRowIndex;
         m_firstRow = std::clamp(m_firstRow, cursor - visible + 1, cursor);
@@ -105,7 +106,7 @@ void SearchTreeBoxView::paintEvent(QPaintEvent*) {
 
     painter.save();
     painter.setClipRect(list);
-    const auto& session = m_state.searchTreeSession;
+    const auto& session = m_state.searchTreeBox.session;
     if (!session || session->rows.isEmpty()) {
         text.draw(painter, QRectF(list.left() + kRowPadH, list.top(), list.width(), rowHeight()),
                   QStringLiteral("(なし)"), Palette::dimText());

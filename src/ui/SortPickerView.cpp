@@ -55,7 +55,7 @@ void SortPickerView::paintEvent(QPaintEvent*) {
               QStringLiteral("SORT"), Palette::titleText());
     for (int row = 0; row < kRowCount; ++row) {
         const QRectF box = rowRect(row);
-        const bool selected = row == m_state.sortPickerSelection;
+        const bool selected = row == m_state.sortPicker.selection;
         if (selected) {
             painter.fillRect(box, Palette::cursorFill());
         }

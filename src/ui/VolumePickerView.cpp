@@ -15,11 +15,11 @@ VolumePickerView::VolumePickerView(AppState& state, QWidget* parent)
 }
 
 int VolumePickerView::rowCount() const {
-    return int(m_state.volumePickerItems.size());
+    return int(m_state.volumePicker.items.size());
 }
 
 int VolumePickerView::selectedRow() const {
-    return m_state.volumePickerSelection;
+    return m_state.volumePicker.selection;
 }
 
 QString VolumePickerView::title() const {
@@ -37,7 +37,7 @@ QString VolumePickerView::hint() const {
 // The name keeps its full width up to half the row; the path has the rest.
 void VolumePickerView::paintRowText(QPainter& painter, const ScreenText& text, int index,
                                     const QRectF& area, bool selected) const {
-    const MountedVolume& volume = m_state.volumePickerItems.at(index);
+    const MountedVolume& volume = m_state.volumePicker.items.at(index);
     const double nameWidth = std::min(text.width(volume.name), area.width() / 2);
     text.draw(painter, QRectF(area.left(), area.top(), nameWidth, area.height()),
               text.elided(volume.name, nameWidth, Qt::ElideRight),
@@ -50,8 +50,8 @@ void VolumePickerView::paintRowText(QPainter& painter, const ScreenText& text, i
 
 void VolumePickerView::mousePressEvent(QMouseEvent* event) {
     const int row = rowAt(event->position());
-    if (row >= 0 && row != m_state.volumePickerSelection) {
-        m_state.moveVolumePickerSelection(row - m_state.volumePickerSelection);
+    if (row >= 0 && row != m_state.volumePicker.selection) {
+        m_state.moveVolumePickerSelection(row - m_state.volumePicker.selection);
     }
 }
 

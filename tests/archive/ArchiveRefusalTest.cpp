@@ -53,8 +53,9 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
         EXPECT_EQ(state.dosDialogActionIndex, 0);
     }
     EXPECT_TRUE(QFile::exists(dir.filePath("box.zip")));
-    EXPECT_FALSE(state.createItemKind || state.isRenamePromptOpen || state.isAttributePromptOpen ||
-                 state.copyMovePathKind || state.pendingDelete);
+    EXPECT_FALSE(state.isOpen(Overlay::createItemPrompt) || state.isOpen(Overlay::renamePrompt) ||
+                 state.isOpen(Overlay::attributePrompt) ||
+                 state.isOpen(Overlay::copyMovePathPrompt) || state.pendingDelete);
     EXPECT_TRUE(state.jumpBookmarks.isEmpty());
 }
 

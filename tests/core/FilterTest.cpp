@@ -108,27 +108,27 @@ TEST_F(FilterTest, ClosingGivesTheKeyboardBackLater) {
 }
 
 TEST_F(FilterTest, OpeningTheFilterClosesPickersAndTheWildcardPrompt) {
-    state->isVolumePickerOpen = true;
-    state->isWildcardPromptOpen = true;
+    state->showOverlay(Overlay::volumePicker);
+    state->showOverlay(Overlay::wildcardPrompt);
     state->openFilter();
     EXPECT_TRUE(state->isFilterOpen);
-    EXPECT_FALSE(state->isVolumePickerOpen);
-    EXPECT_FALSE(state->isWildcardPromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
+    EXPECT_FALSE(state->isOpen(Overlay::wildcardPrompt));
 }
 
 TEST_F(FilterTest, SortPickerReordersBothPanesAndStoresTheMode) {
     state->applyLayoutMode(LayoutMode::dualFiler);
     state->openSortPicker();
-    EXPECT_EQ(state->sortPickerSelection, 0);
+    EXPECT_EQ(state->sortPicker.selection, 0);
     state->confirmSortPicker(2);
-    EXPECT_FALSE(state->isSortPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::sortPicker));
     EXPECT_EQ(state->sortMode, FilerSortMode::size);
     EXPECT_EQ(preferences.stringValue(QStringLiteral("filerSortMode")), QStringLiteral("size"));
     const QStringList bySize = {"..", "docs", "file9.txt", "Straße.md", "file10.txt"};
     EXPECT_EQ(visibleNames(), bySize);
     EXPECT_EQ(visibleNames(PaneSide::right), bySize);
     state->openSortPicker();
-    EXPECT_EQ(state->sortPickerSelection, 2);
+    EXPECT_EQ(state->sortPicker.selection, 2);
 }
 
 TEST_F(FilterTest, OpeningTheSortPickerClosesTheFilterKeepingTheRow) {

@@ -35,6 +35,15 @@ struct KeyCase {
 template <class T> Check has(T AppState::*field, T value) {
     return [=](const RecordingState& s) { return s.*field == value; };
 }
+Check opened(Overlay overlay) {
+    return [=](const RecordingState& s) { return s.isOpen(overlay); };
+}
+Check closed(Overlay overlay) {
+    return [=](const RecordingState& s) { return !s.isOpen(overlay); };
+}
+Check sortRow(int row) {
+    return [=](const RecordingState& s) { return s.sortPicker.selection == row; };
+}
 Check on(bool AppState::*flag) {
     return has(flag, true);
 }
@@ -138,7 +147,7 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
             {"L", typed("l"), true, {"refreshTreeSessions"}, off(&AppState::showLocalizedNames)},
             {"T", typed("t"), true, {"toggleTreeMode"}},
             {"F", typed("f"), true, {}, on(&AppState::isFilterOpen)},
-            {"S", typed("s"), true, {}, on(&AppState::isSortPickerOpen)},
+            {"S", typed("s"), true, {}, opened(Overlay::sortPicker)},
             {"J", typed("j"), true, {"openJumpDialog"}},
             {"A", typed("a"), true, {"openAttributePrompt"}},
             {"H", typed("h"), true, {"setStartupDirectoryToCurrent"}},
@@ -146,7 +155,7 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
             {"X", typed("x"), true, {"openCursorEntryExternally"}},
             {"G", typed("g"), true, {"stopWatching(right)", "rebuildGalleryItems"}, gallery},
             {"Q", typed("q"), true, {}, on(&AppState::pendingQuit)},
-            {"W", typed("w"), true, {}, on(&AppState::isWildcardPromptOpen)},
+            {"W", typed("w"), true, {}, opened(Overlay::wildcardPrompt)},
             {"+", typed("+", shift), true, {"addJumpBookmark"}},
             {"/", typed("/"), true, {}, atRoot},
             {"~", typed("~", shift), true, {}, leftIn(PathUtils::homeDirectory())},
@@ -209,7 +218,7 @@ TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
     };
     const Check unchanged = [](auto& s) {
         return s.pane(PaneSide::left).selection == 2 && s.taggedKeys.isEmpty() && !s.isFilterOpen &&
-               !s.isSortPickerOpen && !s.isWildcardPromptOpen;
+               !s.isOpen(Overlay::sortPicker) && !s.isOpen(Overlay::wildcardPrompt);
     };
     const auto still = [&](const char* name, KeyEvent event) {
         return KeyCase{name, event, true, {}, unchanged};
@@ -244,15 +253,24 @@ TEST_F(KeyDispatchTest, TextPromptsGiveEveryKeyButEscToTheirField) {
         QString cancel;
     };
     const Prompt prompts[] = {
-        {"create", [](auto& s) { s.createItemKind = CreateItemKind::file; },
+        {"create",
+         [](auto& s) {
+             s.createItemPrompt.kind = CreateItemKind::file;
+             s.showOverlay(Overlay::createItemPrompt);
+         },
          "cancelCreateItemPrompt"},
-        {"rename", [](auto& s) { s.isRenamePromptOpen = true; }, "cancelRenamePrompt"},
-        {"copy path", [](auto& s) { s.copyMovePathKind = AppState::CopyMoveKind::copy; },
+        {"rename", [](auto& s) { s.showOverlay(Overlay::renamePrompt); }, "cancelRenamePrompt"},
+        {"copy path",
+         [](auto& s) {
+             s.copyMovePathPrompt.kind = AppState::CopyMoveKind::copy;
+             s.showOverlay(Overlay::copyMovePathPrompt);
+         },
          "cancelCopyMovePathPrompt"},
         {"create before rename",
          [](auto& s) {
-             s.isRenamePromptOpen = true;
-             s.createItemKind = CreateItemKind::folder;
+             s.showOverlay(Overlay::renamePrompt);
+             s.createItemPrompt.kind = CreateItemKind::folder;
+             s.showOverlay(Overlay::createItemPrompt);
          },
          "cancelCreateItemPrompt"},
     };
@@ -268,14 +286,14 @@ TEST_F(KeyDispatchTest, TextPromptsGiveEveryKeyButEscToTheirField) {
     }
     expectCases(
         [](auto& s) { s.openWildcardPrompt(); },
-        {{"Esc closes the wildcard prompt", esc, true, {}, off(&AppState::isWildcardPromptOpen)}});
+        {{"Esc closes the wildcard prompt", esc, true, {}, closed(Overlay::wildcardPrompt)}});
 }
 
 TEST_F(KeyDispatchTest, AttributePromptTable) {
     expectCases(
         [](auto& s) {
-            s.isAttributePromptOpen = true;
-            s.attributeFocusField = 1;
+            s.showOverlay(Overlay::attributePrompt);
+            s.attributePrompt.focusField = 1;
         },
         {
             {"Esc", esc, true, {"cancelAttributePrompt"}},
@@ -288,7 +306,7 @@ TEST_F(KeyDispatchTest, AttributePromptTable) {
             {"7", typed("7"), true, {"typeAttributeDigit(7)"}},
             {"Q", typed("q"), true, {}, off(&AppState::pendingQuit)},
         });
-    expectCases([](auto& s) { s.isAttributePromptOpen = true; },
+    expectCases([](auto& s) { s.showOverlay(Overlay::attributePrompt); },
                 {{"7 in the mode field", typed("7"), true}});
 }
 
@@ -350,7 +368,7 @@ TEST_F(KeyDispatchTest, SearchTreeBoxTable) {
     expectCases(
         [](auto& s) {
             s.isFileSearchMode = true;
-            s.isSearchTreeBoxOpen = true;
+            s.showOverlay(Overlay::searchTreeBox);
         },
         {
             {"Esc", esc, true, {"closeSearchTreeBox"}},
@@ -368,7 +386,7 @@ TEST_F(KeyDispatchTest, SearchTreeBoxTable) {
 }
 
 TEST_F(KeyDispatchTest, PickerTables) {
-    expectCases([](auto& s) { s.isVolumePickerOpen = true; },
+    expectCases([](auto& s) { s.showOverlay(Overlay::volumePicker); },
                 {
                     {"Esc", esc, true, {"closeVolumePicker"}},
                     {"Up", named(KeyCode::up), true, {"moveVolumePickerSelection(-1)"}},
@@ -376,7 +394,7 @@ TEST_F(KeyDispatchTest, PickerTables) {
                     {"Enter", named(KeyCode::returnKey), true, {"confirmVolumePicker(none)"}},
                     {"F", typed("f"), true, {}, off(&AppState::isFilterOpen)},
                 });
-    expectCases([](auto& s) { s.isOpenWithPickerOpen = true; },
+    expectCases([](auto& s) { s.showOverlay(Overlay::openWithPicker); },
                 {
                     {"Esc", esc, true, {"closeOpenWithPicker"}},
                     {"Up", named(KeyCode::up), true, {"moveOpenWithSelection(-1)"}},
@@ -385,22 +403,23 @@ TEST_F(KeyDispatchTest, PickerTables) {
                     {"Z", typed("z"), true},
                 });
     const auto closedWith = [](FilerSortMode mode) {
-        return [=](const RecordingState& s) { return !s.isSortPickerOpen && s.sortMode == mode; };
+        return [=](const RecordingState& s) {
+            return !s.isOpen(Overlay::sortPicker) && s.sortMode == mode;
+        };
     };
-    expectCases(
-        [](auto& s) { s.openSortPicker(); },
-        {
-            {"Esc", esc, true, {}, off(&AppState::isSortPickerOpen)},
-            {"Up wraps", named(KeyCode::up), true, {}, has(&AppState::sortPickerSelection, 2)},
-            {"Down", named(KeyCode::down), true, {}, has(&AppState::sortPickerSelection, 1)},
-            {"Enter", named(KeyCode::returnKey), true, {}, closedWith(FilerSortMode::name)},
-            {"3", typed("3"), true, {}, closedWith(FilerSortMode::size)},
-            {"4", typed("4"), true, {}, on(&AppState::isSortPickerOpen)},
-        });
+    expectCases([](auto& s) { s.openSortPicker(); },
+                {
+                    {"Esc", esc, true, {}, closed(Overlay::sortPicker)},
+                    {"Up wraps", named(KeyCode::up), true, {}, sortRow(2)},
+                    {"Down", named(KeyCode::down), true, {}, sortRow(1)},
+                    {"Enter", named(KeyCode::returnKey), true, {}, closedWith(FilerSortMode::name)},
+                    {"3", typed("3"), true, {}, closedWith(FilerSortMode::size)},
+                    {"4", typed("4"), true, {}, opened(Overlay::sortPicker)},
+                });
 }
 
 TEST_F(KeyDispatchTest, JumpDialogTable) {
-    expectCases([](auto& s) { s.isJumpDialogOpen = true; },
+    expectCases([](auto& s) { s.showOverlay(Overlay::jumpDialog); },
                 {
                     {"Esc", esc, true, {"closeJumpDialog"}},
                     {"Home", named(KeyCode::home), true, {"clearJumpSelection"}},
@@ -417,8 +436,8 @@ TEST_F(KeyDispatchTest, JumpDialogTable) {
                 });
     expectCases(
         [](auto& s) {
-            s.isJumpDialogOpen = true;
-            s.jumpSelectedPath = QStringLiteral("/tmp");
+            s.showOverlay(Overlay::jumpDialog);
+            s.jumpDialog.selectedPath = QStringLiteral("/tmp");
         },
         {
             {"Delete", named(KeyCode::deleteBackward), true, {"removeJumpBookmark"}},

@@ -152,10 +152,10 @@ TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
 }
 
 TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpen) {
-    state->isJumpDialogOpen = true;
+    state->showOverlay(Overlay::jumpDialog);
     state->enterGalleryLayout();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
-    state->isJumpDialogOpen = false;
+    state->closeOverlay(Overlay::jumpDialog);
     state->enterGalleryLayout();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
 }

@@ -136,10 +136,10 @@ TEST(SettingsTest, QuitIsAskedOnlyWhenNothingElseStands) {
     state.requestQuit();
     EXPECT_FALSE(state.pendingQuit);
     state.errorMessage.reset();
-    state.isSortPickerOpen = true;
+    state.showOverlay(Overlay::sortPicker);
     state.requestQuit();
     EXPECT_FALSE(state.pendingQuit);
-    state.isSortPickerOpen = false;
+    state.closeOverlay(Overlay::sortPicker);
     state.dosDialogActionIndex = 3;
     state.requestQuit();
     EXPECT_TRUE(state.pendingQuit);

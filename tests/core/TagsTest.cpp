@@ -38,7 +38,7 @@ protected:
         state->taggedKeys.clear();
         state->errorMessage.reset();
         state->openWildcardPrompt();
-        state->wildcardPattern = pattern;
+        state->wildcardPrompt.pattern = pattern;
         state->applyWildcardTag();
     }
     int rowOf(const QString& name) const { return PaneRows::rowOf(*state, name); }
@@ -64,7 +64,7 @@ TEST_F(TagsTest, WildcardPatternsMatchWholeNamesIgnoringCase) {
     for (const Case& c : cases) {
         applyPattern(c.pattern);
         EXPECT_EQ(taggedNames(), c.expected) << qPrintable(c.pattern);
-        EXPECT_FALSE(state->isWildcardPromptOpen);
+        EXPECT_FALSE(state->isOpen(Overlay::wildcardPrompt));
     }
     // Hidden files are tagged only when listed.
     state->toggleHiddenFiles();
@@ -81,7 +81,7 @@ TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
     EXPECT_EQ(state->errorMessage, QStringLiteral("一致なし: *.a *.b"));
     EXPECT_EQ(state->lastWildcardPattern, QStringLiteral("a.*"));
     state->openWildcardPrompt();
-    EXPECT_EQ(state->wildcardPattern, QStringLiteral("a.*"));
+    EXPECT_EQ(state->wildcardPrompt.pattern, QStringLiteral("a.*"));
 }
 
 TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {

@@ -27,8 +27,9 @@ protected:
 
     void create(CreateItemKind kind, const QString& name) {
         state->openCreateItemPrompt(kind);
-        ASSERT_EQ(state->createItemKind, kind);
-        state->createItemName = name;
+        ASSERT_TRUE(state->isOpen(Overlay::createItemPrompt));
+        ASSERT_EQ(state->createItemPrompt.kind, kind);
+        state->createItemPrompt.name = name;
         state->commitCreateItem();
     }
     void selectName(const QString& name) { PaneRows::putCursorOn(*state, name); }
@@ -41,7 +42,7 @@ protected:
 
 TEST_F(NamePromptsTest, NewFolderAndFileLandOnDiskUnderTheCursor) {
     create(CreateItemKind::folder, QStringLiteral("  Reports "));
-    EXPECT_FALSE(state->createItemKind.has_value());
+    EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
     EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("Reports"))).isDir());
     EXPECT_EQ(nameAtCursor(), QStringLiteral("Reports"));
 
@@ -72,8 +73,8 @@ TEST_F(NamePromptsTest, RefusedNamesCloseThePromptWithTheirMessage) {
     };
     for (const auto& row : rows) {
         create(row.kind, row.name);
-        EXPECT_FALSE(state->createItemKind.has_value());
-        EXPECT_TRUE(state->createItemName.isEmpty());
+        EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
+        EXPECT_TRUE(state->createItemPrompt.name.isEmpty());
         EXPECT_EQ(state->errorMessage, row.message) << row.name.toStdString();
         state->errorMessage.reset();
     }
@@ -85,13 +86,13 @@ TEST_F(NamePromptsTest, RenameStartsWithTheOldNameAndKeepsTheTag) {
     state->toggleTag(oldPath);
     state->editorURL = oldPath;
     state->openRenamePrompt();
-    ASSERT_TRUE(state->isRenamePromptOpen);
-    EXPECT_EQ(state->renameName, QStringLiteral("b.txt"));
-    state->renameName = QStringLiteral("bee.txt");
+    ASSERT_TRUE(state->isOpen(Overlay::renamePrompt));
+    EXPECT_EQ(state->renamePrompt.name, QStringLiteral("b.txt"));
+    state->renamePrompt.name = QStringLiteral("bee.txt");
     state->commitRename();
 
     const QString newPath = dir.filePath(QStringLiteral("bee.txt"));
-    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     EXPECT_TRUE(QFileInfo::exists(newPath));
     EXPECT_FALSE(QFileInfo::exists(oldPath));
     EXPECT_EQ(state->taggedKeys, QSet<QString>{newPath});
@@ -103,12 +104,12 @@ TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
     selectName(QStringLiteral("c.txt"));
     state->openRenamePrompt();
     state->commitRename();
-    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     EXPECT_FALSE(state->errorMessage.has_value());
     EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
 
     state->openRenamePrompt();
-    state->renameName = QStringLiteral("b.txt");
+    state->renamePrompt.name = QStringLiteral("b.txt");
     state->commitRename();
     EXPECT_EQ(state->errorMessage, QStringLiteral("Already exists: b.txt"));
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("c.txt"))));
@@ -118,22 +119,22 @@ TEST_F(NamePromptsTest, TheParentRowCannotBeRenamed) {
     state->setSelection(0, PaneSide::left);
     state->openRenamePrompt();
     EXPECT_EQ(state->errorMessage, QStringLiteral("No item to rename"));
-    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
 }
 
 TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
     state->openWildcardPrompt();
     state->openCreateItemPrompt(CreateItemKind::folder);
-    EXPECT_FALSE(state->createItemKind.has_value());
+    EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
     state->cancelWildcardPrompt();
     state->openFilter();
     state->openCreateItemPrompt(CreateItemKind::folder);
-    EXPECT_TRUE(state->createItemKind.has_value());
+    EXPECT_TRUE(state->isOpen(Overlay::createItemPrompt));
     EXPECT_FALSE(state->isFilterOpen) << "the filter closes for the prompt";
     state->openRenamePrompt();
-    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     state->cancelCreateItemPrompt();
-    EXPECT_FALSE(state->createItemKind.has_value());
+    EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
 }
 
 TEST_F(NamePromptsTest, RenamingAFolderMovesWhatIsInIt) {

@@ -21,43 +21,43 @@ protected:
         state->reloadPane(PaneSide::left, false);
         tag(names);
         key("a");
-        ASSERT_TRUE(state->isAttributePromptOpen);
+        ASSERT_TRUE(state->isOpen(Overlay::attributePrompt));
     }
 };
 
 TEST_F(AttributeFlow, CursorAndFocusWrapAndDigitsWalkOverSeparators) {
     openOn({"one.txt"});
-    EXPECT_EQ(state->attributeTargetSummary, "one.txt");
-    EXPECT_EQ(state->attributeNewMode, "rw-r--r--");
+    EXPECT_EQ(state->attributePrompt.targetSummary, "one.txt");
+    EXPECT_EQ(state->attributePrompt.newMode, "rw-r--r--");
     state->moveAttributeFieldCursor(-1);
-    EXPECT_EQ(state->attributeFieldCursorIndex, 8);
+    EXPECT_EQ(state->attributePrompt.fieldCursorIndex, 8);
     state->moveAttributeFocus(-1); // up from the mode lands on the time
-    EXPECT_EQ(state->attributeFocusField, 2);
-    EXPECT_EQ(state->attributeFieldCursorIndex, 0);
-    state->attributeNewTime = "12:34:56";
-    state->attributeFieldCursorIndex = 2;
+    EXPECT_EQ(state->attributePrompt.focusField, 2);
+    EXPECT_EQ(state->attributePrompt.fieldCursorIndex, 0);
+    state->attributePrompt.newTime = "12:34:56";
+    state->attributePrompt.fieldCursorIndex = 2;
     state->toggleAttributeField(); // a separator stays
-    EXPECT_EQ(state->attributeNewTime, "12:34:56");
-    state->attributeFieldCursorIndex = 0;
+    EXPECT_EQ(state->attributePrompt.newTime, "12:34:56");
+    state->attributePrompt.fieldCursorIndex = 0;
     for (QChar digit : QStringLiteral("235959")) {
         state->typeAttributeDigit(digit);
     }
-    EXPECT_EQ(state->attributeNewTime, "23:59:59");
-    EXPECT_EQ(state->attributeFieldCursorIndex, 0);
+    EXPECT_EQ(state->attributePrompt.newTime, "23:59:59");
+    EXPECT_EQ(state->attributePrompt.fieldCursorIndex, 0);
 
     state->moveAttributeFocus(-1);
-    state->attributeNewDate = "24-01-31";
-    state->attributeFieldCursorIndex = 7;
+    state->attributePrompt.newDate = "24-01-31";
+    state->attributePrompt.fieldCursorIndex = 7;
     state->typeAttributeDigit('9'); // the last digit wraps to the start
-    EXPECT_EQ(state->attributeNewDate, "24-01-39");
-    EXPECT_EQ(state->attributeFieldCursorIndex, 0);
+    EXPECT_EQ(state->attributePrompt.newDate, "24-01-39");
+    EXPECT_EQ(state->attributePrompt.fieldCursorIndex, 0);
     state->moveAttributeFocus(1);
     state->moveAttributeFocus(1); // the mode field
-    state->attributeFieldCursorIndex = 1;
+    state->attributePrompt.fieldCursorIndex = 1;
     state->toggleAttributeField();
-    state->attributeFieldCursorIndex = 5;
+    state->attributePrompt.fieldCursorIndex = 5;
     state->toggleAttributeField();
-    EXPECT_EQ(state->attributeNewMode, "r--r-xr--");
+    EXPECT_EQ(state->attributePrompt.newMode, "r--r-xr--");
 }
 
 TEST_F(AttributeFlow, TargetsThatDisagreeShowMixedMarks) {
@@ -67,27 +67,27 @@ TEST_F(AttributeFlow, TargetsThatDisagreeShowMixedMarks) {
     state->reloadPane(PaneSide::left, false);
     tag({"a.txt", "b.txt"});
     key("a");
-    EXPECT_EQ(state->attributeTargetSummary, "2 items");
-    EXPECT_EQ(state->attributeOldMode, "rw-r--r--");
-    EXPECT_EQ(state->attributeOldDate, QString(8, '"'));
-    EXPECT_EQ(state->attributeOldTime, QString(8, '"'));
+    EXPECT_EQ(state->attributePrompt.targetSummary, "2 items");
+    EXPECT_EQ(state->attributePrompt.oldMode, "rw-r--r--");
+    EXPECT_EQ(state->attributePrompt.oldDate, QString(8, '"'));
+    EXPECT_EQ(state->attributePrompt.oldTime, QString(8, '"'));
 }
 
 TEST_F(AttributeFlow, ApplyWritesEveryTargetAndNamesTheOneThatFails) {
     openOn({"a.txt", "b.txt", "c.txt"});
-    state->attributeNewDate = "24-13-01"; // refused text keeps the prompt open
+    state->attributePrompt.newDate = "24-13-01"; // refused text keeps the prompt open
     state->applyAttributePrompt();
     EXPECT_EQ(error(), "Invalid date/time (yy-MM-dd HH:mm:ss)");
-    ASSERT_TRUE(state->isAttributePromptOpen);
+    ASSERT_TRUE(state->isOpen(Overlay::attributePrompt));
     state->errorMessage.reset();
 
-    state->attributeNewMode = "rwx------";
-    state->attributeNewDate = "20-02-29";
-    state->attributeNewTime = "10:20:30";
+    state->attributePrompt.newMode = "rwx------";
+    state->attributePrompt.newDate = "20-02-29";
+    state->attributePrompt.newTime = "10:20:30";
     QFile::remove(dir.filePath("left/b.txt"));
     state->applyAttributePrompt();
 
-    EXPECT_FALSE(state->isAttributePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::attributePrompt));
     EXPECT_EQ(error(), "b.txt: " + QString::fromLocal8Bit(strerror(ENOENT)));
     for (const QString name : {"a.txt", "c.txt"}) {
         EXPECT_EQ(modeOf(dir.filePath("left/" + name)), 0700u);

@@ -161,27 +161,28 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     state->reloadPane(PaneSide::left, false);
     pointAt("a.txt");
     key("c");
-    ASSERT_EQ(state->copyMovePathKind, AppState::CopyMoveKind::copy);
-    EXPECT_EQ(state->copyMovePathText, "");
-    state->copyMovePathText = "../right";
+    ASSERT_TRUE(state->isOpen(Overlay::copyMovePathPrompt));
+    ASSERT_EQ(state->copyMovePathPrompt.kind, AppState::CopyMoveKind::copy);
+    EXPECT_EQ(state->copyMovePathPrompt.text, "");
+    state->copyMovePathPrompt.text = "../right";
     state->commitCopyMovePathPrompt();
-    EXPECT_FALSE(state->copyMovePathKind);
+    EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
     ASSERT_TRUE(state->pendingCopyMove);
     EXPECT_EQ(state->pendingCopyMove->destination, dir.filePath("right"));
     state->pendingCopyMove.reset();
 
     key("m"); // the field starts with the last path, for move as for copy
-    EXPECT_EQ(state->copyMovePathText, dir.filePath("right"));
-    state->copyMovePathText = "not-a-folder";
+    EXPECT_EQ(state->copyMovePathPrompt.text, dir.filePath("right"));
+    state->copyMovePathPrompt.text = "not-a-folder";
     state->commitCopyMovePathPrompt();
     EXPECT_EQ(error(), "Not a directory: " + dir.filePath("left/not-a-folder"));
     state->errorMessage.reset();
 
     key("m");
-    state->copyMovePathText = "missing";
+    state->copyMovePathPrompt.text = "missing";
     state->commitCopyMovePathPrompt();
     EXPECT_EQ(error(), "Destination is not an existing folder");
-    EXPECT_FALSE(state->copyMovePathKind);
+    EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
 }
 
 // An item that runs past the delay shows its name and the bytes carried of

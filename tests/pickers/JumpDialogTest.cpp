@@ -60,25 +60,25 @@ protected:
 };
 
 TEST_F(JumpDialogTest, WalkingTheRows) {
-    const int64_t nonce = state->jumpFocusNonce;
+    const int64_t nonce = state->jumpDialog.focusNonce;
     state->moveJumpSelection(-1); // Up in the filter field stays there
-    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
+    EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
     state->moveJumpSelection(1);
-    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("alpha"));
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.filePath("alpha"));
     state->moveJumpSelection(5); // no wrap at the bottom
-    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("gamma"));
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.filePath("gamma"));
     state->setJumpFilterQuery("ALP"); // the selection gives way to the first row
-    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("alpha"));
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.filePath("alpha"));
     state->moveJumpSelection(-1); // Up from the first row: back to the field
-    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
-    EXPECT_GT(state->jumpFocusNonce, nonce);
+    EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
+    EXPECT_GT(state->jumpDialog.focusNonce, nonce);
 }
 
 TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilteredRows) {
     state->confirmJumpDialog();     // three rows and none selected: nothing
     state->setJumpFilterQuery("a"); // alpha, beta, gamma: all hold an "a"
     state->jumpToNumberedBookmark(4);
-    EXPECT_TRUE(state->isJumpDialogOpen);
+    EXPECT_TRUE(state->isOpen(Overlay::jumpDialog));
     state->setJumpFilterQuery("eta");
     state->jumpToNumberedBookmark(1);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.filePath("beta")));
@@ -86,7 +86,7 @@ TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilter
     state->openJumpDialog();
     state->setJumpFilterQuery("gam");
     state->confirmJumpDialog();
-    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("gamma")));
 }
@@ -105,12 +105,12 @@ TEST_F(JumpDialogTest, RemovingSelectsTheRowThatTakesItsPlace) {
     state->moveJumpSelection(1);
     state->moveJumpSelection(5); // gamma, the last row
     state->removeJumpBookmark();
-    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("beta"));
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.filePath("beta"));
     state->moveJumpSelection(-1); // alpha; beta then takes its place
     state->removeJumpBookmark();
-    EXPECT_EQ(state->jumpSelectedPath, dir.filePath("beta"));
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.filePath("beta"));
     state->removeJumpBookmark();
-    EXPECT_EQ(state->jumpSelectedPath, std::nullopt);
+    EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
     EXPECT_TRUE(stored().isEmpty());
 }
 
@@ -130,7 +130,7 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     state->moveJumpSelection(1);
     state->moveJumpSelection(1);
     state->setStartupFromJumpSelection();
-    EXPECT_TRUE(state->isJumpDialogOpen);
+    EXPECT_TRUE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->startupDirectory, dir.filePath("beta"));
     EXPECT_EQ(preferences.stringValue("startupDirectory"), dir.filePath("beta"));
     state->closeJumpDialog();
@@ -180,9 +180,9 @@ TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
 
 TEST_F(JumpDialogTest, DoesNotOpenOverThePickers) {
     state->closeJumpDialog();
-    state->isSortPickerOpen = true;
+    state->showOverlay(Overlay::sortPicker);
     state->openJumpDialog();
-    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 } // namespace

@@ -227,7 +227,7 @@ TEST_F(OpenWithTest, OneApplicationOpensAtOnceAndIsRemembered) {
         {"song.dvks", "solo", "dvks"}, {"Photos", "folder", "/"}, {"README", "pager", "."}};
     for (const auto& c : cases) {
         pressX(c.file);
-        EXPECT_FALSE(state->isOpenWithPickerOpen) << c.file;
+        EXPECT_FALSE(state->isOpen(Overlay::openWithPicker)) << c.file;
         EXPECT_EQ(desktop.opened(c.app), dir.filePath(c.file));
         EXPECT_EQ(OpenWith::recentApplications(preferences, c.kind),
                   QStringList{desktop.entry(c.app)});
@@ -244,7 +244,7 @@ TEST_F(OpenWithTest, OneApplicationOpensAtOnceAndIsRemembered) {
         [&] { return appPaths("kept.dvkg") == QStringList{desktop.entry("keep")}; }, 5000))
         << appPaths("kept.dvkg").join(' ').toStdString();
     pressX(QStringLiteral("kept.dvkg"));
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(desktop.opened("keep"), dir.filePath(QStringLiteral("kept.dvkg")));
 }
 
@@ -260,43 +260,43 @@ TEST_F(OpenWithTest, XRefusesWhatCannotBeOpened) {
     state->errorMessage.reset();
 
     // Under another picker X waits.
-    state->isVolumePickerOpen = true;
+    state->showOverlay(Overlay::volumePicker);
     state->openCursorEntryExternally();
     EXPECT_FALSE(state->errorMessage);
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
 }
 
 TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     select(QStringLiteral("doc.dvkt"));
     state->isFilterOpen = true; // the filter closes on the way
     state->openCursorEntryExternally();
-    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     EXPECT_FALSE(state->isFilterOpen);
-    EXPECT_EQ(state->openWithFileName, "doc.dvkt");
-    EXPECT_EQ(state->openWithFileURL, dir.filePath(QStringLiteral("doc.dvkt")));
-    ASSERT_EQ(state->openWithApps.size(), 3);
+    EXPECT_EQ(state->openWithPicker.fileName, "doc.dvkt");
+    EXPECT_EQ(state->openWithPicker.fileURL, dir.filePath(QStringLiteral("doc.dvkt")));
+    ASSERT_EQ(state->openWithPicker.apps.size(), 3);
 
     state->handleKeyDown(named(KeyCode::up));
-    EXPECT_EQ(state->openWithSelection, 2);
+    EXPECT_EQ(state->openWithPicker.selection, 2);
     state->handleKeyDown(named(KeyCode::down));
     state->handleKeyDown(named(KeyCode::down));
-    EXPECT_EQ(state->openWithSelection, 1);
+    EXPECT_EQ(state->openWithPicker.selection, 1);
 
-    const OpenWithApp chosen = state->openWithApps.at(1);
+    const OpenWithApp chosen = state->openWithPicker.apps.at(1);
     state->handleKeyDown(named(KeyCode::returnKey));
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(desktop.opened(chosen.appURL), dir.filePath(QStringLiteral("doc.dvkt")));
 
     // Next time the last choice stands on top, selected: Enter repeats it.
     pressX(QStringLiteral("doc.dvkt"));
-    ASSERT_TRUE(state->isOpenWithPickerOpen);
-    EXPECT_EQ(state->openWithApps.first().appURL, chosen.appURL);
-    EXPECT_TRUE(state->openWithApps.first().isRecent);
-    EXPECT_EQ(state->openWithSelection, 0);
+    ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
+    EXPECT_EQ(state->openWithPicker.apps.first().appURL, chosen.appURL);
+    EXPECT_TRUE(state->openWithPicker.apps.first().isRecent);
+    EXPECT_EQ(state->openWithPicker.selection, 0);
 
     state->handleKeyDown(named(KeyCode::escape));
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
-    EXPECT_FALSE(state->openWithFileURL);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
+    EXPECT_FALSE(state->openWithPicker.fileURL);
     state->confirmOpenWith(0); // closed: nothing
     EXPECT_FALSE(state->errorMessage);
 }
@@ -312,24 +312,24 @@ TEST_F(OpenWithTest, ThePickerOverFileSearchTakesTheKeys) {
     ASSERT_TRUE(finished.wait(3000));
     state->focusFileSearchResults();
     state->handleKeyDown(typed(QStringLiteral("x")));
-    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     state->handleKeyDown(named(KeyCode::down));
-    EXPECT_EQ(state->openWithSelection, 1);
+    EXPECT_EQ(state->openWithPicker.selection, 1);
     state->handleKeyDown(named(KeyCode::escape));
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_TRUE(state->isFileSearchMode);
 }
 
 TEST_F(OpenWithTest, AFailedStartIsReportedLaterAndStaysRemembered) {
     const QString doc = dir.filePath(QStringLiteral("doc.dvkt"));
     state->showOpenWithChoices(doc, QStringLiteral("doc.dvkt"));
-    ASSERT_TRUE(state->isOpenWithPickerOpen);
+    ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     const QString gone = dir.filePath(QStringLiteral("gone.desktop"));
-    state->openWithApps.append({gone, QStringLiteral("gone"), false, false});
+    state->openWithPicker.apps.append({gone, QStringLiteral("gone"), false, false});
     state->confirmOpenWith(7); // outside the list: nothing
-    EXPECT_TRUE(state->isOpenWithPickerOpen);
+    EXPECT_TRUE(state->isOpen(Overlay::openWithPicker));
     state->confirmOpenWith(3);
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(OpenWith::recentApplications(preferences, "dvkt"), QStringList{gone});
     EXPECT_TRUE(QTest::qWaitFor([&] { return state->errorMessage.has_value(); }, 10000));
     EXPECT_EQ(state->errorMessage, "Cannot open application:\n" + gone);
@@ -352,14 +352,14 @@ TEST_F(OpenWithTest, AnArchiveMemberOpensAsATemporaryCopy) {
     state->errorMessage.reset();
 
     pressX(QStringLiteral("inside.dvkt"));
-    ASSERT_TRUE(QTest::qWaitFor([&] { return state->isOpenWithPickerOpen; }, 10000));
-    EXPECT_EQ(state->openWithFileName, "inside.dvkt");
-    ASSERT_TRUE(state->openWithFileURL);
-    EXPECT_NE(*state->openWithFileURL, dir.filePath(QStringLiteral("src/inside.dvkt")));
-    QFile copy(*state->openWithFileURL);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return state->isOpen(Overlay::openWithPicker); }, 10000));
+    EXPECT_EQ(state->openWithPicker.fileName, "inside.dvkt");
+    ASSERT_TRUE(state->openWithPicker.fileURL);
+    EXPECT_NE(*state->openWithPicker.fileURL, dir.filePath(QStringLiteral("src/inside.dvkt")));
+    QFile copy(*state->openWithPicker.fileURL);
     ASSERT_TRUE(copy.open(QIODevice::ReadOnly));
     EXPECT_EQ(copy.readAll(), "packed\n");
-    QFile::remove(*state->openWithFileURL);
+    QFile::remove(*state->openWithPicker.fileURL);
 }
 
 } // namespace

@@ -68,23 +68,23 @@ protected:
 };
 
 TEST_F(VolumePicker, OpensWithTheRootFirstWrapsBothWaysAndStaysShutUnderTheWildcardPrompt) {
-    state->isWildcardPromptOpen = true;
+    state->showOverlay(Overlay::wildcardPrompt);
     state->openVolumePicker();
-    EXPECT_FALSE(state->isVolumePickerOpen);
-    state->isWildcardPromptOpen = false;
+    EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
+    state->closeOverlay(Overlay::wildcardPrompt);
     state->openVolumePicker();
-    ASSERT_TRUE(state->isVolumePickerOpen);
-    ASSERT_TRUE(state->volumePickerItems.first().isRoot);
-    state->volumePickerItems = {{"A", dir.filePath("a"), false}, {"B", dir.path(), false}};
+    ASSERT_TRUE(state->isOpen(Overlay::volumePicker));
+    ASSERT_TRUE(state->volumePicker.items.first().isRoot);
+    state->volumePicker.items = {{"A", dir.filePath("a"), false}, {"B", dir.path(), false}};
     state->moveVolumePickerSelection(-1);
-    EXPECT_EQ(state->volumePickerSelection, 1);
+    EXPECT_EQ(state->volumePicker.selection, 1);
     state->moveVolumePickerSelection(1);
-    EXPECT_EQ(state->volumePickerSelection, 0);
+    EXPECT_EQ(state->volumePicker.selection, 0);
 
     state->confirmVolumePicker(5); // outside the list: nothing
-    EXPECT_TRUE(state->isVolumePickerOpen);
+    EXPECT_TRUE(state->isOpen(Overlay::volumePicker));
     state->confirmVolumePicker(std::nullopt); // "a" was ejected meanwhile
-    EXPECT_FALSE(state->isVolumePickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
     EXPECT_EQ(state->errorMessage, "Cannot open:\n" + dir.filePath("a"));
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
 }

@@ -202,12 +202,12 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     state->enterFileSearchMode();
     state->fileSearchFocusField = FileSearchFocusField::folder;
     state->handleKeyDown(named(KeyCode::returnKey));
-    ASSERT_TRUE(state->isSearchTreeBoxOpen);
+    ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
     ASSERT_EQ(state->searchTreeBoxRowCount(), 3); // the root, docs, music
     state->handleKeyDown(named(KeyCode::down));
     state->handleKeyDown(named(KeyCode::down));
     state->handleKeyDown(named(KeyCode::down));
-    EXPECT_EQ(state->searchTreeSession->selectedPath(), dir.filePath("music"));
+    EXPECT_EQ(state->searchTreeBox.session->selectedPath(), dir.filePath("music"));
     state->handleKeyDown(named(KeyCode::right));
     EXPECT_EQ(state->searchTreeBoxRowCount(), 4);
     // The box has no file list: Right on a leaf leaves nothing behind that
@@ -220,13 +220,13 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
 
     // Esc keeps the folder; Enter takes the row under the cursor.
     state->handleKeyDown(named(KeyCode::escape));
-    EXPECT_FALSE(state->isSearchTreeBoxOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
     EXPECT_TRUE(state->isFileSearchMode);
     EXPECT_EQ(state->fileSearchScopePath, dir.path());
     state->openSearchTreeBox();
     state->handleKeyDown(named(KeyCode::end));
     state->handleKeyDown(named(KeyCode::returnKey));
-    EXPECT_FALSE(state->isSearchTreeBoxOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
     EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
     EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::folder);
     EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
@@ -243,7 +243,7 @@ TEST_F(FileSearchModeTest, AnUnreadableFolderIsRefusedWithTheBoxOpen) {
         state->selectSearchTreeBoxRow(1);
         state->confirmSearchTreeBox();
         return state->errorMessage == QStringLiteral("Cannot open folder") &&
-               state->isSearchTreeBoxOpen && state->fileSearchScopePath == dir.path();
+               state->isOpen(Overlay::searchTreeBox) && state->fileSearchScopePath == dir.path();
     });
     EXPECT_EQ(status, 0);
 }

@@ -203,7 +203,7 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     // A new folder goes into the folder under the tree cursor, not the
     // pane's own folder that the tree hides.
     state->openCreateItemPrompt(CreateItemKind::folder);
-    EXPECT_EQ(state->createItemParentPath, dir.filePath("Work10"));
+    EXPECT_EQ(state->createItemPrompt.parentPath, dir.filePath("Work10"));
     state->cancelCreateItemPrompt();
     state->activateTreeSelection();
     EXPECT_FALSE(state->pane(PaneSide::left).treeMode);

@@ -158,15 +158,15 @@ TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLab
 
     s.enterEditor();
     EXPECT_TRUE(s.canChangeSaveEncoding());
-    bool* const blockers[] = {&s.isRenamePromptOpen,    &s.isSortPickerOpen,
-                              &s.isJumpDialogOpen,      &s.isVolumePickerOpen,
-                              &s.isWildcardPromptOpen,  &s.isOpenWithPickerOpen,
-                              &s.isAttributePromptOpen, &s.isSearchTreeBoxOpen};
-    for (bool* blocker : blockers) {
-        *blocker = true;
+    const Overlay blockers[] = {Overlay::renamePrompt,    Overlay::sortPicker,
+                                Overlay::jumpDialog,      Overlay::volumePicker,
+                                Overlay::wildcardPrompt,  Overlay::openWithPicker,
+                                Overlay::attributePrompt, Overlay::searchTreeBox};
+    for (Overlay blocker : blockers) {
+        s.showOverlay(blocker);
         s.showEncodingPicker();
         EXPECT_FALSE(s.isEncodingPickerOpen);
-        *blocker = false;
+        s.closeOverlay(blocker);
     }
     s.errorMessage = QStringLiteral("earlier");
     s.showEncodingPicker();

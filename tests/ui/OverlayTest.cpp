@@ -22,21 +22,23 @@ protected:
     }
 };
 
-TEST_F(OverlayTest, TheFirstOverlayInOrderStands) {
+TEST_F(OverlayTest, TheOpenOverlayStandsUnderAnyDialog) {
     using Kind = OverlayView::Kind;
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::none);
-    // Each one opened over the last comes earlier in the order and stands.
-    state->copyMovePathKind = AppState::CopyMoveKind::copy;
+    // Each one opened takes the place of the last.
+    state->copyMovePathPrompt.kind = AppState::CopyMoveKind::copy;
+    state->showOverlay(Overlay::copyMovePathPrompt);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::copyMovePathPrompt);
-    state->isRenamePromptOpen = true;
+    state->showOverlay(Overlay::renamePrompt);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::renamePrompt);
-    state->createItemKind = CreateItemKind::file;
+    state->createItemPrompt.kind = CreateItemKind::file;
+    state->showOverlay(Overlay::createItemPrompt);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::createItemPrompt);
-    state->isWildcardPromptOpen = true;
+    state->showOverlay(Overlay::wildcardPrompt);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::wildcardPrompt);
-    state->isSortPickerOpen = true;
+    state->showOverlay(Overlay::sortPicker);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::sortPicker);
-    state->isSearchTreeBoxOpen = true;
+    state->showOverlay(Overlay::searchTreeBox);
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::searchTreeBox);
     state->pendingQuit = true;
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::dosDialog);
@@ -88,10 +90,10 @@ TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     state->setUIFontSize(13);
     EXPECT_TRUE(QTest::qWaitFor([&] { return prompt->height() == heightAt13; }, 2000));
     QTest::keyClicks(prompt->field(), QStringLiteral("made by typing"));
-    EXPECT_EQ(state->createItemName, QStringLiteral("made by typing"));
+    EXPECT_EQ(state->createItemPrompt.name, QStringLiteral("made by typing"));
     QTest::keyClick(prompt->field(), Qt::Key_Return);
     EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("made by typing"))).isDir());
-    EXPECT_FALSE(state->createItemKind.has_value());
+    EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
 
     // The wildcard field starts with the last pattern, and typing replaces it.
     state->openWildcardPrompt();
@@ -109,7 +111,7 @@ TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     ASSERT_NE(prompt, nullptr);
     EXPECT_EQ(prompt->field()->text(), QStringLiteral("file.txt"));
     clickBackdrop();
-    EXPECT_FALSE(state->isRenamePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("file.txt"))));
 }
 

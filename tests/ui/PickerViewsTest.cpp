@@ -44,7 +44,7 @@ TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
     auto* view = box<AttributePromptView>();
     ASSERT_NE(view, nullptr);
     EXPECT_EQ(view->width(), 460);
-    EXPECT_EQ(state->attributeNewMode, QStringLiteral("rw-r-----"));
+    EXPECT_EQ(state->attributePrompt.newMode, QStringLiteral("rw-r-----"));
     const auto cell = [&](int field, int index) {
         return filled(*view, view->newCellRect(field, index));
     };
@@ -65,12 +65,12 @@ TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
     const QRectF head(0, 0, view->width(), view->rowRect(-1).top());
     EXPECT_GT(countColor(grab(*view), head.toRect(), Palette::titleText(), 40), 0);
     clickBackdrop();
-    EXPECT_FALSE(state->isAttributePromptOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::attributePrompt));
 }
 
 TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScrolls) {
     state->openVolumePicker();
-    state->volumePickerItems.clear();
+    state->volumePicker.items.clear();
     auto* view = box<VolumePickerView>();
     ASSERT_NE(view, nullptr);
     // An empty list says so and fills nothing.
@@ -79,7 +79,7 @@ TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScro
 
     // A list longer than the box scrolls so that the selection stays in view.
     for (int i = 0; i < 20; ++i) {
-        state->volumePickerItems.append({QStringLiteral("Disk %1").arg(i), dir.path(), false});
+        state->volumePicker.items.append({QStringLiteral("Disk %1").arg(i), dir.path(), false});
     }
     state->moveVolumePickerSelection(-1);
     settle();
@@ -87,10 +87,10 @@ TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScro
     EXPECT_TRUE(view->rowRect(0).isEmpty());
     EXPECT_GT(filled(*view, view->rowRect(19)), 0);
 
-    state->volumePickerItems =
+    state->volumePicker.items =
         FileSystemService::collectVolumes({}, {dir.filePath(QStringLiteral("media"))});
-    ASSERT_EQ(state->volumePickerItems.size(), 3);
-    state->volumePickerSelection = 0;
+    ASSERT_EQ(state->volumePicker.items.size(), 3);
+    state->volumePicker.selection = 0;
     state->moveVolumePickerSelection(1);
     settle();
     const QImage image = grab(*view);
@@ -107,11 +107,11 @@ TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScro
 
     // A click selects, a double click goes there.
     click(view, view->rowRect(2));
-    EXPECT_EQ(state->volumePickerSelection, 2);
+    EXPECT_EQ(state->volumePicker.selection, 2);
     EXPECT_GT(filled(*view, view->rowRect(2)), 0);
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(2), true);
-    EXPECT_FALSE(state->isVolumePickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("media/USB-B"))));
 }
@@ -145,11 +145,11 @@ TEST_F(JumpViewTest, ARowIsFilledOnlyOnceSelectedAndClicksSelectAndGo) {
     EXPECT_EQ(countColor(image, inside(view->rowRect(0)), Palette::accentText(), 10), 0);
 
     click(view, view->rowRect(2));
-    EXPECT_EQ(state->jumpSelectedPath, dir.path());
+    EXPECT_EQ(state->jumpDialog.selectedPath, dir.path());
     EXPECT_GT(filled(*view, view->rowRect(2)), 0);
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(0), true);
-    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("work/alpha"))));
 }
@@ -157,7 +157,7 @@ TEST_F(JumpViewTest, ARowIsFilledOnlyOnceSelectedAndClicksSelectAndGo) {
 TEST_F(JumpViewTest, TypingInTheFieldFiltersTheRows) {
     QTest::keyClicks(view->field(), QStringLiteral("BET"));
     settle();
-    EXPECT_EQ(state->jumpFilterQuery, QStringLiteral("BET"));
+    EXPECT_EQ(state->jumpDialog.filterQuery, QStringLiteral("BET"));
     EXPECT_FALSE(view->rowRect(0).isEmpty());
     EXPECT_TRUE(view->rowRect(1).isEmpty());
     // Titles of the one row left stand in the title colour.
@@ -173,17 +173,17 @@ TEST_F(JumpViewTest, TypingInTheFieldFiltersTheRows) {
     settle();
     EXPECT_TRUE(view->field()->text().isEmpty());
     clickBackdrop();
-    EXPECT_FALSE(state->isJumpDialogOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 class OpenWithPickerViewTest : public PickerViewsTest {
 protected:
     OpenWithPickerView* openPicker(const QList<OpenWithApp>& apps) {
-        state->openWithApps = apps;
-        state->openWithFileURL = dir.filePath(QStringLiteral("notes.txt"));
-        state->openWithFileName = QStringLiteral("notes.txt");
-        state->openWithSelection = 0;
-        state->isOpenWithPickerOpen = true;
+        state->openWithPicker.apps = apps;
+        state->openWithPicker.fileURL = dir.filePath(QStringLiteral("notes.txt"));
+        state->openWithPicker.fileName = QStringLiteral("notes.txt");
+        state->openWithPicker.selection = 0;
+        state->showOverlay(Overlay::openWithPicker);
         state->notifyChanged();
         return box<OpenWithPickerView>();
     }
@@ -219,7 +219,7 @@ TEST_F(OpenWithPickerViewTest, RowsShowTheSelectionAndMarksAndAClickOpens) {
 
     // A click opens with that row's application at once.
     click(view, view->rowRect(1));
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(OpenWith::recentApplications(preferences, "txt"),
               QStringList{QStringLiteral("/b.desktop")});
 }
@@ -230,7 +230,7 @@ TEST_F(OpenWithPickerViewTest, AnEmptyListSaysSoAndTheBackdropCloses) {
     EXPECT_EQ(filled(*view, view->rect()), 0);
     EXPECT_GT(countColor(grab(*view), view->rect(), Palette::dimText(), 20), 0);
     clickBackdrop();
-    EXPECT_FALSE(state->isOpenWithPickerOpen);
+    EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
 }
 
 } // namespace
