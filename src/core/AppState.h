@@ -17,6 +17,7 @@
 #include <memory>
 #include <optional>
 
+struct KeyCommand;
 class Preferences;
 class QTimer;
 class TextInputHost;
@@ -33,8 +34,6 @@ enum class ReadOnlyCommand;
 // its fields.
 class AppState : public QObject {
     Q_OBJECT
-
-    struct KeyPress;
 
 public:
     struct GalleryItem {
@@ -106,10 +105,12 @@ public:
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
 
-    // --- Keyboard (KeyDispatch*.cpp)
+    // --- Keyboard (KeyDispatch*.cpp, KeyCommand.cpp)
     // Every key-down passes here before any widget; true means consumed.
     bool handleKeyDown(const KeyEvent& event);
     void handleFlagsChanged(const KeyEvent& event);
+    // Carries out what a key table answered; true when the key is consumed.
+    bool runKeyCommand(const KeyCommand& command);
     // Shift with a main-row digit 1-4 switches the layout, by key code.
     bool handleLayoutShortcut(const KeyEvent& event, bool shiftOnly);
     // The keys of a pane in tree mode; false unless the active pane has a session.
@@ -533,28 +534,6 @@ private:
     void resolveStartupDirectory();
     void setEntries(PaneSide side, QList<FileEntry> entries);
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
-
-    // Key dispatch, one function per mode's table (KeyDispatch*.cpp).
-    std::optional<bool> dispatchModalKey(const KeyPress& press);
-    bool dispatchPaneKey(const KeyPress& press);
-    bool handleTextPromptKey(const KeyPress& press);
-    bool handleAttributePromptKey(const KeyPress& press);
-    bool handleFileSearchKey(const KeyPress& press);
-    bool handleSearchTreeBoxKey(const KeyPress& press);
-    bool handleSortPickerKey(const KeyPress& press);
-    bool handleVolumePickerKey(const KeyPress& press);
-    bool handleOpenWithPickerKey(const KeyPress& press);
-    bool handleJumpDialogKey(const KeyPress& press);
-    bool handleGalleryKey(const KeyPress& press);
-    bool handleEditorKey(const KeyPress& press);
-    bool handleViewerKey(const KeyPress& press);
-    bool handleFilterKey(const KeyPress& press);
-    bool handleFilterMoveKey(const KeyPress& press);
-    bool handleFilerKey(const KeyPress& press);
-    bool handleFilerLetterKey(const KeyPress& press);
-    bool handleFilerActionKey(const KeyPress& press);
-    bool handleFilerMoveKey(const KeyPress& press);
-    bool activePaneInTreeMode() const;
 
     // Navigation and layout helpers.
     void goUp(PaneSide side);
