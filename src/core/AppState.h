@@ -19,6 +19,7 @@
 #include <memory>
 #include <optional>
 
+struct KeyCommand;
 class Preferences;
 class QTimer;
 class TextInputHost;
@@ -35,8 +36,6 @@ enum class ReadOnlyCommand;
 // its fields.
 class AppState : public QObject {
     Q_OBJECT
-
-    struct KeyPress;
 
 public:
     struct GalleryItem {
@@ -108,10 +107,12 @@ public:
     // Puts up the ERROR dialog with this text, its first button chosen.
     void reportError(const QString& message);
 
-    // --- Keyboard (KeyDispatch*.cpp)
+    // --- Keyboard (KeyDispatch*.cpp, KeyCommand.cpp)
     // Every key-down passes here before any widget; true means consumed.
     bool handleKeyDown(const KeyEvent& event);
     void handleFlagsChanged(const KeyEvent& event);
+    // Carries out what a key table answered; true when the key is consumed.
+    bool runKeyCommand(const KeyCommand& command);
     // Shift with a main-row digit 1-4 switches the layout, by key code.
     bool handleLayoutShortcut(const KeyEvent& event, bool shiftOnly);
     // The keys of a pane in tree mode; false unless the active pane has a session.
@@ -204,11 +205,10 @@ public:
     QStringList taggedFileURLs() const;
     QString taggedSizeLabel() const;
 
-    // --- Copy and move (CopyMoveFlow.cpp). The answers of the dialog's
-    // buttons are virtual so that a test can see which of them a key reaches.
-    virtual void commitCopyMovePathPrompt();
-    virtual void proceedCopyMove(bool shift);
-    virtual void skipCopyMoveItem(bool shift);
+    // --- Copy and move (CopyMoveFlow.cpp)
+    void commitCopyMovePathPrompt();
+    void proceedCopyMove(bool shift);
+    void skipCopyMoveItem(bool shift);
     void beginCopyMove(CopyMoveKind kind, const QStringList& sources, const QString& destination);
     void advanceCopyMove();
     void performCopyMoveHead(bool overwrite);
@@ -218,47 +218,46 @@ public:
 
     // --- Delete (DeleteFlow.cpp)
     QStringList deleteTargets(DeleteKind kind) const;
-    virtual void runPendingDelete();
+    void runPendingDelete();
 
     // --- Directory watching (PaneWatching.cpp)
     void watchPaneFolder(PaneSide side);
 
-    // --- Commands the keys reach. They are virtual so that a test can see
-    // which of them a key reaches.
+    // --- Commands the keys reach
     // DOS dialog
     bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode, bool shift);
     // Name prompts
-    virtual void openCreateItemPrompt(CreateItemKind kind);
-    virtual void cancelCreateItemPrompt();
-    virtual void openRenamePrompt();
-    virtual void cancelRenamePrompt();
+    void openCreateItemPrompt(CreateItemKind kind);
+    void cancelCreateItemPrompt();
+    void openRenamePrompt();
+    void cancelRenamePrompt();
     // Attribute editing
-    virtual void openAttributePrompt();
-    virtual void cancelAttributePrompt();
-    virtual void moveAttributeFocus(int delta);
-    virtual void moveAttributeFieldCursor(int delta);
-    virtual void toggleAttributeField();
-    virtual void applyAttributePrompt();
-    virtual void typeAttributeDigit(QChar digit);
+    void openAttributePrompt();
+    void cancelAttributePrompt();
+    void moveAttributeFocus(int delta);
+    void moveAttributeFieldCursor(int delta);
+    void toggleAttributeField();
+    void applyAttributePrompt();
+    void typeAttributeDigit(QChar digit);
     // Copy, move, delete
-    virtual void startCopyOrMove(CopyMoveKind kind);
-    virtual void cancelCopyMovePathPrompt();
-    virtual void startDelete(DeleteKind kind);
+    void startCopyOrMove(CopyMoveKind kind);
+    void cancelCopyMovePathPrompt();
+    void startDelete(DeleteKind kind);
     // Directory watching
-    virtual void stopWatching(PaneSide side);
+    void stopWatching(PaneSide side);
     // VIEWER and EDITOR
-    virtual void enterEditor();
-    virtual void saveEditor();
-    virtual void finishExitEditor(bool save);
-    virtual void showEncodingPicker();
-    virtual bool canChangeSaveEncoding() const;
-    virtual void clearViewer();
-    virtual void showFilePreview(const FileEntry& entry);
-    virtual void showArchivePreview(const FileEntry& entry);
+    void enterEditor();
+    void saveEditor();
+    void finishExitEditor(bool save);
+    void showEncodingPicker();
+    bool canChangeSaveEncoding() const;
+    void clearViewer();
+    void showFilePreview(const FileEntry& entry);
+    void showArchivePreview(const FileEntry& entry);
     // Preview loading: one load at a time, a newer one drops the older.
-    virtual void loadViewerContent(const QString& url);
-    virtual void loadViewerContentForMember(const QString& archive, const QString& memberPath,
-                                            const QString& name);
+    void loadViewerContent(const QString& url);
+    void loadViewerContentForMember(const QString& archive, const QString& memberPath,
+                                    const QString& name);
     void cancelPreviewLoad();
     void startTextLoad(const QString& url, bool extracted);
     void showLoadFailure(const QString& url, const QString& message);
@@ -267,37 +266,37 @@ public:
     void offerExternalOpenForLargeFile(const QString& url);
     void updateEditorText(const QString& text);
     // Gallery
-    virtual void rebuildGalleryItems();
-    virtual void syncGallerySelection();
-    virtual void moveGalleryCursor(int dx, int dy);
-    virtual void openGallerySelection(std::optional<int> index);
+    void rebuildGalleryItems();
+    void syncGallerySelection();
+    void moveGalleryCursor(int dx, int dy);
+    void openGallerySelection(std::optional<int> index);
     // File search and its folder box
-    virtual void enterFileSearchMode();
-    virtual void exitFileSearchMode();
-    virtual void cycleFileSearchFocus(int delta);
-    virtual void moveFileSearchSelection(int delta);
-    virtual void focusFileSearchResults();
-    virtual void fileSearchSelectFirst();
-    virtual void fileSearchSelectLast();
-    virtual void fileSearchPage(int direction);
-    virtual void cycleFileSearchSort(int delta);
-    virtual void cycleFileSearchMatchMode(int delta);
-    virtual void toggleFileSearchChoice();
-    virtual void openSearchTreeBox();
-    virtual void openFileSearchResult();
-    virtual void editFileSearchResult();
-    virtual void openFileSearchResultExternally();
-    virtual void closeSearchTreeBox();
-    virtual void moveSearchTreeBoxRow(int delta);
-    virtual void collapseOrExpandSearchTreeBoxRow(bool expand);
-    virtual void selectSearchTreeBoxRow(int index);
-    virtual int searchTreeBoxRowCount() const;
-    virtual void confirmSearchTreeBox();
+    void enterFileSearchMode();
+    void exitFileSearchMode();
+    void cycleFileSearchFocus(int delta);
+    void moveFileSearchSelection(int delta);
+    void focusFileSearchResults();
+    void fileSearchSelectFirst();
+    void fileSearchSelectLast();
+    void fileSearchPage(int direction);
+    void cycleFileSearchSort(int delta);
+    void cycleFileSearchMatchMode(int delta);
+    void toggleFileSearchChoice();
+    void openSearchTreeBox();
+    void openFileSearchResult();
+    void editFileSearchResult();
+    void openFileSearchResultExternally();
+    void closeSearchTreeBox();
+    void moveSearchTreeBoxRow(int delta);
+    void collapseOrExpandSearchTreeBoxRow(bool expand);
+    void selectSearchTreeBoxRow(int index);
+    int searchTreeBoxRowCount() const;
+    void confirmSearchTreeBox();
     // Starts the scan of the form once it has held still for the debounce
     // interval; every call starts the wait again (search/FileSearchMode.cpp).
     void scheduleFileSearch();
     // The end of that wait: the scan of what the form holds now.
-    virtual void runScheduledFileSearch();
+    void runScheduledFileSearch();
     // A field of the search form typed into: the text taken and the wait
     // before the next scan started again.
     void setFileSearchText(FileSearchFocusField field, const QString& text);
@@ -307,36 +306,36 @@ public:
     // folder, or the folder of the archive the left pane is in.
     QString fileSearchRoot() const;
     // Tree mode
-    virtual void toggleTreeMode();
-    virtual void exitTreeModeByEsc();
-    virtual void leaveTreeMode(PaneSide side);
-    virtual void activateTreeSelection();
-    virtual void moveTreeSelection(int delta);
-    virtual void treeSelectFirst();
-    virtual void treeSelectLast();
-    virtual void treePage(int direction);
-    virtual void treeStepLeft();
-    virtual void treeStepRight();
-    virtual void refreshTreeSessions();
-    virtual void treeOpenFilter(PaneSide side);
-    virtual void treeApplyFilter(PaneSide side);
-    virtual void treeCloseFilterKeepingRow(PaneSide side);
-    virtual void treeToggleTagAtCursor(PaneSide side);
-    virtual QList<FileEntry> treeFiles(PaneSide side) const;
+    void toggleTreeMode();
+    void exitTreeModeByEsc();
+    void leaveTreeMode(PaneSide side);
+    void activateTreeSelection();
+    void moveTreeSelection(int delta);
+    void treeSelectFirst();
+    void treeSelectLast();
+    void treePage(int direction);
+    void treeStepLeft();
+    void treeStepRight();
+    void refreshTreeSessions();
+    void treeOpenFilter(PaneSide side);
+    void treeApplyFilter(PaneSide side);
+    void treeCloseFilterKeepingRow(PaneSide side);
+    void treeToggleTagAtCursor(PaneSide side);
+    QList<FileEntry> treeFiles(PaneSide side) const;
     // A click on a tree row or on a file of the tree's file list.
     void selectTreeRow(PaneSide side, int index);
     void selectTreeFile(PaneSide side, int index);
     // Jump dialog and bookmarks
-    virtual void openJumpDialog();
-    virtual void closeJumpDialog();
-    virtual void clearJumpSelection();
-    virtual void moveJumpSelection(int delta);
-    virtual void confirmJumpDialog();
-    virtual void jumpToNumberedBookmark(int number);
-    virtual void removeJumpBookmark();
-    virtual void setStartupFromJumpSelection();
-    virtual void addJumpBookmark();
-    virtual void setStartupDirectoryToCurrent();
+    void openJumpDialog();
+    void closeJumpDialog();
+    void clearJumpSelection();
+    void moveJumpSelection(int delta);
+    void confirmJumpDialog();
+    void jumpToNumberedBookmark(int number);
+    void removeJumpBookmark();
+    void setStartupFromJumpSelection();
+    void addJumpBookmark();
+    void setStartupDirectoryToCurrent();
     // The bookmarks the dialog shows through its filter.
     QStringList jumpRows() const;
     void setJumpFilterQuery(const QString& text);
@@ -345,15 +344,15 @@ public:
     void goToBookmark(const QString& path);
     void saveJumpBookmarks();
     // Volume and open-with pickers
-    virtual void openVolumePicker();
-    virtual void closeVolumePicker();
-    virtual void moveVolumePickerSelection(int delta);
-    virtual void confirmVolumePicker(std::optional<int> index);
-    virtual void openCursorEntryExternally();
-    virtual void showOpenWithChoices(const QString& url, const QString& name);
-    virtual void closeOpenWithPicker();
-    virtual void moveOpenWithSelection(int delta);
-    virtual void confirmOpenWith(std::optional<int> index);
+    void openVolumePicker();
+    void closeVolumePicker();
+    void moveVolumePickerSelection(int delta);
+    void confirmVolumePicker(std::optional<int> index);
+    void openCursorEntryExternally();
+    void showOpenWithChoices(const QString& url, const QString& name);
+    void closeOpenWithPicker();
+    void moveOpenWithSelection(int delta);
+    void confirmOpenWith(std::optional<int> index);
 
     // --- DOS dialog (dialogs/DosDialogActions.cpp): the answers to the one
     // dialog that stands, built from the fields below by currentDosDialog().
@@ -470,8 +469,7 @@ public:
     // --- Tree mode (the sessions live in each pane)
     int64_t treeRevision = 0;
 
-    // --- Filter: the incremental filter of the active pane (not file search),
-    // known in the written design as isSearching and searchQuery.
+    // --- Filter: the incremental filter of the active pane (not file search)
     bool isFilterOpen = false;
     QString filterQuery;
 
@@ -498,28 +496,6 @@ private:
     void readJumpBookmarks();
     void resolveStartupDirectory();
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
-
-    // Key dispatch, one function per mode's table (KeyDispatch*.cpp).
-    std::optional<bool> dispatchModalKey(const KeyPress& press);
-    bool dispatchPaneKey(const KeyPress& press);
-    bool handleTextPromptKey(const KeyPress& press);
-    bool handleAttributePromptKey(const KeyPress& press);
-    bool handleFileSearchKey(const KeyPress& press);
-    bool handleSearchTreeBoxKey(const KeyPress& press);
-    bool handleSortPickerKey(const KeyPress& press);
-    bool handleVolumePickerKey(const KeyPress& press);
-    bool handleOpenWithPickerKey(const KeyPress& press);
-    bool handleJumpDialogKey(const KeyPress& press);
-    bool handleGalleryKey(const KeyPress& press);
-    bool handleEditorKey(const KeyPress& press);
-    bool handleViewerKey(const KeyPress& press);
-    bool handleFilterKey(const KeyPress& press);
-    bool handleFilterMoveKey(const KeyPress& press);
-    bool handleFilerKey(const KeyPress& press);
-    bool handleFilerLetterKey(const KeyPress& press);
-    bool handleFilerActionKey(const KeyPress& press);
-    bool handleFilerMoveKey(const KeyPress& press);
-    bool activePaneInTreeMode() const;
 
     // Navigation and layout helpers.
     void goUp(PaneSide side);

@@ -1,18 +1,88 @@
 // The one entry of every key: handleKeyDown asks the dialog, the prompts, the
 // pickers and the modes in a fixed order; the first that is open decides the
 // key, and the filer's table decides it when none is.
-#include "core/KeyDispatch.h"
-
+#include "core/AppState.h"
+#include "core/KeyTables.h"
 #include "core/TextInputHost.h"
 
 namespace {
+
+using Table = KeyTables::Row (*)(const AppState&, const KeyPress&);
 
 bool isShiftOnly(const KeyEvent& event) {
     return event.has(KeyModifier::shift) && !event.has(KeyModifier::option) &&
            !event.has(KeyModifier::control);
 }
 
+// Runs what a table answered: a key that no row took is passed on.
+bool run(AppState& state, const KeyTables::Row& row) {
+    return row && state.runKeyCommand(*row);
+}
+
+// The table of the prompt, picker or form that has the keys: the text and
+// attribute prompts before the file search form, the form (with its folder
+// box and the open-with picker over its hits) before the other pickers; none
+// when nothing of these is open. Only one prompt or picker is ever open.
+Table modalTable(const AppState& s) {
+    switch (s.overlay()) {
+    case Overlay::createItemPrompt:
+    case Overlay::wildcardPrompt:
+    case Overlay::renamePrompt:
+    case Overlay::copyMovePathPrompt:
+        return KeyTables::textPromptCommand;
+    case Overlay::attributePrompt:
+        return KeyTables::attributePromptCommand;
+    default:
+        break;
+    }
+    if (s.isFileSearchMode) {
+        return KeyTables::fileSearchModeCommand;
+    }
+    switch (s.overlay()) {
+    case Overlay::sortPicker:
+        return KeyTables::sortPickerCommand;
+    case Overlay::volumePicker:
+        return KeyTables::volumePickerCommand;
+    case Overlay::openWithPicker:
+        return KeyTables::openWithPickerCommand;
+    case Overlay::jumpDialog:
+        return KeyTables::jumpDialogCommand;
+    default:
+        return nullptr;
+    }
+}
+
+// The right half with the focus, then the filter, then the filer. A key that
+// VIEWER does not take goes on, so that the filer's letters still act on the
+// left pane.
+bool dispatchPaneKey(AppState& s, const KeyPress& press) {
+    const bool rightFocused = s.focusedSide == PaneSide::right;
+    if (rightFocused && s.layoutMode == LayoutMode::filerGallery) {
+        return run(s, KeyTables::galleryCommand(s, press));
+    }
+    if (rightFocused && s.layoutMode == LayoutMode::filerViewer) {
+        if (s.rightMode == RightPaneMode::editor) {
+            return run(s, KeyTables::editorCommand(s, press));
+        }
+        if (s.rightMode == RightPaneMode::viewer && run(s, KeyTables::viewerCommand(s, press))) {
+            return true;
+        }
+    }
+    if (s.isFilterOpen) {
+        return run(s, KeyTables::filterCommand(s, press));
+    }
+    return run(s, KeyTables::filerCommand(s, press));
+}
+
 } // namespace
+
+KeyPress::KeyPress(const KeyEvent& keyEvent)
+    : event(keyEvent)
+    , shiftOnly(isShiftOnly(keyEvent)) {
+    if (event.charactersIgnoringModifiers) {
+        key = event.charactersIgnoringModifiers->toLower();
+    }
+}
 
 bool AppState::handleKeyDown(const KeyEvent& event) {
     // Nothing can be cancelled once an item of a copy or move is under way.
@@ -23,21 +93,18 @@ bool AppState::handleKeyDown(const KeyEvent& event) {
     if (event.has(KeyModifier::command)) {
         return false;
     }
-    KeyPress press{event, std::nullopt, isShiftOnly(event)};
+    const KeyPress press(event);
     if (isShiftKeyDown != press.shiftOnly) {
         isShiftKeyDown = press.shiftOnly;
         notifyChanged();
     }
-    if (event.charactersIgnoringModifiers) {
-        press.key = event.charactersIgnoringModifiers->toLower();
-    }
     if (handleDosDialogKey(press.key, event.keyCode, event.has(KeyModifier::shift))) {
         return true;
     }
-    if (std::optional<bool> modal = dispatchModalKey(press)) {
-        return *modal;
+    if (const Table table = modalTable(*this)) {
+        return run(*this, table(*this, press));
     }
-    return dispatchPaneKey(press);
+    return dispatchPaneKey(*this, press);
 }
 
 void AppState::handleFlagsChanged(const KeyEvent& event) {
@@ -49,96 +116,21 @@ void AppState::handleFlagsChanged(const KeyEvent& event) {
     }
 }
 
+bool AppState::textInputHasMarkedText() const {
+    return m_textInputHost && m_textInputHost->hasMarkedText();
+}
+
+bool AppState::handleLayoutShortcut(const KeyEvent& event, bool shiftOnly) {
+    return run(*this, KeyTables::layoutShortcutCommand(event.keyCode, shiftOnly));
+}
+
+bool AppState::handleTreeKey(const std::optional<QString>&, uint16_t keyCode) {
+    return run(*this, KeyTables::treeCommand(*this, keyCode));
+}
+
 void AppState::releaseShiftKey() {
     if (isShiftKeyDown) {
         isShiftKeyDown = false;
         notifyChanged();
     }
-}
-
-bool AppState::textInputHasMarkedText() const {
-    return m_textInputHost && m_textInputHost->hasMarkedText();
-}
-
-// The prompts and pickers, in their order; none when none of them is open.
-std::optional<bool> AppState::dispatchModalKey(const KeyPress& press) {
-    if (isOpen(Overlay::createItemPrompt) || isOpen(Overlay::wildcardPrompt) ||
-        isOpen(Overlay::renamePrompt)) {
-        return handleTextPromptKey(press);
-    }
-    if (isOpen(Overlay::attributePrompt)) {
-        return textInputHasMarkedText() ? false : handleAttributePromptKey(press);
-    }
-    if (isOpen(Overlay::copyMovePathPrompt)) {
-        return handleTextPromptKey(press);
-    }
-    if (isFileSearchMode) {
-        if (textInputHasMarkedText()) {
-            return false;
-        }
-        // X on a hit puts the open-with picker over the form.
-        if (isOpen(Overlay::openWithPicker)) {
-            return handleOpenWithPickerKey(press);
-        }
-        if (isOpen(Overlay::searchTreeBox)) {
-            return handleSearchTreeBoxKey(press);
-        }
-        // EDITOR opened from a hit stands beside the form: while it has the
-        // focus, letters and arrows edit the text instead of the hits.
-        if (focusedSide == PaneSide::right && rightMode == RightPaneMode::editor) {
-            return handleEditorKey(press);
-        }
-        return handleFileSearchKey(press);
-    }
-    if (isOpen(Overlay::sortPicker)) {
-        return handleSortPickerKey(press);
-    }
-    if (isOpen(Overlay::volumePicker)) {
-        return handleVolumePickerKey(press);
-    }
-    if (isOpen(Overlay::openWithPicker)) {
-        return handleOpenWithPickerKey(press);
-    }
-    if (isOpen(Overlay::jumpDialog)) {
-        return textInputHasMarkedText() ? false : handleJumpDialogKey(press);
-    }
-    return std::nullopt;
-}
-
-// The right half with the focus, then the filter, then the filer.
-bool AppState::dispatchPaneKey(const KeyPress& press) {
-    const bool rightFocused = focusedSide == PaneSide::right;
-    if (rightFocused && layoutMode == LayoutMode::filerGallery) {
-        return handleGalleryKey(press);
-    }
-    if (rightFocused && layoutMode == LayoutMode::filerViewer) {
-        if (rightMode == RightPaneMode::editor) {
-            return textInputHasMarkedText() ? false : handleEditorKey(press);
-        }
-        if (rightMode == RightPaneMode::viewer && handleViewerKey(press)) {
-            return true;
-        }
-    }
-    if (isFilterOpen) {
-        return textInputHasMarkedText() ? false : handleFilterKey(press);
-    }
-    return handleFilerKey(press);
-}
-
-// Create, rename, wildcard and copy-move path prompts: their text field has
-// every key but Esc, and Esc too while an input method is composing.
-bool AppState::handleTextPromptKey(const KeyPress& press) {
-    if (!press.is(KeyCode::escape) || textInputHasMarkedText()) {
-        return false;
-    }
-    if (isOpen(Overlay::createItemPrompt)) {
-        cancelCreateItemPrompt();
-    } else if (isOpen(Overlay::wildcardPrompt)) {
-        cancelWildcardPrompt();
-    } else if (isOpen(Overlay::renamePrompt)) {
-        cancelRenamePrompt();
-    } else {
-        cancelCopyMovePathPrompt();
-    }
-    return true;
 }

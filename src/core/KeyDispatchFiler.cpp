@@ -1,201 +1,226 @@
 // The filer's table of single keys, the program's signature: its rows in
 // order, each row one command. A row whose condition fails does not end the
 // search. Also the layout shortcuts and the keys of a pane in tree mode.
-#include "core/KeyDispatch.h"
+#include "core/AppState.h"
+#include "core/KeyTables.h"
 
-bool AppState::activePaneInTreeMode() const {
-    const auto side = activeFilerSide();
-    return side && pane(*side).treeMode;
-}
+using enum KeyCommand::Command;
+using KeyTables::Row;
 
-bool AppState::handleFilerKey(const KeyPress& p) {
-    if (p.is(KeyCode::escape) && activePaneInTreeMode()) { // row 1
-        exitTreeModeByEsc();
-        return true;
-    }
-    if (handleFilerLetterKey(p) || handleFilerActionKey(p)) { // rows 2-30
-        return true;
-    }
-    if (p.is(KeyCode::space)) { // row 31
-        toggleTagAtCursor();
-        return true;
-    }
-    if (handleLayoutShortcut(p.event, p.shiftOnly)) { // row 32
-        return true;
-    }
-    if (p.isLeftOrRight() && activePaneInTreeMode() && !p.shiftOnly) { // row 33
-        handleTreeKey(p.key, p.code());
-        return true;
-    }
-    if (p.isLeftOrRight()) { // row 34
-        return focusPane(p.is(KeyCode::left) ? PaneSide::left : PaneSide::right);
-    }
-    if (handleTreeKey(p.key, p.code())) { // row 35
-        return true;
-    }
-    return handleFilerMoveKey(p); // rows 36-44
-}
+namespace {
+
+const KeyCommand swallowed{};
 
 // Rows 2 to 16. Letters compare with the lower-cased key, so Shift, Control
 // and Option don't change which command runs; an event without characters
 // matches none of them. Row 4 goes by key code: Shift with the period key
 // types no ".".
-bool AppState::handleFilerLetterKey(const KeyPress& p) {
+Row filerLetterCommand(const KeyPress& p) {
     if (p.keyIs(u"e")) {
-        enterEditor();
-    } else if (p.keyIs(u".")) {
-        toggleHiddenFiles();
-    } else if (p.is(KeyCode::period) && p.shiftHeld() && !p.controlOrOptionHeld()) {
-        toggleAllExtensions();
-    } else if (p.keyIs(u"l")) {
-        toggleLocalizedNames();
-    } else if (p.keyIs(u"t")) {
-        toggleTreeMode();
-    } else if (p.keyIs(u"f")) {
-        openFilter();
-    } else if (p.keyIs(u"s")) {
-        openSortPicker();
-    } else if (p.keyIs(u"j")) {
-        openJumpDialog();
-    } else if (p.keyIs(u"a")) {
-        openAttributePrompt();
-    } else if (p.keyIs(u"h")) {
-        setStartupDirectoryToCurrent();
-    } else if (p.keyIs(u"o")) {
-        goToStartupDirectory();
-    } else if (p.keyIs(u"u")) {
-        goToHomeDirectory();
-    } else if (p.keyIs(u"v")) {
-        openVolumePicker();
-    } else if (p.keyIs(u"x")) {
-        openCursorEntryExternally();
-    } else if (p.keyIs(u"g")) {
-        enterGalleryLayout();
-    } else {
-        return false;
+        return KeyCommand{enterEditor};
     }
-    return true;
+    if (p.keyIs(u".")) {
+        return KeyCommand{toggleHiddenFiles};
+    }
+    if (p.is(KeyCode::period) && p.shiftHeld() && !p.controlOrOptionHeld()) {
+        return KeyCommand{toggleAllExtensions};
+    }
+    if (p.keyIs(u"l")) {
+        return KeyCommand{toggleLocalizedNames};
+    }
+    if (p.keyIs(u"t")) {
+        return KeyCommand{toggleTreeMode};
+    }
+    if (p.keyIs(u"f")) {
+        return KeyCommand{openFilter};
+    }
+    if (p.keyIs(u"s")) {
+        return KeyCommand{openSortPicker};
+    }
+    if (p.keyIs(u"j")) {
+        return KeyCommand{openJumpDialog};
+    }
+    if (p.keyIs(u"a")) {
+        return KeyCommand{openAttributePrompt};
+    }
+    if (p.keyIs(u"h")) {
+        return KeyCommand{setStartupDirectoryToCurrent};
+    }
+    if (p.keyIs(u"o")) {
+        return KeyCommand{goToStartupDirectory};
+    }
+    if (p.keyIs(u"u")) {
+        return KeyCommand{goToHomeDirectory};
+    }
+    if (p.keyIs(u"v")) {
+        return KeyCommand{openVolumePicker};
+    }
+    if (p.keyIs(u"x")) {
+        return KeyCommand{openCursorEntryExternally};
+    }
+    if (p.keyIs(u"g")) {
+        return KeyCommand{enterGalleryLayout};
+    }
+    return std::nullopt;
 }
 
 // Rows 17 to 30. D is the one letter for which Shift selects another command.
-bool AppState::handleFilerActionKey(const KeyPress& p) {
+Row filerActionCommand(const KeyPress& p) {
     if (!p.key) {
-        return false;
+        return std::nullopt;
     }
-    const bool shift = p.shiftHeld();
     if (p.keyIs(u"q")) {
-        requestQuit();
-    } else if (p.keyIs(u"w")) {
-        openWildcardPrompt();
-    } else if (p.charactersAre(u"+") || p.unloweredKeyIs(u"+")) {
-        addJumpBookmark();
-    } else if (p.keyIs(u"/") || p.unloweredKeyIs(u"/")) {
-        goToRootDirectory();
-    } else if (p.keyIs(u"~") || p.unloweredKeyIs(u"~") || p.charactersAre(u"~")) {
-        goToHomeDirectory();
-    } else if (p.keyIs(u"p")) {
-        toggleAlwaysPreview();
-    } else if (p.keyIs(u"k")) {
-        openCreateItemPrompt(CreateItemKind::folder);
-    } else if (p.keyIs(u"i")) {
-        openCreateItemPrompt(CreateItemKind::file);
-    } else if (p.keyIs(u"n") || p.keyIs(u"r")) {
-        openRenamePrompt();
-    } else if (p.keyIs(u"c")) {
-        startCopyOrMove(CopyMoveKind::copy);
-    } else if (p.keyIs(u"m")) {
-        startCopyOrMove(CopyMoveKind::move);
-    } else if (p.keyIs(u"d") && !shift) {
-        startDelete(DeleteKind::files);
-    } else if (p.keyIs(u"d") && !p.controlOrOptionHeld()) {
-        startDelete(DeleteKind::folders);
-    } else if (p.keyIs(u"d")) {
-        // Shift+D with Control or Option: nothing, and the key is swallowed.
-    } else {
-        return false;
+        return KeyCommand{requestQuit};
     }
-    return true;
+    if (p.keyIs(u"w")) {
+        return KeyCommand{openWildcardPrompt};
+    }
+    if (p.charactersAre(u"+") || p.unloweredKeyIs(u"+")) {
+        return KeyCommand{addJumpBookmark};
+    }
+    if (p.keyIs(u"/") || p.unloweredKeyIs(u"/")) {
+        return KeyCommand{goToRootDirectory};
+    }
+    if (p.keyIs(u"~") || p.unloweredKeyIs(u"~") || p.charactersAre(u"~")) {
+        return KeyCommand{goToHomeDirectory};
+    }
+    if (p.keyIs(u"p")) {
+        return KeyCommand{toggleAlwaysPreview};
+    }
+    if (p.keyIs(u"k")) {
+        return KeyCommand::with(openCreateItemPrompt, CreateItemKind::folder);
+    }
+    if (p.keyIs(u"i")) {
+        return KeyCommand::with(openCreateItemPrompt, CreateItemKind::file);
+    }
+    if (p.keyIs(u"n") || p.keyIs(u"r")) {
+        return KeyCommand{openRenamePrompt};
+    }
+    if (p.keyIs(u"c")) {
+        return KeyCommand::with(startCopyOrMove, AppState::CopyMoveKind::copy);
+    }
+    if (p.keyIs(u"m")) {
+        return KeyCommand::with(startCopyOrMove, AppState::CopyMoveKind::move);
+    }
+    if (p.keyIs(u"d") && !p.shiftHeld()) {
+        return KeyCommand::with(startDelete, AppState::DeleteKind::files);
+    }
+    if (p.keyIs(u"d") && !p.controlOrOptionHeld()) {
+        return KeyCommand::with(startDelete, AppState::DeleteKind::folders);
+    }
+    if (p.keyIs(u"d")) {
+        return swallowed; // Shift+D with Control or Option: nothing runs.
+    }
+    return std::nullopt;
 }
 
 // Rows 36 to 44.
-bool AppState::handleFilerMoveKey(const KeyPress& p) {
+Row filerMoveCommand(const AppState& s, const KeyPress& p) {
     if (p.isEnter()) {
-        openCursorEntry();
-    } else if (p.is(KeyCode::tab)) {
-        focusedSide = otherSide(focusedSide);
-        notifyChanged();
-    } else if (p.is(KeyCode::deleteBackward)) {
-        goToParentDirectory();
-    } else if (p.is(KeyCode::home)) {
-        moveCursorToTop();
-    } else if (p.is(KeyCode::end)) {
-        moveCursorToBottom();
-    } else if (int page = p.stepBetween(KeyCode::pageUp, KeyCode::pageDown)) {
-        moveCursorByPage(page);
-    } else if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
-        moveCursor(step);
-    } else if (p.keyIs(u"-")) {
-        goToParentDirectory();
-    } else {
-        return false;
+        return KeyCommand{openCursorEntry};
     }
-    return true;
+    if (p.is(KeyCode::tab)) {
+        return KeyCommand::with(focusPane, otherSide(s.focusedSide));
+    }
+    if (p.is(KeyCode::deleteBackward)) {
+        return KeyCommand{goToParentDirectory};
+    }
+    if (p.is(KeyCode::home)) {
+        return KeyCommand{moveCursorToTop};
+    }
+    if (p.is(KeyCode::end)) {
+        return KeyCommand{moveCursorToBottom};
+    }
+    if (int page = p.stepBetween(KeyCode::pageUp, KeyCode::pageDown)) {
+        return KeyCommand{moveCursorByPage, page};
+    }
+    if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
+        return KeyCommand{moveCursor, step};
+    }
+    if (p.keyIs(u"-")) {
+        return KeyCommand{goToParentDirectory};
+    }
+    return std::nullopt;
 }
 
-bool AppState::handleLayoutShortcut(const KeyEvent& event, bool shiftOnly) {
-    if (!shiftOnly || !KeyCode::isMainRowDigit(event.keyCode)) {
-        return false;
+} // namespace
+
+bool KeyTables::activePaneInTreeMode(const AppState& s) {
+    const std::optional<PaneSide> side = s.activeFilerSide();
+    return side && s.pane(*side).treeMode;
+}
+
+Row KeyTables::filerCommand(const AppState& s, const KeyPress& p) {
+    const bool treeMode = activePaneInTreeMode(s);
+    if (p.is(KeyCode::escape) && treeMode) { // row 1
+        return KeyCommand{exitTreeModeByEsc};
     }
-    switch (event.keyCode) {
+    if (Row row = filerLetterCommand(p)) { // rows 2-16
+        return row;
+    }
+    if (Row row = filerActionCommand(p)) { // rows 17-30
+        return row;
+    }
+    if (p.is(KeyCode::space)) { // row 31
+        return KeyCommand{toggleTagAtCursor};
+    }
+    if (Row layout = layoutShortcutCommand(p.code(), p.shiftOnly)) { // row 32
+        return layout;
+    }
+    if (p.isLeftOrRight() && treeMode && !p.shiftOnly) { // row 33
+        return treeCommand(s, p.code()).value_or(swallowed);
+    }
+    if (p.isLeftOrRight()) { // row 34
+        return KeyCommand::with(focusPane, p.is(KeyCode::left) ? PaneSide::left : PaneSide::right);
+    }
+    if (Row tree = treeCommand(s, p.code())) { // row 35
+        return tree;
+    }
+    return filerMoveCommand(s, p); // rows 36-44
+}
+
+Row KeyTables::layoutShortcutCommand(uint16_t keyCode, bool shiftOnly) {
+    if (!shiftOnly || !KeyCode::isMainRowDigit(keyCode)) {
+        return std::nullopt;
+    }
+    switch (keyCode) {
     case KeyCode::mainRow1:
-        setLayoutMode(LayoutMode::filerViewer);
-        break;
+        return KeyCommand::with(setLayoutMode, LayoutMode::filerViewer);
     case KeyCode::mainRow2:
-        setLayoutMode(LayoutMode::dualFiler);
-        break;
+        return KeyCommand::with(setLayoutMode, LayoutMode::dualFiler);
     case KeyCode::mainRow3:
-        setLayoutMode(LayoutMode::filerGallery);
-        break;
+        return KeyCommand::with(setLayoutMode, LayoutMode::filerGallery);
     default:
-        enterFileSearchMode();
-        break;
+        return KeyCommand{enterFileSearchMode};
     }
-    return true;
 }
 
 // Tree keys work by key code, on the tree rows or on the file list alike:
 // which of the two the session's focus is on is the session's business.
-bool AppState::handleTreeKey(const std::optional<QString>&, uint16_t keyCode) {
-    const auto side = activeFilerSide();
-    if (!side || !pane(*side).treeMode || !pane(*side).treeSession) {
-        return false;
+Row KeyTables::treeCommand(const AppState& s, uint16_t keyCode) {
+    const std::optional<PaneSide> side = s.activeFilerSide();
+    if (!side || !s.pane(*side).treeMode || !s.pane(*side).treeSession) {
+        return std::nullopt;
     }
     switch (keyCode) {
     case KeyCode::returnKey:
     case KeyCode::keypadEnter:
-        activateTreeSelection();
-        return true;
+        return KeyCommand{activateTreeSelection};
     case KeyCode::up:
     case KeyCode::down:
-        moveTreeSelection(keyCode == KeyCode::up ? -1 : 1);
-        return true;
+        return KeyCommand{moveTreeSelection, keyCode == KeyCode::up ? -1 : 1};
     case KeyCode::home:
-        treeSelectFirst();
-        return true;
+        return KeyCommand{treeSelectFirst};
     case KeyCode::end:
-        treeSelectLast();
-        return true;
+        return KeyCommand{treeSelectLast};
     case KeyCode::pageUp:
     case KeyCode::pageDown:
-        treePage(keyCode == KeyCode::pageUp ? -1 : 1);
-        return true;
+        return KeyCommand{treePage, keyCode == KeyCode::pageUp ? -1 : 1};
     case KeyCode::left:
-        treeStepLeft();
-        return true;
+        return KeyCommand{treeStepLeft};
     case KeyCode::right:
-        treeStepRight();
-        return true;
+        return KeyCommand{treeStepRight};
     default:
-        return false;
+        return std::nullopt;
     }
 }

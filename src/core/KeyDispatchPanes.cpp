@@ -1,123 +1,148 @@
 // The key tables of the right half with the focus (GALLERY, EDITOR, VIEWER)
 // and of the open filter.
-#include "core/KeyDispatch.h"
+#include "core/AppState.h"
+#include "core/KeyTables.h"
+
+using enum KeyCommand::Command;
+using KeyTables::Row;
+
+namespace {
+
+const KeyCommand swallowed{};
+
+PaneSide sideOf(const KeyPress& p) {
+    return p.is(KeyCode::left) ? PaneSide::left : PaneSide::right;
+}
+
+// Up, Down, Home, End, PageUp, PageDown move the list's cursor while the
+// filter's field keeps the focus; a pane in tree mode takes them first.
+Row filterMoveCommand(const AppState& s, const KeyPress& p) {
+    const bool moveKey = p.is(KeyCode::up) || p.is(KeyCode::down) || p.is(KeyCode::home) ||
+                         p.is(KeyCode::end) || p.is(KeyCode::pageUp) || p.is(KeyCode::pageDown);
+    if (!moveKey) {
+        return std::nullopt;
+    }
+    if (Row tree = KeyTables::treeCommand(s, p.code())) {
+        return tree;
+    }
+    if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
+        return KeyCommand{moveCursor, step};
+    }
+    if (p.is(KeyCode::home)) {
+        return KeyCommand{moveCursorToTop};
+    }
+    if (p.is(KeyCode::end)) {
+        return KeyCommand{moveCursorToBottom};
+    }
+    return KeyCommand{moveCursorByPage, p.stepBetween(KeyCode::pageUp, KeyCode::pageDown)};
+}
+
+} // namespace
 
 // Everything is swallowed; keys not in the table may still switch the layout.
-bool AppState::handleGalleryKey(const KeyPress& p) {
+Row KeyTables::galleryCommand(const AppState& s, const KeyPress& p) {
     if (p.is(KeyCode::escape)) {
-        exitGallery();
-    } else if (p.is(KeyCode::tab)) {
-        focusPane(PaneSide::left);
-    } else if (p.isLeftOrRight() && p.shiftOnly) {
-        focusPane(p.is(KeyCode::left) ? PaneSide::left : PaneSide::right);
-    } else if (p.is(KeyCode::deleteBackward) || p.keyIs(u"-")) {
-        goToParentDirectory();
-    } else if (p.keyIs(u"/")) {
-        goToRootDirectory();
-    } else if (p.keyIs(u"~") || p.charactersAre(u"~")) {
-        goToHomeDirectory();
-    } else if (int step = p.stepBetween(KeyCode::left, KeyCode::right)) {
-        moveGalleryCursor(step, 0);
-    } else if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
-        moveGalleryCursor(0, step);
-    } else if (p.isEnter() && gallerySelection) {
-        openGallerySelection(std::nullopt);
-    } else if (p.isEnter()) {
-        activateSelection(PaneSide::left);
-    } else {
-        handleLayoutShortcut(p.event, p.shiftOnly);
+        return KeyCommand{exitGallery};
     }
-    return true;
+    if (p.is(KeyCode::tab)) {
+        return KeyCommand::with(focusPane, PaneSide::left);
+    }
+    if (p.isLeftOrRight() && p.shiftOnly) {
+        return KeyCommand::with(focusPane, sideOf(p));
+    }
+    if (p.is(KeyCode::deleteBackward) || p.keyIs(u"-")) {
+        return KeyCommand{goToParentDirectory};
+    }
+    if (p.keyIs(u"/")) {
+        return KeyCommand{goToRootDirectory};
+    }
+    if (p.keyIs(u"~") || p.charactersAre(u"~")) {
+        return KeyCommand{goToHomeDirectory};
+    }
+    if (int step = p.stepBetween(KeyCode::left, KeyCode::right)) {
+        return KeyCommand{moveGalleryCursor, step, 0};
+    }
+    if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
+        return KeyCommand{moveGalleryCursor, 0, step};
+    }
+    if (p.isEnter() && s.gallerySelection) {
+        return KeyCommand{openGallerySelection};
+    }
+    if (p.isEnter()) {
+        return KeyCommand::with(activateSelection, PaneSide::left);
+    }
+    return layoutShortcutCommand(p.code(), p.shiftOnly).value_or(swallowed);
 }
 
 // EDITOR with the focus: what is not taken here is typed into the text.
-bool AppState::handleEditorKey(const KeyPress& p) {
+Row KeyTables::editorCommand(const AppState& s, const KeyPress& p) {
+    if (s.textInputHasMarkedText()) {
+        return std::nullopt;
+    }
     if (p.is(KeyCode::escape)) {
-        exitEditorToViewer();
-        return true;
+        return KeyCommand{exitEditorToViewer};
     }
     if (p.is(KeyCode::tab)) {
-        focusPane(PaneSide::left);
-        return true;
+        return KeyCommand::with(focusPane, PaneSide::left);
     }
-    return handleLayoutShortcut(p.event, p.shiftOnly);
+    return layoutShortcutCommand(p.code(), p.shiftOnly);
 }
 
 // VIEWER with the focus. A key it does not take goes on to the filter and the
 // filer, so that the filer's letters still act on the left pane.
-bool AppState::handleViewerKey(const KeyPress& p) {
+Row KeyTables::viewerCommand(const AppState&, const KeyPress& p) {
     if (p.is(KeyCode::tab)) {
-        return focusPane(PaneSide::left);
+        return KeyCommand::with(focusPane, PaneSide::left);
     }
     if (p.is(KeyCode::left)) {
-        return focusPane(PaneSide::left);
+        return KeyCommand::with(focusPane, PaneSide::left);
     }
     if (p.is(KeyCode::right)) {
-        return focusPane(PaneSide::right);
+        return KeyCommand::with(focusPane, PaneSide::right);
     }
     if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
-        return pageAnimatedFrame(step) || stepViewerFile(step);
+        return KeyCommand{pageAnimatedFrameOrStepViewerFile, step};
     }
-    if (handleLayoutShortcut(p.event, p.shiftOnly)) {
-        return true;
+    if (Row layout = layoutShortcutCommand(p.code(), p.shiftOnly)) {
+        return layout;
     }
     if (p.keyIs(u"e")) {
-        enterEditor();
-        return true;
+        return KeyCommand{enterEditor};
     }
-    return false;
+    return std::nullopt;
 }
 
 // The filter's field keeps the focus; Left, Right and Tab leave the filter
 // rather than move the caret.
-bool AppState::handleFilterKey(const KeyPress& p) {
-    const bool treeMode = activePaneInTreeMode();
-    if (handleLayoutShortcut(p.event, p.shiftOnly)) {
-        return true;
+Row KeyTables::filterCommand(const AppState& s, const KeyPress& p) {
+    const bool treeMode = activePaneInTreeMode(s);
+    const std::optional<PaneSide> side = s.activeFilerSide();
+    if (s.textInputHasMarkedText()) {
+        return std::nullopt;
+    }
+    if (Row layout = layoutShortcutCommand(p.code(), p.shiftOnly)) {
+        return layout;
     }
     if (p.is(KeyCode::escape)) {
-        closeFilter(true);
-    } else if (handleFilterMoveKey(p)) {
-        return true;
-    } else if (p.isLeftOrRight() && treeMode && !p.shiftOnly) {
-        handleTreeKey(p.key, p.code());
-    } else if (p.isLeftOrRight()) {
-        closeFilter(false);
-        focusPane(p.is(KeyCode::left) ? PaneSide::left : PaneSide::right);
-    } else if (p.isEnter() && !treeMode) {
-        if (const auto side = activeFilerSide()) {
-            activateSelection(*side);
-        }
-    } else if (p.isEnter()) {
-        activateTreeSelection();
-    } else if (p.is(KeyCode::tab)) {
-        focusedSide = otherSide(focusedSide);
-        closeFilter(false);
-    } else {
-        return false;
+        return KeyCommand{closeFilter, true};
     }
-    return true;
-}
-
-// Up, Down, Home, End, PageUp, PageDown move the list's cursor while the
-// field keeps the focus; a pane in tree mode takes them first.
-bool AppState::handleFilterMoveKey(const KeyPress& p) {
-    const bool moveKey = p.is(KeyCode::up) || p.is(KeyCode::down) || p.is(KeyCode::home) ||
-                         p.is(KeyCode::end) || p.is(KeyCode::pageUp) || p.is(KeyCode::pageDown);
-    if (!moveKey) {
-        return false;
+    if (Row move = filterMoveCommand(s, p)) {
+        return move;
     }
-    if (handleTreeKey(p.key, p.code())) {
-        return true;
+    if (p.isLeftOrRight() && treeMode && !p.shiftOnly) {
+        return treeCommand(s, p.code()).value_or(swallowed);
     }
-    if (int step = p.stepBetween(KeyCode::up, KeyCode::down)) {
-        moveCursor(step);
-    } else if (p.is(KeyCode::home)) {
-        moveCursorToTop();
-    } else if (p.is(KeyCode::end)) {
-        moveCursorToBottom();
-    } else {
-        moveCursorByPage(p.stepBetween(KeyCode::pageUp, KeyCode::pageDown));
+    if (p.isLeftOrRight()) {
+        return KeyCommand::with(closeFilterAndFocusPane, sideOf(p));
     }
-    return true;
+    if (p.isEnter() && !treeMode) {
+        return side ? KeyCommand::with(activateSelection, *side) : swallowed;
+    }
+    if (p.isEnter()) {
+        return KeyCommand{activateTreeSelection};
+    }
+    if (p.is(KeyCode::tab)) {
+        return KeyCommand::with(focusPaneAndCloseFilter, otherSide(s.focusedSide));
+    }
+    return std::nullopt;
 }

@@ -2,6 +2,7 @@
 // and every command that would change a file is refused there with its own
 // message, reached through the keys a person presses.
 #include "../core/KeyTestSupport.h"
+#include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 

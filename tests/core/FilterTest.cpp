@@ -1,6 +1,7 @@
 // The incremental filter and the sort picker over a real folder.
 #include "core/KeyTestSupport.h"
 
+#include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
@@ -23,7 +24,7 @@ protected:
         dir.makeFile(QStringLiteral("Straße.md"), "22");
         dir.makeFolder(QStringLiteral("docs"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<RecordingState>(preferences);
+        state = std::make_unique<AppState>(preferences);
         state->setTextInputHost(&input);
         state->refreshAll();
     }
@@ -47,7 +48,7 @@ protected:
     MemoryPreferences preferences;
     TestDir dir;
     ComposingInput input;
-    std::unique_ptr<RecordingState> state;
+    std::unique_ptr<AppState> state;
 };
 
 TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {

@@ -1,48 +1,113 @@
-// Which command each key reaches in each mode, and whether the key is
-// consumed: every row of every key table, and the order in which the modes
-// are asked.
+// Which command each key reaches in each mode, read off the key tables row by
+// row without running anything; then, through handleKeyDown on a real folder,
+// the order in which the modes are asked and what the keys do in the end.
 #include "core/KeyTestSupport.h"
 
+#include "core/AppState.h"
+#include "core/KeyTables.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
 
+#include <QMetaEnum>
+
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <ostream>
+
+// Failures name the command.
+void PrintTo(const KeyCommand& c, std::ostream* out) {
+    *out << QMetaEnum::fromType<KeyCommand::Command>().valueToKey(int(c.command)) << '(' << c.first
+         << ", " << c.second;
+    if (c.index) {
+        *out << ", row " << *c.index;
+    }
+    *out << ')';
+}
 
 using namespace KeyTest;
 
 namespace {
 
-using Check = std::function<bool(const RecordingState&)>;
-using Arrange = std::function<void(RecordingState&)>;
+using enum KeyCommand::Command;
+using KeyTables::Row;
+using Table = Row (*)(const AppState&, const KeyPress&);
+using Arrange = std::function<void(AppState&)>;
+using Check = std::function<bool(const AppState&)>;
+using CopyMove = AppState::CopyMoveKind;
 
-// One key in one mode. calls lists the commands still to come that the key
-// must reach; effect checks the state afterwards. A case with neither must
-// reach no such command at all. A composing case presses the key while the
-// text input holds marked text.
+const Row passedOn = std::nullopt;
+const Row swallowed = KeyCommand{};
+const bool whileComposing = true;
+const PaneSide left = PaneSide::left;
+const PaneSide right = PaneSide::right;
+
+const KeyModifier ctrl = KeyModifier::control;
+const KeyModifier option = KeyModifier::option;
+const KeyEvent esc = named(KeyCode::escape), tab = named(KeyCode::tab);
+const KeyEvent enter = named(KeyCode::returnKey), keypadEnter = named(KeyCode::keypadEnter);
+const KeyEvent up = named(KeyCode::up), down = named(KeyCode::down);
+const KeyEvent leftKey = named(KeyCode::left), rightKey = named(KeyCode::right);
+const KeyEvent home = named(KeyCode::home), end = named(KeyCode::end);
+const KeyEvent pageUp = named(KeyCode::pageUp), pageDown = named(KeyCode::pageDown);
+const KeyEvent backspace = named(KeyCode::deleteBackward);
+const KeyEvent forwardDelete = named(KeyCode::forwardDelete);
+const KeyEvent space = coded(KeyCode::space, " ");
+const KeyEvent shift1 = coded(KeyCode::mainRow1, "!", shift);
+const KeyEvent shift2 = coded(KeyCode::mainRow2, "@", shift);
+const KeyEvent shift3 = coded(KeyCode::mainRow3, "#", shift);
+
+// A key whose characters differ from its characters without modifiers.
+KeyEvent typedAs(const QString& characters, const std::optional<QString>& ignoringModifiers,
+                 KeyModifiers modifiers = {}) {
+    KeyEvent event = typed(characters, modifiers);
+    event.charactersIgnoringModifiers = ignoringModifiers;
+    return event;
+}
+
+KeyCommand step(KeyCommand::Command command, int first, int second = 0) {
+    return KeyCommand(command, first, second);
+}
+template <typename Enum> KeyCommand with(KeyCommand::Command command, Enum value) {
+    return KeyCommand::with(command, value);
+}
+
+std::string describe(const KeyEvent& e) {
+    return QStringLiteral("key code %1 typing \"%2\" (\"%3\" without modifiers), modifiers %4")
+        .arg(e.keyCode)
+        .arg(e.characters.value_or(QStringLiteral("-")),
+             e.charactersIgnoringModifiers.value_or(QStringLiteral("-")))
+        .arg(e.modifiers.toInt())
+        .toStdString();
+}
+
+// One row of a table as a test reads it: the key, and what the table answers.
+struct TableRow {
+    KeyEvent event;
+    Row expected;
+    bool composing = false;
+};
+
+// One key through handleKeyDown, and what it left behind.
 struct KeyCase {
     const char* name;
     KeyEvent event;
     bool consumed;
-    QStringList calls = {};
     Check effect = nullptr;
     bool composing = false;
 };
 
+// The layers of the screen that Esc takes away one by one, the top first.
+struct Layer {
+    const char* name;
+    Arrange raise;
+    Check open;
+};
+
 template <class T> Check has(T AppState::*field, T value) {
-    return [=](const RecordingState& s) { return s.*field == value; };
-}
-Check opened(Overlay overlay) {
-    return [=](const RecordingState& s) { return s.isOpen(overlay); };
-}
-Check closed(Overlay overlay) {
-    return [=](const RecordingState& s) { return !s.isOpen(overlay); };
-}
-Check sortRow(int row) {
-    return [=](const RecordingState& s) { return s.sortPicker.selection == row; };
+    return [=](const AppState& s) { return s.*field == value; };
 }
 Check on(bool AppState::*flag) {
     return has(flag, true);
@@ -51,25 +116,52 @@ Check off(bool AppState::*flag) {
     return has(flag, false);
 }
 Check both(Check first, Check second) {
-    return [=](const RecordingState& s) { return first(s) && second(s); };
+    return [=](const AppState& s) { return first(s) && second(s); };
 }
 Check row(int selection) {
-    return [=](const RecordingState& s) { return s.pane(PaneSide::left).selection == selection; };
+    return [=](const AppState& s) { return s.pane(left).selection == selection; };
 }
-Check focus(PaneSide side) {
-    return has(&AppState::focusedSide, side);
+Check opened(Overlay overlay) {
+    return [=](const AppState& s) { return s.isOpen(overlay); };
+}
+Check closed(Overlay overlay) {
+    return [=](const AppState& s) { return !s.isOpen(overlay); };
+}
+Check sortRow(int row) {
+    return [=](const AppState& s) { return s.sortPicker.selection == row; };
+}
+Check inTreeMode(bool on) {
+    return [=](const AppState& s) { return s.pane(PaneSide::left).treeMode == on; };
+}
+Check creating(CreateItemKind kind) {
+    return [=](const AppState& s) {
+        return s.isOpen(Overlay::createItemPrompt) && s.createItemPrompt.kind == kind;
+    };
+}
+Check askingPath(AppState::CopyMoveKind kind) {
+    return [=](const AppState& s) {
+        return s.isOpen(Overlay::copyMovePathPrompt) && s.copyMovePathPrompt.kind == kind;
+    };
 }
 Check layout(LayoutMode mode) {
     return has(&AppState::layoutMode, mode);
 }
-const Check focusLeft = focus(PaneSide::left);
-const Check focusRight = focus(PaneSide::right);
-const Check atRoot = [](const RecordingState& s) {
-    return s.pane(PaneSide::left).location == FilerLocation::directory("/");
+const Check focusLeft = has(&AppState::focusedSide, left);
+const Check focusRight = has(&AppState::focusedSide, right);
+const Check atRoot = [](const AppState& s) {
+    return s.pane(left).location == FilerLocation::directory("/");
 };
-const KeyEvent esc = named(KeyCode::escape);
-const KeyEvent space = coded(KeyCode::space, " ");
-const KeyEvent shift2 = coded(KeyCode::mainRow2, "@", shift);
+
+const Arrange galleryFocused = [](AppState& s) {
+    s.layoutMode = LayoutMode::filerGallery;
+    s.rightMode = RightPaneMode::gallery;
+    s.focusedSide = right;
+};
+const Arrange editorFocused = [](AppState& s) {
+    s.rightMode = RightPaneMode::editor;
+    s.focusedSide = right;
+};
+const Arrange viewerFocused = [](AppState& s) { s.focusedSide = right; };
 
 class KeyDispatchTest : public ::testing::Test {
 protected:
@@ -79,488 +171,703 @@ protected:
         dir.makeFile(QStringLiteral("a.txt"), "aa");
         dir.makeFile(QStringLiteral("b.txt"), "b");
     }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
-
-    // A fresh state over the folder ("..", "sub", "a.txt", "b.txt").
-    std::unique_ptr<RecordingState> makeState(const Arrange& setup) {
-        // Each state gets its own settings, so that a toggle of one case
-        // can't reach the next.
-        preferences = std::make_unique<MemoryPreferences>();
-        preferences->setValue(QStringLiteral("startupDirectory"), dir.path());
-        auto state = std::make_unique<RecordingState>(*preferences);
-        state->setTextInputHost(&input);
-        state->refreshAll();
-        if (setup) {
-            setup(*state);
-        }
-        state->calls.clear();
-        return state;
+    void TearDown() override {
+        state.reset();
+        FileAccessMemory::attach(nullptr);
     }
 
-    void expectCases(const Arrange& setup, const std::vector<KeyCase>& cases) {
+    // A fresh state over the folder ("..", "sub", "a.txt", "b.txt"), with
+    // its own settings so that a toggle of one case can't reach the next.
+    AppState& fresh(const Arrange& arrange) {
+        state.reset();
+        preferences = std::make_unique<MemoryPreferences>();
+        preferences->setValue(QStringLiteral("startupDirectory"), dir.path());
+        state = std::make_unique<AppState>(*preferences);
+        state->setTextInputHost(&input);
+        state->refreshAll();
+        if (arrange) {
+            arrange(*state);
+        }
+        return *state;
+    }
+
+    void expectRows(Table table, const Arrange& arrange, const std::vector<TableRow>& rows) {
+        const AppState& s = fresh(arrange);
+        for (const TableRow& r : rows) {
+            input.composing = r.composing;
+            EXPECT_EQ(table(s, KeyPress(r.event)), r.expected)
+                << describe(r.event) << (r.composing ? " while composing" : "");
+        }
+        input.composing = false;
+    }
+
+    void expectCases(const Arrange& arrange, const std::vector<KeyCase>& cases) {
         for (const KeyCase& c : cases) {
             input.composing = c.composing;
-            auto state = makeState(setup);
-            EXPECT_EQ(state->handleKeyDown(c.event), c.consumed) << c.name;
-            if (c.calls.isEmpty() && !c.effect) {
-                EXPECT_TRUE(state->calls.isEmpty())
-                    << c.name << ": " << qPrintable(state->calls.join(' '));
-            }
-            for (const QString& call : c.calls) {
-                EXPECT_TRUE(state->calls.contains(call))
-                    << c.name << ": wanted " << qPrintable(call) << ", ran "
-                    << qPrintable(state->calls.join(' '));
-            }
+            AppState& s = fresh(arrange);
+            EXPECT_EQ(s.handleKeyDown(c.event), c.consumed) << c.name;
             if (c.effect) {
-                EXPECT_TRUE(c.effect(*state)) << c.name;
+                EXPECT_TRUE(c.effect(s)) << c.name;
             }
         }
         input.composing = false;
     }
 
+    // All layers raised; each Esc must take the top one and leave the rest.
+    void expectEscPeels(const std::vector<Layer>& layers) {
+        AppState& s = fresh([&](AppState& raised) {
+            for (const Layer& layer : layers) {
+                layer.raise(raised);
+            }
+        });
+        for (size_t i = 0; i < layers.size(); ++i) {
+            EXPECT_TRUE(s.handleKeyDown(esc)) << layers[i].name;
+            EXPECT_FALSE(layers[i].open(s)) << layers[i].name << " is still open";
+            for (size_t j = i + 1; j < layers.size(); ++j) {
+                EXPECT_TRUE(layers[j].open(s))
+                    << layers[j].name << " closed with " << layers[i].name;
+            }
+        }
+        EXPECT_FALSE(s.handleKeyDown(esc)) << "Esc with nothing open";
+    }
+
     Check leftIn(const QString& folder) const {
         const FilerLocation location =
             FilerLocation::directory(PathUtils::standardizedPath(folder));
-        return [=](const RecordingState& s) { return s.pane(PaneSide::left).location == location; };
+        return [=](const AppState& s) { return s.pane(PaneSide::left).location == location; };
+    }
+    // VIEWER was sent to the file.
+    Check showing(const char* name) const {
+        const QString path = PathUtils::standardizedPath(dir.filePath(QString::fromUtf8(name)));
+        return [=](const AppState& s) { return s.editorURL == path; };
     }
 
     MemoryPreferences rights;
     std::unique_ptr<MemoryPreferences> preferences;
     TestDir dir;
     ComposingInput input;
+    std::unique_ptr<AppState> state;
 };
 
 TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
-    const QString sub = dir.filePath(QStringLiteral("sub"));
-    const Check gallery = layout(LayoutMode::filerGallery);
-    const KeyEvent shiftPeriod = coded(KeyCode::period, ">", shift);
-    const KeyModifier ctrl = KeyModifier::control;
-    const KeyModifier option = KeyModifier::option;
-    const Check taggedAndDown = [](auto& s) { return s.taggedKeys.size() == 1 && row(3)(s); };
-    expectCases(
-        [&](RecordingState& s) { s.setSelection(2, PaneSide::left); },
-        {
-            {"Esc without tree mode", esc, false},
-            {"E", typed("e"), true, {"enterEditor"}},
-            {".", typed("."), true, {"refreshTreeSessions"}, on(&AppState::showHiddenFiles)},
-            {"Shift+period", shiftPeriod, true, {}, on(&AppState::showAllFileExtensions)},
-            {"L", typed("l"), true, {"refreshTreeSessions"}, off(&AppState::showLocalizedNames)},
-            {"T", typed("t"), true, {"toggleTreeMode"}},
-            {"F", typed("f"), true, {}, on(&AppState::isFilterOpen)},
-            {"S", typed("s"), true, {}, opened(Overlay::sortPicker)},
-            {"J", typed("j"), true, {"openJumpDialog"}},
-            {"A", typed("a"), true, {"openAttributePrompt"}},
-            {"H", typed("h"), true, {"setStartupDirectoryToCurrent"}},
-            {"V", typed("v"), true, {"openVolumePicker"}},
-            {"X", typed("x"), true, {"openCursorEntryExternally"}},
-            {"G", typed("g"), true, {"stopWatching(right)", "rebuildGalleryItems"}, gallery},
-            {"Q", typed("q"), true, {}, on(&AppState::pendingQuit)},
-            {"W", typed("w"), true, {}, opened(Overlay::wildcardPrompt)},
-            {"+", typed("+", shift), true, {"addJumpBookmark"}},
-            {"/", typed("/"), true, {}, atRoot},
-            {"~", typed("~", shift), true, {}, leftIn(PathUtils::homeDirectory())},
-            {"P", typed("p"), true, {"showFilePreview(a.txt)"}, on(&AppState::alwaysPreviewMode)},
-            {"K", typed("k"), true, {"openCreateItemPrompt(folder)"}},
-            {"I", typed("i"), true, {"openCreateItemPrompt(file)"}},
-            {"N", typed("n"), true, {"openRenamePrompt"}},
-            {"R", typed("r"), true, {"openRenamePrompt"}},
-            {"C", typed("c"), true, {"startCopyOrMove(copy)"}},
-            {"M", typed("m"), true, {"startCopyOrMove(move)"}},
-            {"D", typed("d"), true, {"startDelete(files)"}},
-            {"Control+D", typed("d", ctrl), true, {"startDelete(files)"}},
-            {"Shift+D", typed("D", shift), true, {"startDelete(folders)"}},
-            {"Shift+Control+D", typed("D", shift | ctrl), true},
-            {"Shift+Option+D", typed("D", shift | option), true},
-            {"Space", space, true, {}, taggedAndDown},
-            {"Shift+2", shift2, true, {}, layout(LayoutMode::dualFiler)},
-            {"Shift+Option+2", coded(KeyCode::mainRow2, "€", shift | option), false},
-            {"Right", named(KeyCode::right), true, {}, focusRight},
-            {"Enter on a file", named(KeyCode::returnKey), true, {"showFilePreview(a.txt)"}},
-            {"Tab", named(KeyCode::tab), true, {}, focusRight},
-            {"Home", named(KeyCode::home), true, {}, row(0)},
-            {"End", named(KeyCode::end), true, {}, row(3)},
-            {"PageUp", named(KeyCode::pageUp), true, {}, row(0)},
-            {"PageDown", named(KeyCode::pageDown), true, {}, row(3)},
-            {"Up", named(KeyCode::up), true, {}, row(1)},
-            {"Down", named(KeyCode::down), true, {}, row(3)},
-            {"Z", typed("z"), false},
-            {"a key without characters", named(KeyCode::other), false},
-            {"Command+Q", typed("q", KeyModifier::command), false, {}, off(&AppState::pendingQuit)},
-        });
-    // Enter on a folder, Delete and "-" go in and out of folders.
-    expectCases([](RecordingState& s) { s.setSelection(1, PaneSide::left); },
-                {{"Enter on a folder", named(KeyCode::keypadEnter), true, {}, leftIn(sub)}});
-    expectCases(
-        [&](RecordingState& s) {
-            s.openLocation(FilerLocation::directory(sub), PaneSide::left, {});
-        },
-        {{"Delete", named(KeyCode::deleteBackward), true, {}, leftIn(dir.path())},
-         {"-", typed("-"), true, {}, leftIn(dir.path())},
-         {"O", typed("o"), true, {}, leftIn(dir.path())}});
+    using Delete = AppState::DeleteKind;
+    // Esc needs tree mode (row 1). Rows 2 to 30 need a key, so "+" typed with
+    // none passes on; "~" typed on the N key is row 21, before row 25.
+    expectRows(KeyTables::filerCommand, nullptr,
+               {{esc, passedOn},
+                {typed("e"), enterEditor},
+                {typed("E", shift), enterEditor},
+                {typed("."), toggleHiddenFiles},
+                {coded(KeyCode::period, ">", shift), toggleAllExtensions},
+                {coded(KeyCode::period, ">", shift | option), passedOn},
+                {typed("l"), toggleLocalizedNames},
+                {typed("t"), toggleTreeMode},
+                {typed("f", ctrl), openFilter},
+                {typed("s"), openSortPicker},
+                {typed("j"), openJumpDialog},
+                {typed("a"), openAttributePrompt},
+                {typed("h"), setStartupDirectoryToCurrent},
+                {typed("o"), goToStartupDirectory},
+                {typed("u"), goToHomeDirectory},
+                {typed("v"), openVolumePicker},
+                {typed("x"), openCursorEntryExternally},
+                {typed("g"), enterGalleryLayout},
+                {typed("q"), requestQuit},
+                {typed("w"), openWildcardPrompt},
+                {typed("+", shift), addJumpBookmark},
+                {typedAs("+", "=", shift), addJumpBookmark},
+                {typedAs("+", std::nullopt), passedOn},
+                {typed("/"), goToRootDirectory},
+                {typed("~", shift), goToHomeDirectory},
+                {typedAs("~", "n", option), goToHomeDirectory},
+                {typed("p"), toggleAlwaysPreview},
+                {typed("k"), with(openCreateItemPrompt, CreateItemKind::folder)},
+                {typed("i"), with(openCreateItemPrompt, CreateItemKind::file)},
+                {typed("n"), openRenamePrompt},
+                {typed("r"), openRenamePrompt},
+                {typed("c"), with(startCopyOrMove, CopyMove::copy)},
+                {typed("m"), with(startCopyOrMove, CopyMove::move)},
+                {typed("d"), with(startDelete, Delete::files)},
+                {typed("d", ctrl), with(startDelete, Delete::files)},
+                {typed("D", shift), with(startDelete, Delete::folders)},
+                {typed("D", shift | ctrl), swallowed},
+                {typed("D", shift | option), swallowed},
+                {space, toggleTagAtCursor},
+                {shift1, with(setLayoutMode, LayoutMode::filerViewer)},
+                {shift2, with(setLayoutMode, LayoutMode::dualFiler)},
+                {shift3, with(setLayoutMode, LayoutMode::filerGallery)},
+                {coded(KeyCode::mainRow4, "$", shift), enterFileSearchMode},
+                {coded(KeyCode::mainRow2, "€", shift | option), passedOn},
+                {coded(KeyCode::mainRow2, "2"), passedOn},
+                {leftKey, with(focusPane, left)},
+                {named(KeyCode::right, shift), with(focusPane, right)},
+                {enter, openCursorEntry},
+                {keypadEnter, openCursorEntry},
+                {tab, with(focusPane, right)},
+                {backspace, goToParentDirectory},
+                {home, moveCursorToTop},
+                {end, moveCursorToBottom},
+                {pageUp, step(moveCursorByPage, -1)},
+                {pageDown, step(moveCursorByPage, 1)},
+                {up, step(moveCursor, -1)},
+                {down, step(moveCursor, 1)},
+                {typed("-"), goToParentDirectory},
+                {typed("z"), passedOn},
+                {named(KeyCode::other), passedOn}});
+    // Tab goes to the other side, whichever that is.
+    expectRows(KeyTables::filerCommand,
+               [](AppState& s) {
+                   s.layoutMode = LayoutMode::dualFiler;
+                   s.focusedSide = right;
+               },
+               {{tab, with(focusPane, left)}});
 }
 
-TEST_F(KeyDispatchTest, TreeModeTakesEscAndArrowsOfItsPane) {
-    expectCases(
-        [](RecordingState& s) { s.pane(PaneSide::left).treeMode = true; },
-        {
-            {"Esc", esc, true, {"exitTreeModeByEsc"}},
-            {"Right is the tree's, session or not", named(KeyCode::right), true, {}, focusLeft},
-            {"Shift+Right moves the focus", named(KeyCode::right, shift), true, {}, focusRight},
-        });
-}
-
-TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
-    // The right half holds neither VIEWER nor a filer, and has the focus.
-    const Arrange noActiveSide = [](RecordingState& s) {
-        s.rightMode = RightPaneMode::gallery;
-        s.focusedSide = PaneSide::right;
-        s.setSelection(2, PaneSide::left);
-    };
-    const Check unchanged = [](auto& s) {
-        return s.pane(PaneSide::left).selection == 2 && s.taggedKeys.isEmpty() && !s.isFilterOpen &&
-               !s.isOpen(Overlay::sortPicker) && !s.isOpen(Overlay::wildcardPrompt);
-    };
-    const auto still = [&](const char* name, KeyEvent event) {
-        return KeyCase{name, event, true, {}, unchanged};
-    };
-    expectCases(noActiveSide,
-                {still("Space", space), still("Down", named(KeyCode::down)),
-                 still("End", named(KeyCode::end)), still("F", typed("f")), still("S", typed("s")),
-                 still("W", typed("w")), still("Enter", named(KeyCode::returnKey))});
-}
-
-TEST_F(KeyDispatchTest, AStandingDialogSwallowsEverythingButCommandKeys) {
-    const Check untouched = [](auto& s) {
-        return !s.isFilterOpen && !s.pendingQuit && s.pane(PaneSide::left).selection == 0 &&
-               s.focusedSide == PaneSide::left;
-    };
-    expectCases([](RecordingState& s) { s.errorMessage = QStringLiteral("boom"); },
-                {
-                    {"F", typed("f"), true, {}, untouched},
-                    {"Q", typed("q"), true, {}, untouched},
-                    {"Down", named(KeyCode::down), true, {}, untouched},
-                    {"Tab", named(KeyCode::tab), true, {}, untouched},
-                    {"Esc", esc, true},
-                    {"Z", typed("z"), true},
-                    {"Command+C", typed("c", KeyModifier::command), false},
-                });
+TEST_F(KeyDispatchTest, TreeModeTakesEscArrowsAndMovesOfTheActivePane) {
+    // Without a session the tree keeps Left and Right and gives the rest up.
+    expectRows(KeyTables::filerCommand, [](AppState& s) { s.pane(PaneSide::left).treeMode = true; },
+               {{esc, exitTreeModeByEsc},
+                {rightKey, swallowed},
+                {leftKey, swallowed},
+                {named(KeyCode::right, shift), with(focusPane, right)},
+                {down, step(moveCursor, 1)},
+                {enter, openCursorEntry}});
+    expectRows(KeyTables::filerCommand, [](AppState& s) { s.toggleTreeMode(); },
+               {{esc, exitTreeModeByEsc},
+                {typed("e"), enterEditor},
+                {enter, activateTreeSelection},
+                {keypadEnter, activateTreeSelection},
+                {up, step(moveTreeSelection, -1)},
+                {down, step(moveTreeSelection, 1)},
+                {home, treeSelectFirst},
+                {end, treeSelectLast},
+                {pageUp, step(treePage, -1)},
+                {pageDown, step(treePage, 1)},
+                {leftKey, treeStepLeft},
+                {rightKey, treeStepRight},
+                {named(KeyCode::left, shift), with(focusPane, left)},
+                {tab, with(focusPane, right)},
+                {typed("-"), goToParentDirectory}});
+    // Only the pane the filer commands act on counts.
+    expectRows(KeyTables::filerCommand,
+               [](AppState& s) {
+                   s.layoutMode = LayoutMode::dualFiler;
+                   s.pane(PaneSide::right).treeMode = true;
+               },
+               {{esc, passedOn}, {rightKey, with(focusPane, right)}});
 }
 
 TEST_F(KeyDispatchTest, TextPromptsGiveEveryKeyButEscToTheirField) {
     struct Prompt {
         const char* name;
         Arrange open;
-        QString cancel;
+        KeyCommand::Command cancel;
     };
     const Prompt prompts[] = {
         {"create",
-         [](auto& s) {
+         [](AppState& s) {
              s.createItemPrompt.kind = CreateItemKind::file;
              s.showOverlay(Overlay::createItemPrompt);
          },
-         "cancelCreateItemPrompt"},
-        {"rename", [](auto& s) { s.showOverlay(Overlay::renamePrompt); }, "cancelRenamePrompt"},
+         cancelCreateItemPrompt},
+        {"wildcard", [](AppState& s) { s.showOverlay(Overlay::wildcardPrompt); },
+         cancelWildcardPrompt},
+        {"rename", [](AppState& s) { s.showOverlay(Overlay::renamePrompt); }, cancelRenamePrompt},
         {"copy path",
-         [](auto& s) {
-             s.copyMovePathPrompt.kind = AppState::CopyMoveKind::copy;
+         [](AppState& s) {
+             s.copyMovePathPrompt.kind = CopyMove::copy;
              s.showOverlay(Overlay::copyMovePathPrompt);
          },
-         "cancelCopyMovePathPrompt"},
+         cancelCopyMovePathPrompt},
         {"create before rename",
-         [](auto& s) {
+         [](AppState& s) {
              s.showOverlay(Overlay::renamePrompt);
              s.createItemPrompt.kind = CreateItemKind::folder;
              s.showOverlay(Overlay::createItemPrompt);
          },
-         "cancelCreateItemPrompt"},
+         cancelCreateItemPrompt},
     };
     for (const Prompt& p : prompts) {
         SCOPED_TRACE(p.name);
-        expectCases(p.open, {
-                                {"Esc", esc, true, {p.cancel}},
-                                {"Enter", named(KeyCode::returnKey), false},
-                                {"A", typed("a"), false},
-                                {"Space", space, false},
-                                {"Esc while composing", esc, false, {}, nullptr, true},
-                            });
+        expectRows(KeyTables::textPromptCommand, p.open,
+                   {{esc, p.cancel},
+                    {enter, passedOn},
+                    {typed("a"), passedOn},
+                    {space, passedOn},
+                    {esc, passedOn, whileComposing}});
     }
-    expectCases(
-        [](auto& s) { s.openWildcardPrompt(); },
-        {{"Esc closes the wildcard prompt", esc, true, {}, closed(Overlay::wildcardPrompt)}});
+    expectCases([](AppState& s) { s.openWildcardPrompt(); },
+                {{"Esc closes the wildcard prompt", esc, true, closed(Overlay::wildcardPrompt)}});
 }
 
 TEST_F(KeyDispatchTest, AttributePromptTable) {
-    expectCases(
-        [](auto& s) {
-            s.showOverlay(Overlay::attributePrompt);
-            s.attributePrompt.focusField = 1;
-        },
-        {
-            {"Esc", esc, true, {"cancelAttributePrompt"}},
-            {"Up", named(KeyCode::up), true, {"moveAttributeFocus(-1)"}},
-            {"Down", named(KeyCode::down), true, {"moveAttributeFocus(1)"}},
-            {"Left", named(KeyCode::left), true, {"moveAttributeFieldCursor(-1)"}},
-            {"Right", named(KeyCode::right), true, {"moveAttributeFieldCursor(1)"}},
-            {"Space", space, true, {"toggleAttributeField"}},
-            {"Enter", named(KeyCode::keypadEnter), true, {"applyAttributePrompt"}},
-            {"7", typed("7"), true, {"typeAttributeDigit(7)"}},
-            {"Q", typed("q"), true, {}, off(&AppState::pendingQuit)},
-        });
-    expectCases([](auto& s) { s.showOverlay(Overlay::attributePrompt); },
-                {{"7 in the mode field", typed("7"), true}});
+    const auto onField = [](int field) {
+        return [=](AppState& s) { s.attributePrompt.focusField = field; };
+    };
+    expectRows(KeyTables::attributePromptCommand, onField(1),
+               {{esc, cancelAttributePrompt},
+                {up, step(moveAttributeFocus, -1)},
+                {down, step(moveAttributeFocus, 1)},
+                {leftKey, step(moveAttributeFieldCursor, -1)},
+                {rightKey, step(moveAttributeFieldCursor, 1)},
+                {space, toggleAttributeField},
+                {keypadEnter, applyAttributePrompt},
+                {enter, applyAttributePrompt},
+                {typed("7"), step(typeAttributeDigit, '7')},
+                {typed("q"), swallowed},
+                {esc, passedOn, whileComposing}});
+    expectRows(KeyTables::attributePromptCommand, onField(2),
+               {{typed("3"), step(typeAttributeDigit, '3')}});
+    expectRows(KeyTables::attributePromptCommand, onField(0), {{typed("7"), swallowed}});
 }
 
 TEST_F(KeyDispatchTest, FileSearchTable) {
     using F = FileSearchFocusField;
     const auto focusOn = [](F field, int selection = 0) {
-        return Arrange([=](RecordingState& s) {
+        return Arrange([=](AppState& s) {
             s.isFileSearchMode = true;
             s.fileSearchFocusField = field;
             s.fileSearchSelection = selection;
         });
     };
-    expectCases(focusOn(F::results, 2),
-                {
-                    {"Esc", esc, true, {"exitFileSearchMode"}},
-                    {"Tab", named(KeyCode::tab), true, {"cycleFileSearchFocus(1)"}},
-                    {"Shift+Option+Tab",
-                     named(KeyCode::tab, shift | KeyModifier::option),
-                     true,
-                     {"cycleFileSearchFocus(-1)"}},
-                    {"Up in results", named(KeyCode::up), true, {"moveFileSearchSelection(-1)"}},
-                    {"Down in results", named(KeyCode::down), true, {"moveFileSearchSelection(1)"}},
-                    {"Home", named(KeyCode::home), true, {"fileSearchSelectFirst"}},
-                    {"End", named(KeyCode::end), true, {"fileSearchSelectLast"}},
-                    {"PageUp", named(KeyCode::pageUp), true, {"fileSearchPage(-1)"}},
-                    {"PageDown", named(KeyCode::pageDown), true, {"fileSearchPage(1)"}},
-                    {"Enter in results", named(KeyCode::returnKey), true, {"openFileSearchResult"}},
-                    {"E", typed("e"), true, {"editFileSearchResult"}},
-                    {"X", typed("x"), true, {"openFileSearchResultExternally"}},
-                    {"Space", space, false},
-                    {"Left in results", named(KeyCode::left), false},
-                    {"Z", typed("z"), false},
-                });
-    expectCases(
-        focusOn(F::results, 0),
-        {{"Up at the first result", named(KeyCode::up), true, {"cycleFileSearchFocus(-1)"}}});
-    expectCases(focusOn(F::sort),
-                {
-                    {"Down", named(KeyCode::down), true, {"focusFileSearchResults"}},
-                    {"Left", named(KeyCode::left), true, {"cycleFileSearchSort(-1)"}},
-                    {"Space", space, true, {"toggleFileSearchChoice"}},
-                    {"Enter", named(KeyCode::returnKey), true, {"focusFileSearchResults"}},
-                });
-    expectCases(focusOn(F::matchMode),
-                {{"Right", named(KeyCode::right), true, {"cycleFileSearchMatchMode(1)"}},
-                 {"Down", named(KeyCode::down), true, {"cycleFileSearchFocus(1)"}}});
-    expectCases(focusOn(F::folder),
-                {{"Enter", named(KeyCode::returnKey), true, {"openSearchTreeBox"}}});
-    expectCases(
-        focusOn(F::query),
-        {
-            {"E types into the query", typed("e"), false},
-            {"Right moves the caret", named(KeyCode::right), false},
-            {"Home is taken even here", named(KeyCode::home), true, {"fileSearchSelectFirst"}},
-        });
+    const Table table = KeyTables::fileSearchModeCommand;
+    expectRows(table, focusOn(F::results, 2),
+               {{esc, exitFileSearchMode},
+                {tab, step(cycleFileSearchFocus, 1)},
+                {named(KeyCode::tab, shift | option), step(cycleFileSearchFocus, -1)},
+                {up, step(moveFileSearchSelection, -1)},
+                {down, step(moveFileSearchSelection, 1)},
+                {home, fileSearchSelectFirst},
+                {end, fileSearchSelectLast},
+                {pageUp, step(fileSearchPage, -1)},
+                {pageDown, step(fileSearchPage, 1)},
+                {enter, openFileSearchResult},
+                {typed("e"), editFileSearchResult},
+                {typed("x"), openFileSearchResultExternally},
+                {space, passedOn},
+                {leftKey, passedOn},
+                {typed("z"), passedOn},
+                {esc, passedOn, whileComposing}});
+    expectRows(table, focusOn(F::results, 0), {{up, step(cycleFileSearchFocus, -1)}});
+    expectRows(table, focusOn(F::sort),
+               {{down, focusFileSearchResults},
+                {leftKey, step(cycleFileSearchSort, -1)},
+                {rightKey, step(cycleFileSearchSort, 1)},
+                {space, toggleFileSearchChoice},
+                {enter, focusFileSearchResults},
+                {typed("e"), editFileSearchResult}});
+    expectRows(table, focusOn(F::matchMode),
+               {{rightKey, step(cycleFileSearchMatchMode, 1)},
+                {down, step(cycleFileSearchFocus, 1)},
+                {space, toggleFileSearchChoice}});
+    expectRows(table, focusOn(F::folder), {{keypadEnter, openSearchTreeBox}, {space, passedOn}});
+    // The typing fields keep letters and Left and Right, but not Home.
+    for (F typing : {F::query, F::periodFrom, F::periodTo}) {
+        expectRows(table, focusOn(typing),
+                   {{typed("e"), passedOn},
+                    {rightKey, passedOn},
+                    {home, fileSearchSelectFirst},
+                    {enter, focusFileSearchResults}});
+    }
+}
+
+TEST_F(KeyDispatchTest, FileSearchModeGivesKeysToWhatStandsOverTheForm) {
+    const auto searching = [](const Arrange& over) {
+        return [=](AppState& s) {
+            s.isFileSearchMode = true;
+            s.fileSearchFocusField = FileSearchFocusField::results;
+            over(s);
+        };
+    };
+    const Table table = KeyTables::fileSearchModeCommand;
+    expectRows(table, searching([](AppState& s) { s.showOverlay(Overlay::openWithPicker); }),
+               {{esc, closeOpenWithPicker},
+                {down, step(moveOpenWithSelection, 1)},
+                {typed("e"), swallowed},
+                {esc, passedOn, whileComposing}});
+    expectRows(table, searching([](AppState& s) { s.showOverlay(Overlay::searchTreeBox); }),
+               {{esc, closeSearchTreeBox}, {typed("e"), swallowed}});
+    expectRows(table, searching(editorFocused),
+               {{esc, exitEditorToViewer},
+                {tab, with(focusPane, left)},
+                {typed("e"), passedOn},
+                {down, passedOn}});
 }
 
 TEST_F(KeyDispatchTest, SearchTreeBoxTable) {
-    expectCases(
-        [](auto& s) {
-            s.isFileSearchMode = true;
-            s.showOverlay(Overlay::searchTreeBox);
-        },
-        {
-            {"Esc", esc, true, {"closeSearchTreeBox"}},
-            {"Up", named(KeyCode::up), true, {"moveSearchTreeBoxRow(-1)"}},
-            {"Down", named(KeyCode::down), true, {"moveSearchTreeBoxRow(1)"}},
-            {"Left", named(KeyCode::left), true, {"collapseOrExpandSearchTreeBoxRow(false)"}},
-            {"Right", named(KeyCode::right), true, {"collapseOrExpandSearchTreeBoxRow(true)"}},
-            {"PageUp", named(KeyCode::pageUp), true, {"moveSearchTreeBoxRow(-23)"}},
-            {"PageDown", named(KeyCode::pageDown), true, {"moveSearchTreeBoxRow(23)"}},
-            {"Home", named(KeyCode::home), true, {"selectSearchTreeBoxRow(0)"}},
-            {"End without a session", named(KeyCode::end), true},
-            {"Enter", named(KeyCode::returnKey), true, {"confirmSearchTreeBox"}},
-            {"Z", typed("z"), true},
-        });
+    // Without a session End finds no last row.
+    expectRows(KeyTables::searchTreeBoxCommand, nullptr,
+               {{esc, closeSearchTreeBox},
+                {up, step(moveSearchTreeBoxRow, -1)},
+                {down, step(moveSearchTreeBoxRow, 1)},
+                {leftKey, step(collapseOrExpandSearchTreeBoxRow, false)},
+                {rightKey, step(collapseOrExpandSearchTreeBoxRow, true)},
+                {pageUp, step(moveSearchTreeBoxRow, -23)},
+                {pageDown, step(moveSearchTreeBoxRow, 23)},
+                {home, step(selectSearchTreeBoxRow, 0)},
+                {end, swallowed},
+                {enter, confirmSearchTreeBox},
+                {typed("z"), swallowed}});
+    // With the box over the folder: its row and "sub" below it.
+    expectRows(KeyTables::searchTreeBoxCommand,
+               [](AppState& s) {
+                   s.isFileSearchMode = true;
+                   s.openSearchTreeBox();
+               },
+               {{end, step(selectSearchTreeBoxRow, 1)}});
 }
 
 TEST_F(KeyDispatchTest, PickerTables) {
-    expectCases([](auto& s) { s.showOverlay(Overlay::volumePicker); },
-                {
-                    {"Esc", esc, true, {"closeVolumePicker"}},
-                    {"Up", named(KeyCode::up), true, {"moveVolumePickerSelection(-1)"}},
-                    {"Down", named(KeyCode::down), true, {"moveVolumePickerSelection(1)"}},
-                    {"Enter", named(KeyCode::returnKey), true, {"confirmVolumePicker(none)"}},
-                    {"F", typed("f"), true, {}, off(&AppState::isFilterOpen)},
-                });
-    expectCases([](auto& s) { s.showOverlay(Overlay::openWithPicker); },
-                {
-                    {"Esc", esc, true, {"closeOpenWithPicker"}},
-                    {"Up", named(KeyCode::up), true, {"moveOpenWithSelection(-1)"}},
-                    {"Down", named(KeyCode::down), true, {"moveOpenWithSelection(1)"}},
-                    {"Enter", named(KeyCode::keypadEnter), true, {"confirmOpenWith(none)"}},
-                    {"Z", typed("z"), true},
-                });
+    expectRows(KeyTables::volumePickerCommand, nullptr,
+               {{esc, closeVolumePicker},
+                {up, step(moveVolumePickerSelection, -1)},
+                {down, step(moveVolumePickerSelection, 1)},
+                {enter, KeyCommand::at(confirmVolumePicker, std::nullopt)},
+                {typed("f"), swallowed}});
+    expectRows(KeyTables::openWithPickerCommand, nullptr,
+               {{esc, closeOpenWithPicker},
+                {up, step(moveOpenWithSelection, -1)},
+                {down, step(moveOpenWithSelection, 1)},
+                {keypadEnter, KeyCommand::at(confirmOpenWith, std::nullopt)},
+                {typed("z"), swallowed}});
+    expectRows(KeyTables::sortPickerCommand, nullptr,
+               {{esc, closeSortPicker},
+                {up, step(moveSortPickerSelection, -1)},
+                {down, step(moveSortPickerSelection, 1)},
+                {enter, KeyCommand::at(confirmSortPicker, std::nullopt)},
+                {typed("1"), KeyCommand::at(confirmSortPicker, 0)},
+                {typed("3"), KeyCommand::at(confirmSortPicker, 2)},
+                {typed("4"), swallowed},
+                {shift1, swallowed}});
+    // The picker's own moves and picks, carried out.
     const auto closedWith = [](FilerSortMode mode) {
-        return [=](const RecordingState& s) {
-            return !s.isOpen(Overlay::sortPicker) && s.sortMode == mode;
-        };
+        return
+            [=](const AppState& s) { return !s.isOpen(Overlay::sortPicker) && s.sortMode == mode; };
     };
-    expectCases([](auto& s) { s.openSortPicker(); },
-                {
-                    {"Esc", esc, true, {}, closed(Overlay::sortPicker)},
-                    {"Up wraps", named(KeyCode::up), true, {}, sortRow(2)},
-                    {"Down", named(KeyCode::down), true, {}, sortRow(1)},
-                    {"Enter", named(KeyCode::returnKey), true, {}, closedWith(FilerSortMode::name)},
-                    {"3", typed("3"), true, {}, closedWith(FilerSortMode::size)},
-                    {"4", typed("4"), true, {}, opened(Overlay::sortPicker)},
-                });
+    expectCases([](AppState& s) { s.openSortPicker(); },
+                {{"Esc", esc, true, closed(Overlay::sortPicker)},
+                 {"Up wraps", up, true, sortRow(2)},
+                 {"Down", down, true, sortRow(1)},
+                 {"Enter", enter, true, closedWith(FilerSortMode::name)},
+                 {"3", typed("3"), true, closedWith(FilerSortMode::size)},
+                 {"4", typed("4"), true, opened(Overlay::sortPicker)}});
 }
 
 TEST_F(KeyDispatchTest, JumpDialogTable) {
-    expectCases([](auto& s) { s.showOverlay(Overlay::jumpDialog); },
-                {
-                    {"Esc", esc, true, {"closeJumpDialog"}},
-                    {"Home", named(KeyCode::home), true, {"clearJumpSelection"}},
-                    {"Up", named(KeyCode::up), true, {"moveJumpSelection(-1)"}},
-                    {"Down", named(KeyCode::down), true, {"moveJumpSelection(1)"}},
-                    {"Enter", named(KeyCode::returnKey), true, {"confirmJumpDialog"}},
-                    {"1", coded(KeyCode::mainRow1, "1"), true, {"jumpToNumberedBookmark(1)"}},
-                    {"9", typed("9"), true, {"jumpToNumberedBookmark(9)"}},
-                    {"0 is typed", typed("0"), false},
-                    {"+", typed("+", shift), true, {"addJumpBookmark"}},
-                    {"Delete edits the filter", named(KeyCode::deleteBackward), false},
-                    {"S types", typed("s"), false},
-                    {"Esc while composing", esc, false, {}, nullptr, true},
-                });
-    expectCases(
-        [](auto& s) {
-            s.showOverlay(Overlay::jumpDialog);
-            s.jumpDialog.selectedPath = QStringLiteral("/tmp");
-        },
-        {
-            {"Delete", named(KeyCode::deleteBackward), true, {"removeJumpBookmark"}},
-            {"ForwardDelete", named(KeyCode::forwardDelete), true, {"removeJumpBookmark"}},
-            {"S", typed("s"), true, {"setStartupFromJumpSelection"}},
-            {"Z is swallowed", typed("z"), true},
-        });
+    // With no row selected, Delete and S edit the filter.
+    expectRows(KeyTables::jumpDialogCommand, nullptr,
+               {{esc, closeJumpDialog},
+                {home, clearJumpSelection},
+                {up, step(moveJumpSelection, -1)},
+                {down, step(moveJumpSelection, 1)},
+                {enter, confirmJumpDialog},
+                {coded(KeyCode::mainRow1, "1"), step(jumpToNumberedBookmark, 1)},
+                {typed("9"), step(jumpToNumberedBookmark, 9)},
+                {typed("0"), passedOn},
+                {typed("12"), passedOn},
+                {typed("+", shift), addJumpBookmark},
+                {backspace, passedOn},
+                {forwardDelete, passedOn},
+                {typed("s"), passedOn},
+                {esc, passedOn, whileComposing}});
+    expectRows(KeyTables::jumpDialogCommand,
+               [](AppState& s) { s.jumpDialog.selectedPath = QStringLiteral("/tmp"); },
+               {{backspace, removeJumpBookmark},
+                {forwardDelete, removeJumpBookmark},
+                {typed("s"), setStartupFromJumpSelection},
+                {typed("5"), step(jumpToNumberedBookmark, 5)},
+                {typedAs("+", "="), addJumpBookmark},
+                {typed("z"), swallowed}});
 }
 
 TEST_F(KeyDispatchTest, GalleryTableWithTheFocusOnIt) {
-    const Arrange gallery = [](auto& s) {
-        s.layoutMode = LayoutMode::filerGallery;
-        s.rightMode = RightPaneMode::gallery;
-        s.focusedSide = PaneSide::right;
-    };
-    expectCases(gallery, {
-                             {"Esc", esc, true, {}, layout(LayoutMode::filerViewer)},
-                             {"Tab", named(KeyCode::tab), true, {}, focusLeft},
-                             {"Shift+Left", named(KeyCode::left, shift), true, {}, focusLeft},
-                             {"Left", named(KeyCode::left), true, {"moveGalleryCursor(-1,0)"}},
-                             {"Right", named(KeyCode::right), true, {"moveGalleryCursor(1,0)"}},
-                             {"Up", named(KeyCode::up), true, {"moveGalleryCursor(0,-1)"}},
-                             {"Down", named(KeyCode::down), true, {"moveGalleryCursor(0,1)"}},
-                             {"/", typed("/"), true, {}, atRoot},
-                             {"Z is swallowed", typed("z"), true},
-                             {"Shift+2", shift2, true, {}, layout(LayoutMode::dualFiler)},
-                         });
-    expectCases(
-        [&](auto& s) {
-            gallery(s);
-            s.gallerySelection = 0;
-        },
-        {{"Enter", named(KeyCode::returnKey), true, {"openGallerySelection(none)"}}});
+    expectRows(KeyTables::galleryCommand, galleryFocused,
+               {{esc, exitGallery},
+                {tab, with(focusPane, left)},
+                {named(KeyCode::left, shift), with(focusPane, left)},
+                {named(KeyCode::right, shift), with(focusPane, right)},
+                {backspace, goToParentDirectory},
+                {typed("-"), goToParentDirectory},
+                {typed("/"), goToRootDirectory},
+                {typed("~", shift), goToHomeDirectory},
+                {leftKey, step(moveGalleryCursor, -1, 0)},
+                {named(KeyCode::right, shift | option), step(moveGalleryCursor, 1, 0)},
+                {up, step(moveGalleryCursor, 0, -1)},
+                {down, step(moveGalleryCursor, 0, 1)},
+                {enter, with(activateSelection, left)},
+                {shift2, with(setLayoutMode, LayoutMode::dualFiler)},
+                {typed("z"), swallowed}});
+    expectRows(KeyTables::galleryCommand,
+               [](AppState& s) {
+                   galleryFocused(s);
+                   s.gallerySelection = 0;
+               },
+               {{enter, KeyCommand::at(openGallerySelection, std::nullopt)}});
 }
 
-TEST_F(KeyDispatchTest, EditorWithTheFocusTakesOnlyEscTabAndLayouts) {
-    const Check editing = has(&AppState::rightMode, RightPaneMode::editor);
-    const Check asks = [](auto& s) { return s.pendingLayoutMode == LayoutMode::filerGallery; };
-    expectCases(
-        [](auto& s) {
-            s.rightMode = RightPaneMode::editor;
-            s.focusedSide = PaneSide::right;
-        },
-        {
-            {"Esc", esc, true, {}, has(&AppState::rightMode, RightPaneMode::viewer)},
-            {"Tab", named(KeyCode::tab), true, {}, focusLeft},
-            {"Shift+3 asks first", coded(KeyCode::mainRow3, "#", shift), true, {}, asks},
-            {"Q is typed", typed("q"), false},
-            {"Down is the editor's", named(KeyCode::down), false},
-            {"Esc while composing", esc, false, {}, editing, true},
-        });
-}
-
-TEST_F(KeyDispatchTest, ViewerWithTheFocusPassesFilerLettersToTheLeftPane) {
-    const KeyEvent shift1 = coded(KeyCode::mainRow1, "!", shift);
-    expectCases(
-        [](auto& s) { s.focusedSide = PaneSide::right; },
-        {
-            {"Tab", named(KeyCode::tab), true, {}, focusLeft},
-            {"Left", named(KeyCode::left), true, {}, focusLeft},
-            {"Right stays", named(KeyCode::right), true, {}, focusRight},
-            {"Down steps on", named(KeyCode::down), true, {"showFilePreview(a.txt)"}, row(2)},
-            {"E", typed("e"), true, {"enterEditor"}},
-            {"Shift+1", shift1, true, {}, focusLeft},
-            {". acts on the left pane", typed("."), true, {}, on(&AppState::showHiddenFiles)},
-            {"Space tags on the left", space, true, {}, row(1)},
-        });
-    expectCases(
-        [](auto& s) {
-            s.focusedSide = PaneSide::right;
-            s.alwaysPreviewMode = true;
-            s.setSelection(2, PaneSide::left);
-        },
-        {{"Shift+1 previews anew", shift1, true, {"showFilePreview(a.txt)"}, focusLeft}});
+TEST_F(KeyDispatchTest, EditorAndViewerTablesWithTheFocusOnThem) {
+    expectRows(KeyTables::editorCommand, editorFocused,
+               {{esc, exitEditorToViewer},
+                {tab, with(focusPane, left)},
+                {shift3, with(setLayoutMode, LayoutMode::filerGallery)},
+                {typed("q"), passedOn},
+                {down, passedOn},
+                {esc, passedOn, whileComposing}});
+    // What VIEWER does not take goes on to the filter and the filer.
+    expectRows(KeyTables::viewerCommand, viewerFocused,
+               {{tab, with(focusPane, left)},
+                {leftKey, with(focusPane, left)},
+                {rightKey, with(focusPane, right)},
+                {up, step(pageAnimatedFrameOrStepViewerFile, -1)},
+                {down, step(pageAnimatedFrameOrStepViewerFile, 1)},
+                {shift1, with(setLayoutMode, LayoutMode::filerViewer)},
+                {typed("e"), enterEditor},
+                {typed("."), passedOn},
+                {space, passedOn},
+                {esc, passedOn}});
 }
 
 TEST_F(KeyDispatchTest, OpenFilterTable) {
-    const auto closedOn = [](int selection) {
-        return [=](auto& s) {
-            return !s.isFilterOpen && s.pane(PaneSide::left).selection == selection;
-        };
+    expectRows(KeyTables::filterCommand, nullptr,
+               {{shift2, with(setLayoutMode, LayoutMode::dualFiler)},
+                {esc, step(closeFilter, true)},
+                {up, step(moveCursor, -1)},
+                {down, step(moveCursor, 1)},
+                {home, moveCursorToTop},
+                {end, moveCursorToBottom},
+                {pageUp, step(moveCursorByPage, -1)},
+                {pageDown, step(moveCursorByPage, 1)},
+                {leftKey, with(closeFilterAndFocusPane, left)},
+                {rightKey, with(closeFilterAndFocusPane, right)},
+                {enter, with(activateSelection, left)},
+                {tab, with(focusPaneAndCloseFilter, right)},
+                {typed("q"), passedOn},
+                {backspace, passedOn},
+                {esc, passedOn, whileComposing}});
+    // In tree mode without a session, the moves are the list's.
+    expectRows(KeyTables::filterCommand,
+               [](AppState& s) { s.pane(PaneSide::left).treeMode = true; },
+               {{up, step(moveCursor, -1)},
+                {leftKey, swallowed},
+                {named(KeyCode::left, shift), with(closeFilterAndFocusPane, left)},
+                {enter, activateTreeSelection}});
+    expectRows(KeyTables::filterCommand, [](AppState& s) { s.toggleTreeMode(); },
+               {{up, step(moveTreeSelection, -1)},
+                {home, treeSelectFirst},
+                {pageDown, step(treePage, 1)},
+                {rightKey, treeStepRight}});
+    // No pane for Enter: the right half holds the gallery and has the focus.
+    expectRows(KeyTables::filterCommand,
+               [](AppState& s) {
+                   s.rightMode = RightPaneMode::gallery;
+                   s.focusedSide = right;
+               },
+               {{enter, swallowed}});
+}
+
+TEST_F(KeyDispatchTest, ModesAreAskedInTheirOrder) {
+    const auto layer = [](const char* name, auto field, auto value) {
+        return Layer{name, [=](AppState& s) { s.*field = value; },
+                     [=](const AppState& s) { return s.*field == value; }};
     };
-    const auto openOn = [](int selection) {
-        return [=](auto& s) {
-            return s.isFilterOpen && s.pane(PaneSide::left).selection == selection;
+    const auto flag = [&](const char* name, bool AppState::*field) {
+        return layer(name, field, true);
+    };
+    const auto overlay = [](const char* name, Overlay which) {
+        return Layer{name,
+                     [=](AppState& s) {
+                         s.createItemPrompt.kind = CreateItemKind::file;
+                         s.showOverlay(which);
+                     },
+                     [=](const AppState& s) { return s.isOpen(which); }};
+    };
+    const Layer dialog =
+        layer("dialog", &AppState::errorMessage, std::optional<QString>(QStringLiteral("boom")));
+    const Layer fileSearch = flag("file search", &AppState::isFileSearchMode);
+    // The dialog first; the text and attribute prompts before the search form.
+    for (const Layer& prompt : {overlay("create prompt", Overlay::createItemPrompt),
+                                overlay("wildcard prompt", Overlay::wildcardPrompt),
+                                overlay("rename prompt", Overlay::renamePrompt),
+                                overlay("attribute prompt", Overlay::attributePrompt),
+                                overlay("copy path prompt", Overlay::copyMovePathPrompt)}) {
+        expectEscPeels({dialog, prompt, fileSearch});
+    }
+    // The search form before the pickers.
+    for (const Layer& picker : {overlay("sort picker", Overlay::sortPicker),
+                                overlay("volume picker", Overlay::volumePicker),
+                                overlay("jump dialog", Overlay::jumpDialog)}) {
+        expectEscPeels({dialog, fileSearch, picker});
+    }
+    expectEscPeels({overlay("open-with picker", Overlay::openWithPicker)});
+    const Layer jumpDialog = overlay("jump dialog", Overlay::jumpDialog);
+    // Then the right half with the focus, the filter, and the filer.
+    const Layer gallery{"gallery", galleryFocused,
+                        [](const AppState& s) { return s.layoutMode == LayoutMode::filerGallery; }};
+    const Layer editor{"editor", editorFocused,
+                       [](const AppState& s) { return s.rightMode == RightPaneMode::editor; }};
+    const Layer filter = flag("filter", &AppState::isFilterOpen);
+    const Layer treeMode{"tree mode", [](AppState& s) { s.pane(left).treeMode = true; },
+                         [](const AppState& s) { return s.pane(left).treeMode; }};
+    expectEscPeels({jumpDialog, gallery, filter, treeMode});
+    expectEscPeels({editor, filter});
+    // VIEWER takes no Esc: it reaches the filter behind it.
+    expectEscPeels({{"filter behind VIEWER",
+                     [](AppState& s) {
+                         viewerFocused(s);
+                         s.isFilterOpen = true;
+                     },
+                     [](const AppState& s) { return s.isFilterOpen; }}});
+}
+
+TEST_F(KeyDispatchTest, AStandingDialogSwallowsEverythingButCommandKeys) {
+    const Check untouched = [](const AppState& s) {
+        return !s.isFilterOpen && !s.pendingQuit && s.pane(left).selection == 0 &&
+               s.focusedSide == left;
+    };
+    expectCases([](AppState& s) { s.errorMessage = QStringLiteral("boom"); },
+                {{"F", typed("f"), true, untouched},
+                 {"Q", typed("q"), true, untouched},
+                 {"Down", down, true, untouched},
+                 {"Tab", tab, true, untouched},
+                 {"Esc", esc, true},
+                 {"Z", typed("z"), true},
+                 {"Command+C", typed("c", KeyModifier::command), false}});
+}
+
+TEST_F(KeyDispatchTest, FilerKeysRunTheirCommandsOnTheLeftPane) {
+    const QString sub = dir.filePath(QStringLiteral("sub"));
+    const auto deleting = [](bool folders) {
+        return [=](const AppState& s) {
+            return s.pendingDelete && s.pendingDelete->deletingFolders == folders;
         };
     };
     expectCases(
-        [](auto& s) {
+        [&](AppState& s) { s.setSelection(2, left); }, // a.txt
+        {{".", typed("."), true, on(&AppState::showHiddenFiles)},
+         {"Shift+period", coded(KeyCode::period, ">", shift), true,
+          on(&AppState::showAllFileExtensions)},
+         {"L", typed("l"), true, off(&AppState::showLocalizedNames)},
+         {"T", typed("t"), true, inTreeMode(true)},
+         {"F", typed("f"), true, on(&AppState::isFilterOpen)},
+         {"S", typed("s"), true, opened(Overlay::sortPicker)},
+         {"G", typed("g"), true, layout(LayoutMode::filerGallery)},
+         {"Q", typed("q"), true, on(&AppState::pendingQuit)},
+         {"W", typed("w"), true, opened(Overlay::wildcardPrompt)},
+         {"/", typed("/"), true, atRoot},
+         {"~", typed("~", shift), true, leftIn(PathUtils::homeDirectory())},
+         {"P", typed("p"), true, both(on(&AppState::alwaysPreviewMode), showing("a.txt"))},
+         {"K", typed("k"), true, creating(CreateItemKind::folder)},
+         {"I", typed("i"), true, creating(CreateItemKind::file)},
+         {"C", typed("c"), true, askingPath(CopyMove::copy)},
+         {"M", typed("m"), true, askingPath(CopyMove::move)},
+         {"D", typed("d"), true, deleting(false)},
+         {"Space", space, true,
+          [](const AppState& s) { return s.taggedKeys.size() == 1 && row(3)(s); }},
+         {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)},
+         {"Shift+Option+2", coded(KeyCode::mainRow2, "€", shift | option), false},
+         {"Right", rightKey, true, focusRight},
+         {"Enter on a file", enter, true, showing("a.txt")},
+         {"Tab", tab, true, focusRight},
+         {"Home", home, true, row(0)},
+         {"End", end, true, row(3)},
+         {"PageUp", pageUp, true, row(0)},
+         {"PageDown", pageDown, true, row(3)},
+         {"Up", up, true, row(1)},
+         {"Down", down, true, row(3)},
+         {"Z", typed("z"), false},
+         {"a key without characters", named(KeyCode::other), false},
+         {"Command+Q", typed("q", KeyModifier::command), false, off(&AppState::pendingQuit)}});
+    // On the folder: Enter goes in, Shift+D asks to delete the folder.
+    expectCases([](AppState& s) { s.setSelection(1, left); },
+                {{"Enter on a folder", keypadEnter, true, leftIn(sub)},
+                 {"Shift+D", typed("D", shift), true, deleting(true)}});
+    expectCases([&](AppState& s) { s.openLocation(FilerLocation::directory(sub), left, {}); },
+                {{"Delete", backspace, true, leftIn(dir.path())},
+                 {"-", typed("-"), true, leftIn(dir.path())},
+                 {"O", typed("o"), true, leftIn(dir.path())}});
+    expectCases([](AppState& s) { s.toggleTreeMode(); },
+                {{"Esc leaves tree mode", esc, true, inTreeMode(false)}});
+}
+
+TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
+    // The right half holds neither VIEWER nor a filer, and has the focus.
+    const Arrange noActiveSide = [](AppState& s) {
+        s.rightMode = RightPaneMode::gallery;
+        s.focusedSide = right;
+        s.setSelection(2, left);
+    };
+    const Check unchanged = [](const AppState& s) {
+        return s.pane(left).selection == 2 && s.taggedKeys.isEmpty() && !s.isFilterOpen &&
+               !s.isOpen(Overlay::sortPicker) && !s.isOpen(Overlay::wildcardPrompt);
+    };
+    const auto still = [&](const char* name, KeyEvent event) {
+        return KeyCase{name, event, true, unchanged};
+    };
+    expectCases(noActiveSide, {still("Space", space), still("Down", down), still("End", end),
+                               still("F", typed("f")), still("S", typed("s")),
+                               still("W", typed("w")), still("Enter", enter)});
+}
+
+TEST_F(KeyDispatchTest, TheRightHalfWithTheFocusRunsItsKeys) {
+    const Check asks = [](const AppState& s) {
+        return s.pendingLayoutMode == LayoutMode::filerGallery;
+    };
+    expectCases(galleryFocused, {{"Esc", esc, true, layout(LayoutMode::filerViewer)},
+                                 {"Tab", tab, true, focusLeft},
+                                 {"Shift+Left", named(KeyCode::left, shift), true, focusLeft},
+                                 {"/", typed("/"), true, atRoot},
+                                 {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)}});
+    expectCases(editorFocused,
+                {{"Shift+3 asks first", shift3, true, asks}, {"Tab", tab, true, focusLeft}});
+    expectCases(viewerFocused,
+                {{"Left", leftKey, true, focusLeft},
+                 {"Right stays", rightKey, true, focusRight},
+                 {"Down steps on", down, true, both(row(2), showing("a.txt"))},
+                 {"Shift+1", shift1, true, focusLeft},
+                 {". acts on the left pane", typed("."), true, on(&AppState::showHiddenFiles)},
+                 {"Space tags on the left", space, true, row(1)}});
+    expectCases(
+        [](AppState& s) {
+            viewerFocused(s);
+            s.alwaysPreviewMode = true;
+            s.setSelection(2, left);
+        },
+        {{"Shift+1 previews anew", shift1, true, both(focusLeft, showing("a.txt"))}});
+}
+
+TEST_F(KeyDispatchTest, OpenFilterKeysMoveTheListAndLeaveTheField) {
+    const auto filterOn = [](bool open, int selection) {
+        return [=](const AppState& s) { return s.isFilterOpen == open && row(selection)(s); };
+    };
+    expectCases(
+        [](AppState& s) {
             s.openFilter();
             s.filterQuery = QStringLiteral("b.t");
             s.applyFilter();
-            s.setSelection(1, PaneSide::left); // "b.txt" in ("..", "b.txt")
+            s.setSelection(1, left); // "b.txt" in ("..", "b.txt")
         },
-        {
-            {"Esc keeps the row", esc, true, {}, closedOn(3)},
-            {"Tab keeps the index", named(KeyCode::tab), true, {}, both(closedOn(1), focusRight)},
-            {"Right leaves",
-             named(KeyCode::right),
-             true,
-             {},
-             both(off(&AppState::isFilterOpen), focusRight)},
-            {"Up moves the list's cursor", named(KeyCode::up), true, {}, openOn(0)},
-            {"Home", named(KeyCode::home), true, {}, openOn(0)},
-            {"Enter shows the file", named(KeyCode::returnKey), true, {"showFilePreview(b.txt)"}},
-            {"Shift+2", shift2, true, {}, layout(LayoutMode::dualFiler)},
-            {"Q is typed into the field", typed("q"), false},
-            {"Delete edits the field", named(KeyCode::deleteBackward), false},
-            {"Esc while composing", esc, false, {}, on(&AppState::isFilterOpen), true},
-        });
+        {{"Esc keeps the row", esc, true, filterOn(false, 3)},
+         {"Tab keeps the index", tab, true, both(filterOn(false, 1), focusRight)},
+         {"Right leaves", rightKey, true, both(off(&AppState::isFilterOpen), focusRight)},
+         {"Up moves the list's cursor", up, true, filterOn(true, 0)},
+         {"Home", home, true, filterOn(true, 0)},
+         {"Enter shows the file", enter, true, showing("b.txt")},
+         {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)},
+         {"Q is typed into the field", typed("q"), false},
+         {"Esc while composing", esc, false, on(&AppState::isFilterOpen), whileComposing}});
 }
 
 TEST_F(KeyDispatchTest, ShiftAloneIsTrackedAndCommandLeavesItAlone) {
-    auto state = makeState(nullptr);
-    state->handleFlagsChanged(named(KeyCode::other, shift));
-    EXPECT_TRUE(state->isShiftKeyDown);
-    state->handleFlagsChanged(named(KeyCode::other, shift | KeyModifier::option));
-    EXPECT_FALSE(state->isShiftKeyDown);
-    state->handleFlagsChanged(named(KeyCode::other, shift));
-    state->handleKeyDown(typed("c", KeyModifier::command));
-    EXPECT_TRUE(state->isShiftKeyDown);
-    state->handleKeyDown(typed("z"));
-    EXPECT_FALSE(state->isShiftKeyDown);
+    AppState& s = fresh(nullptr);
+    s.handleFlagsChanged(named(KeyCode::other, shift));
+    EXPECT_TRUE(s.isShiftKeyDown);
+    s.handleFlagsChanged(named(KeyCode::other, shift | option));
+    EXPECT_FALSE(s.isShiftKeyDown);
+    s.handleFlagsChanged(named(KeyCode::other, shift));
+    s.handleKeyDown(typed("c", KeyModifier::command));
+    EXPECT_TRUE(s.isShiftKeyDown);
+    s.handleKeyDown(typed("z"));
+    EXPECT_FALSE(s.isShiftKeyDown);
 }
 
 } // namespace

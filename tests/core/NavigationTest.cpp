@@ -1,6 +1,7 @@
 // Cursor, folders and layouts in real temporary folders.
 #include "core/KeyTestSupport.h"
 
+#include "core/AppState.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
@@ -21,7 +22,7 @@ protected:
         dir.makeFile(QStringLiteral("c.txt"));
         dir.makeFile(QStringLiteral("d.txt"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<RecordingState>(preferences);
+        state = std::make_unique<AppState>(preferences);
         state->refreshAll();
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
@@ -35,7 +36,7 @@ protected:
 
     MemoryPreferences preferences;
     TestDir dir;
-    std::unique_ptr<RecordingState> state;
+    std::unique_ptr<AppState> state;
 };
 
 TEST_F(NavigationTest, GoingUpReselectsTheFolderLeftWhenItIsOnShow) {
@@ -181,23 +182,28 @@ TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShowAndWrap) {
     EXPECT_EQ(state->animatedFrameIndex, 0);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
 
+    // A picture with frames on show takes the arrows.
     state->viewerKind = ViewerContentKind::preview;
+    state->animatedPreviewInfo = AnimatedImageInfo{2, QStringLiteral("GIF")};
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));
     EXPECT_EQ(state->animatedFrameIndex, 1);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
 }
 
 TEST_F(NavigationTest, ViewerStepsOverFoldersAndStopsAtTheEnds) {
+    const auto shown = [&](const char* name) {
+        return PathUtils::standardizedPath(dir.filePath(QString::fromUtf8(name)));
+    };
     state->editorURL = dir.filePath(QStringLiteral("c.txt"));
     state->setSelection(3, PaneSide::left);
-    state->calls.clear();
+    const uint64_t loads = state->previewLoadGeneration;
     EXPECT_TRUE(state->stepViewerFile(-1));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
-    EXPECT_TRUE(state->calls.isEmpty());
+    EXPECT_EQ(state->previewLoadGeneration, loads) << "nothing new to show";
     EXPECT_TRUE(state->stepViewerFile(1));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
     EXPECT_EQ(state->focusedSide, PaneSide::right);
-    EXPECT_TRUE(state->calls.contains(QStringLiteral("showFilePreview(d.txt)")));
+    EXPECT_EQ(state->editorURL, shown("d.txt"));
     state->applyLayoutMode(LayoutMode::dualFiler);
     EXPECT_FALSE(state->stepViewerFile(1));
 }

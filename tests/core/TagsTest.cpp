@@ -1,6 +1,7 @@
 // Tagging by Space and by wildcard pattern, and what the tags resolve to.
 #include "core/KeyTestSupport.h"
 
+#include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/PaneRows.h"
@@ -21,7 +22,7 @@ protected:
         }
         dir.makeFolder(QStringLiteral("folder.txt"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<RecordingState>(preferences);
+        state = std::make_unique<AppState>(preferences);
         state->refreshAll();
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
@@ -45,7 +46,7 @@ protected:
 
     MemoryPreferences preferences;
     TestDir dir;
-    std::unique_ptr<RecordingState> state;
+    std::unique_ptr<AppState> state;
 };
 
 TEST_F(TagsTest, WildcardPatternsMatchWholeNamesIgnoringCase) {

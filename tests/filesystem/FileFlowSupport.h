@@ -3,6 +3,7 @@
 // Shared by the copy, move, delete and attribute flow tests: a state over
 // real temporary folders, keys, and waiting for work on the worker thread.
 #include "../core/KeyTestSupport.h"
+#include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"

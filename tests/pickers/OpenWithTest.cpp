@@ -3,6 +3,7 @@
 // script that writes the path it was given into a marker file, so a test can
 // see which one was started and with what.
 #include "../core/KeyTestSupport.h"
+#include "core/AppState.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"

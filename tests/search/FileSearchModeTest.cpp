@@ -1,6 +1,7 @@
 // File search mode driven through the state: entering and leaving, the wait
 // before a scan, the form's choices, the moves over the hits and the folder box.
 #include "../core/KeyTestSupport.h"
+#include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/FolderSearchService.h"
@@ -15,17 +16,6 @@
 #include <gtest/gtest.h>
 
 namespace {
-
-// Counts the scans that the wait lets through.
-class CountingState : public AppState {
-public:
-    using AppState::AppState;
-    void runScheduledFileSearch() override {
-        ++scans;
-        AppState::runScheduledFileSearch();
-    }
-    int scans = 0;
-};
 
 using KeyTest::named;
 
@@ -42,7 +32,7 @@ protected:
         dir.makeFolder(QStringLiteral("music/alpha-live"));
         dir.makeFolder(QStringLiteral("docs/old"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<CountingState>(preferences);
+        state = std::make_unique<AppState>(preferences);
         state->fileSearchDebounceMilliseconds = kShortWait;
         state->refreshAll();
     }
@@ -66,19 +56,20 @@ protected:
 
     MemoryPreferences preferences;
     TestDir dir;
-    std::unique_ptr<CountingState> state;
+    std::unique_ptr<AppState> state;
 };
 
 TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
     state->enterFileSearchMode();
     typeQuery(QStringLiteral("a"));
+    QSignalSpy scans(state->fileSearchDebounceTask, &QTimer::timeout);
     typeQuery(QStringLiteral("al"));
     typeQuery(QStringLiteral("alp"));
-    EXPECT_EQ(state->scans, 0);
+    EXPECT_EQ(scans.count(), 0);
     EXPECT_FALSE(state->folderSearch->isSearching());
     ASSERT_TRUE(waitForScan());
     QTest::qWait(3 * kShortWait);
-    EXPECT_EQ(state->scans, 1);
+    EXPECT_EQ(scans.count(), 1);
     EXPECT_EQ(hitPaths(),
               QStringList({"music/alpha-live", "alpha.txt", "alps.txt", "music/alpine.mp3"}));
 }
@@ -88,10 +79,11 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     ASSERT_TRUE(state->isFileSearchMode);
     // Esc while the wait runs: no scan starts.
     typeQuery(QStringLiteral("alp"));
+    QSignalSpy scans(state->fileSearchDebounceTask, &QTimer::timeout);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
     EXPECT_FALSE(state->isFileSearchMode);
     QTest::qWait(4 * kShortWait);
-    EXPECT_EQ(state->scans, 0);
+    EXPECT_EQ(scans.count(), 0);
 
     // Esc while the scan runs: its hits never arrive.
     state->enterFileSearchMode();
