@@ -198,9 +198,10 @@ void AppState::openFileInEditor(const QString& url) {
 
 void AppState::offerExternalOpenForLargeFile(const QString& url) {
     const QString path = PathUtils::standardizedPath(url);
-    textFileByteSize = fileSize(path).value_or(0);
     pendingLargeEditURL = path;
+    // VIEWER's load forgets the size it had; the question tells it at once.
     loadViewerContent(path);
+    textFileByteSize = fileSize(path).value_or(0);
     dosDialogActionIndex = 0;
     notifyChanged();
 }

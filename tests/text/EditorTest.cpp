@@ -99,11 +99,15 @@ TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
     t.enterEditor();
     EXPECT_EQ(t.pendingLargeEditURL, big);
     EXPECT_EQ(t.editorURL, big) << "VIEWER shows it meanwhile";
-    // VIEWER's load starts with its size unknown; the size is told once it is back.
-    EXPECT_TRUE(QTest::qWaitFor([&] { return !t.isViewerLoading; }, 5000));
-    EXPECT_EQ(dialogTitle(), QStringLiteral("LARGE FILE"));
-    EXPECT_TRUE(
-        currentDosDialog(t)->message.startsWith(QStringLiteral("このファイルは 256.0 KB（")));
+    // The size is told at once, while VIEWER's load is still under way, and
+    // still after it is back.
+    for (int pass = 0; pass < 2; ++pass) {
+        EXPECT_EQ(dialogTitle(), QStringLiteral("LARGE FILE"));
+        EXPECT_TRUE(
+            currentDosDialog(t)->message.startsWith(QStringLiteral("このファイルは 256.0 KB（")))
+            << currentDosDialog(t)->message.toStdString();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return !t.isViewerLoading; }, 5000));
+    }
     // X sends it to open-with, never to EDITOR.
     t.handleDosDialogKey(QStringLiteral("x"), KeyCode::other, false);
     EXPECT_FALSE(t.pendingLargeEditURL);
