@@ -12,6 +12,7 @@
 #include "ui/StatusBarView.h"
 #include "ui/TreeFilerPaneView.h"
 
+#include <QCloseEvent>
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QScreen>
@@ -164,4 +165,15 @@ void ContentView::rebuildRightHalf() {
     if (m_overlay) {
         m_overlay->raise();
     }
+}
+
+// The window's close button leaves the program; unsaved EDITOR text is asked
+// about first, and the window stays while the question stands.
+void ContentView::closeEvent(QCloseEvent* event) {
+    if (m_state.rightMode == RightPaneMode::editor && m_state.isDirty) {
+        event->ignore();
+        m_state.quitNow();
+        return;
+    }
+    QWidget::closeEvent(event);
 }

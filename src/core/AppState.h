@@ -249,6 +249,14 @@ public:
     void enterEditor();
     void saveEditor();
     void finishExitEditor(bool save);
+    // Runs then at once, or, while EDITOR holds unsaved text, after the save
+    // question has been answered with Save (and the save went well) or Don't
+    // Save; Cancel drops it. Every way that would replace or close the text
+    // goes through here.
+    void whenEditorTextIsSafe(std::function<void()> then);
+    // Leaves the program now, after the save question if EDITOR holds
+    // unsaved text (the desktop's Quit and the window's close button).
+    void quitNow();
     void showEncodingPicker();
     bool canChangeSaveEncoding() const;
     void clearViewer();
@@ -535,4 +543,6 @@ private:
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;
+    // What waits for the answer to the save question, if anything.
+    std::function<void()> m_afterEditorSaveQuestion;
 };

@@ -23,8 +23,13 @@ double AppState::systemWallClock() {
     return double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
 }
 
-// From EDITOR the dialog asks first, dirty or not; its yes applies the mode.
+// From EDITOR the dialog asks first; its yes applies the mode. Unsaved text
+// is asked about with the save question instead, whose answer then switches.
 void AppState::setLayoutMode(LayoutMode mode) {
+    if (rightMode == RightPaneMode::editor && isDirty) {
+        whenEditorTextIsSafe([this, mode] { applyLayoutMode(mode); });
+        return;
+    }
     if (rightMode == RightPaneMode::editor) {
         pendingLayoutMode = mode;
         dosDialogActionIndex = 0;
@@ -57,8 +62,13 @@ void AppState::applyLayoutMode(LayoutMode mode) {
     notifyChanged();
 }
 
-// Unlike setLayoutMode it asks nothing, not even from EDITOR.
+// Unlike setLayoutMode it asks nothing from EDITOR, but unsaved text is
+// never dropped without the save question.
 void AppState::toggleRightPaneMode() {
+    if (rightMode == RightPaneMode::editor && isDirty) {
+        whenEditorTextIsSafe([this] { toggleRightPaneMode(); });
+        return;
+    }
     if (layoutMode != LayoutMode::dualFiler && rightMode != RightPaneMode::filer) {
         applyLayoutMode(LayoutMode::dualFiler);
         return;
@@ -132,7 +142,13 @@ void AppState::syncPreview() {
     showEntryInViewer(*entry);
 }
 
+// A file chosen while EDITOR holds unsaved text is shown after the save
+// question.
 void AppState::showEntryInViewer(const FileEntry& entry) {
+    if (rightMode == RightPaneMode::editor && isDirty) {
+        whenEditorTextIsSafe([this, entry] { showEntryInViewer(entry); });
+        return;
+    }
     if (entry.zipArchiveURL && entry.zipEntryPath) {
         showArchivePreview(entry);
     } else {

@@ -83,7 +83,10 @@ void AppState::requestQuit() {
     if (somethingStands) {
         return;
     }
-    pendingQuit = true;
-    dosDialogActionIndex = 0;
-    notifyChanged();
+    // Unsaved EDITOR text is asked about first; the quit question follows.
+    whenEditorTextIsSafe([this] {
+        pendingQuit = true;
+        dosDialogActionIndex = 0;
+        notifyChanged();
+    });
 }

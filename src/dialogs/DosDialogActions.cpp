@@ -169,6 +169,7 @@ void AppState::cancelDosDialog() {
         pendingLayoutMode.reset();
     } else if (pendingExitEditorToViewer) {
         pendingExitEditorToViewer = false;
+        m_afterEditorSaveQuestion = nullptr;
     } else if (pendingQuit) {
         pendingQuit = false;
     } else if (isEncodingPickerOpen) {

@@ -110,8 +110,6 @@ void AppState::activateTreeSelection() {
                          *side, std::nullopt);
             leaveTreeMode(*side);
         }
-    } else if (entry.zipArchiveURL && entry.zipEntryPath && !entry.isDirectory) {
-        showArchivePreview(entry);
     } else {
         showEntryInViewer(entry);
     }

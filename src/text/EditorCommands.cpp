@@ -10,12 +10,15 @@
 #include "preview/PreviewSelection.h"
 #include "text/TextDecoding.h"
 
+#include <QCoreApplication>
 #include <QFile>
 
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <utility>
 
 namespace {
 
@@ -261,12 +264,31 @@ void AppState::saveEditor() {
 
 void AppState::finishExitEditor(bool save) {
     pendingExitEditorToViewer = false;
+    std::function<void()> then = std::exchange(m_afterEditorSaveQuestion, nullptr);
     if (save && !writeEditorText(*this)) {
         notifyChanged();
         return;
     }
     isDirty = false;
     exitEditorToViewer();
+    if (then) {
+        then();
+    }
+}
+
+void AppState::whenEditorTextIsSafe(std::function<void()> then) {
+    if (rightMode != RightPaneMode::editor || !isDirty) {
+        then();
+        return;
+    }
+    m_afterEditorSaveQuestion = std::move(then);
+    pendingExitEditorToViewer = true;
+    dosDialogActionIndex = 0;
+    notifyChanged();
+}
+
+void AppState::quitNow() {
+    whenEditorTextIsSafe([] { QCoreApplication::exit(0); });
 }
 
 bool AppState::canChangeSaveEncoding() const {

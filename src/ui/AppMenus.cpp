@@ -5,7 +5,6 @@
 #include "ui/Palette.h"
 
 #include <QAction>
-#include <QCoreApplication>
 #include <QMenu>
 
 namespace {
@@ -42,41 +41,53 @@ AppMenus::AppMenus(AppState& state, QWidget* parent)
     m_fontSizeMenu = addMenu(QString());
     rebuildChoiceMenus();
     connect(&m_state, &AppState::changed, this, &AppMenus::rebuildChoiceMenus);
+    connect(&m_state, &AppState::changed, this, &AppMenus::followFileJob);
 }
 
 void AppMenus::buildFileMenu() {
     QMenu* file = addMenu(QStringLiteral("File"));
-    file->addAction(QStringLiteral("Search Files…"), QKeySequence(Qt::CTRL | Qt::Key_F), this,
-                    [this] { m_state.enterFileSearchMode(); });
-    file->addAction(QStringLiteral("Save"), QKeySequence(Qt::CTRL | Qt::Key_S), this,
-                    [this] { m_state.saveEditor(); });
+    m_fileItems << file->addAction(QStringLiteral("Search Files…"),
+                                   QKeySequence(Qt::CTRL | Qt::Key_F), this,
+                                   [this] { m_state.enterFileSearchMode(); });
+    m_fileItems << file->addAction(QStringLiteral("Save"), QKeySequence(Qt::CTRL | Qt::Key_S), this,
+                                   [this] { m_state.saveEditor(); });
     // The desktop's own Quit, as a system menu would give it: it ends the
-    // program at once and does not ask as the key Q does.
+    // program without the question the key Q asks, unless EDITOR holds
+    // unsaved text.
     file->addSeparator();
     file->addAction(QStringLiteral("Quit"), QKeySequence(Qt::CTRL | Qt::Key_Q), this,
-                    [] { QCoreApplication::exit(0); });
+                    [this] { m_state.quitNow(); });
 }
 
 void AppMenus::buildViewMenu() {
     QMenu* view = addMenu(QStringLiteral("View"));
-    view->addAction(QStringLiteral("Layout: 2 Filers"), this,
-                    [this] { m_state.setLayoutMode(LayoutMode::dualFiler); });
-    view->addAction(QStringLiteral("Layout: Viewer"), this,
-                    [this] { m_state.setLayoutMode(LayoutMode::filerViewer); });
-    view->addAction(QStringLiteral("Layout: Gallery"), this,
-                    [this] { m_state.setLayoutMode(LayoutMode::filerGallery); });
-    view->addAction(QStringLiteral("Right Pane: Editor"), QKeySequence(Qt::CTRL | Qt::Key_E), this,
-                    [this] { m_state.enterEditor(); });
-    view->addAction(QStringLiteral("Right Pane: Filer"),
-                    QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), this,
-                    [this] { m_state.setLayoutMode(LayoutMode::dualFiler); });
-    view->addAction(QStringLiteral("Toggle Right Pane Mode"), QKeySequence(Qt::CTRL | Qt::Key_1),
-                    this, [this] { m_state.toggleRightPaneMode(); });
-    view->addAction(QStringLiteral("Refresh Filer"), QKeySequence(Qt::CTRL | Qt::Key_R), this,
-                    &AppMenus::refreshFilerPane);
-    view->addAction(QStringLiteral("Refresh All Filers"),
-                    QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R), this,
-                    [this] { m_state.refreshAll(); });
+    m_fileItems << view->addAction(QStringLiteral("Layout: 2 Filers"), this,
+                                   [this] { m_state.setLayoutMode(LayoutMode::dualFiler); });
+    m_fileItems << view->addAction(QStringLiteral("Layout: Viewer"), this,
+                                   [this] { m_state.setLayoutMode(LayoutMode::filerViewer); });
+    m_fileItems << view->addAction(QStringLiteral("Layout: Gallery"), this,
+                                   [this] { m_state.setLayoutMode(LayoutMode::filerGallery); });
+    m_fileItems << view->addAction(QStringLiteral("Right Pane: Editor"),
+                                   QKeySequence(Qt::CTRL | Qt::Key_E), this,
+                                   [this] { m_state.enterEditor(); });
+    m_fileItems << view->addAction(QStringLiteral("Right Pane: Filer"),
+                                   QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F), this,
+                                   [this] { m_state.setLayoutMode(LayoutMode::dualFiler); });
+    m_fileItems << view->addAction(QStringLiteral("Toggle Right Pane Mode"),
+                                   QKeySequence(Qt::CTRL | Qt::Key_1), this,
+                                   [this] { m_state.toggleRightPaneMode(); });
+    m_fileItems << view->addAction(QStringLiteral("Refresh Filer"),
+                                   QKeySequence(Qt::CTRL | Qt::Key_R), this,
+                                   &AppMenus::refreshFilerPane);
+    m_fileItems << view->addAction(QStringLiteral("Refresh All Filers"),
+                                   QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R), this,
+                                   [this] { m_state.refreshAll(); });
+}
+
+void AppMenus::followFileJob() {
+    for (QAction* item : std::as_const(m_fileItems)) {
+        item->setEnabled(!m_state.isFileOperationRunning);
+    }
 }
 
 void AppMenus::refreshFilerPane() {

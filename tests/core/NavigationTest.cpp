@@ -144,10 +144,14 @@ TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
     EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
     EXPECT_EQ(state->focusedSide, PaneSide::left);
-    // From EDITOR with unsaved text the toggle asks nothing.
+    // From EDITOR the toggle asks no layout question; unsaved text still gets
+    // the save question, and Don't Save lets the toggle go on.
     state->rightMode = RightPaneMode::editor;
     state->isDirty = true;
     state->toggleRightPaneMode();
+    EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
+    EXPECT_TRUE(state->pendingExitEditorToViewer);
+    state->finishExitEditor(false);
     EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
     EXPECT_FALSE(state->pendingLayoutMode);
 }

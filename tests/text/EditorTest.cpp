@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <ostream>
 
 inline void PrintTo(const QString& text, std::ostream* out) {
@@ -327,6 +328,68 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
     EXPECT_FALSE(s.isDirty);
     viewerReadsTheDisk();
+}
+
+// Every way that would replace or close unsaved text asks the save question
+// first: Cancel keeps the text and does nothing, Don't Save goes on, Save
+// writes the file and goes on.
+TEST_F(EditorTest, EveryWayOutOfUnsavedTextAsksFirst) {
+    dir.makeFile(QStringLiteral("other.txt"), "other");
+    const QString path = dir.filePath(QStringLiteral("draft.txt"));
+    const struct {
+        const char* name;
+        std::function<void(AppState&)> leave;
+        std::function<bool(const AppState&)> wentOn;
+    } ways[] = {
+        {"Enter on another file",
+         [](AppState& s) {
+             s.focusedSide = PaneSide::left;
+             s.setSelection(s.pane(PaneSide::left).selection + 1, PaneSide::left); // other.txt
+             s.handleKeyDown(
+                 KeyEvent{KeyCode::returnKey, QStringLiteral("\r"), QStringLiteral("\r"), {}});
+         },
+         [](const AppState& s) { return s.editorURL && s.editorURL->endsWith("other.txt"); }},
+        {"Enter on a file of the tree",
+         [](AppState& s) {
+             s.focusedSide = PaneSide::left;
+             s.toggleTreeMode();
+             s.handleKeyDown(KeyEvent{KeyCode::right, std::nullopt, std::nullopt, {}});
+             s.activateTreeSelection();
+         },
+         [](const AppState& s) { return s.rightMode == RightPaneMode::viewer; }},
+        {"a layout from the menu", [](AppState& s) { s.setLayoutMode(LayoutMode::dualFiler); },
+         [](const AppState& s) { return s.layoutMode == LayoutMode::dualFiler; }},
+        {"the right pane toggled", [](AppState& s) { s.toggleRightPaneMode(); },
+         [](const AppState& s) { return s.rightMode == RightPaneMode::filer; }},
+        {"Q", [](AppState& s) { s.requestQuit(); },
+         [](const AppState& s) { return s.pendingQuit; }},
+    };
+    for (const auto& way : ways) {
+        for (const char* answer : {"cancel", "discard", "save"}) {
+            SCOPED_TRACE(std::string(way.name) + ", " + answer);
+            dir.makeFile(QStringLiteral("draft.txt"), "stored");
+            AppState& s = editing(QStringLiteral("draft.txt"), "stored");
+            s.updateEditorText(QStringLiteral("typed"));
+            way.leave(s);
+            ASSERT_EQ(dialogTitle(), QStringLiteral("SAVE"));
+            EXPECT_EQ(s.editorText, QStringLiteral("typed"));
+            EXPECT_FALSE(way.wentOn(s));
+            if (QLatin1String(answer) == QLatin1String("cancel")) {
+                s.handleDosDialogKey(std::nullopt, KeyCode::escape, false);
+                EXPECT_EQ(s.rightMode, RightPaneMode::editor);
+                EXPECT_EQ(s.editorText, QStringLiteral("typed"));
+                EXPECT_TRUE(s.isDirty);
+                EXPECT_FALSE(way.wentOn(s));
+                EXPECT_FALSE(currentDosDialog(s));
+                continue;
+            }
+            const bool save = QLatin1String(answer) == QLatin1String("save");
+            s.handleDosDialogKey(QString::fromLatin1(save ? "y" : "n"), KeyCode::other, false);
+            EXPECT_EQ(readBytes(path), save ? QByteArray("typed") : QByteArray("stored"));
+            EXPECT_TRUE(way.wentOn(s));
+            EXPECT_TRUE(QTest::qWaitFor([&] { return !s.isViewerLoading; }, 5000));
+        }
+    }
 }
 
 } // namespace

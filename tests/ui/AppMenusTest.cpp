@@ -78,6 +78,30 @@ TEST_F(AppMenusTest, ItemsRunTheirCommandsPastAStandingDialog) {
     EXPECT_TRUE(state->isFileSearchMode);
 }
 
+// A save or a reload by mouse while a move runs could land on a file the
+// move then takes away: the items that touch files and panes wait, Quit and
+// the choice menus do not.
+TEST_F(AppMenusTest, FileItemsAreInertWhileACopyOrMoveRuns) {
+    state->isFileOperationRunning = true;
+    state->notifyChanged();
+    QCoreApplication::processEvents();
+    for (const char* title : {"Search Files…", "Save", "Layout: 2 Filers", "Refresh Filer",
+                              "Refresh All Filers", "Toggle Right Pane Mode"}) {
+        QAction* item = findAction(*menus, QString::fromUtf8(title));
+        ASSERT_TRUE(item) << title;
+        EXPECT_FALSE(item->isEnabled()) << title;
+    }
+    findAction(*menus, QStringLiteral("Layout: 2 Filers"))->trigger();
+    EXPECT_NE(state->layoutMode, LayoutMode::dualFiler);
+    EXPECT_TRUE(findAction(*menus, QStringLiteral("Quit"))->isEnabled());
+
+    state->isFileOperationRunning = false;
+    state->notifyChanged();
+    QCoreApplication::processEvents();
+    findAction(*menus, QStringLiteral("Layout: 2 Filers"))->trigger();
+    EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
+}
+
 TEST_F(AppMenusTest, ChoiceMenusMarkTheCurrentLanguageAndSize) {
     EXPECT_NE(findAction(*menus, QStringLiteral("✓ English")), nullptr);
     EXPECT_NE(findAction(*menus, QStringLiteral("    日本語")), nullptr);
