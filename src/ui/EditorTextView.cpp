@@ -1,6 +1,7 @@
 #include "ui/EditorTextView.h"
 
 #include "core/AppState.h"
+#include "text/LineBreaks.h"
 #include "ui/TextEditStyle.h"
 
 #include <QScopedValueRollback>
@@ -19,32 +20,19 @@ EditorTextView::EditorTextView(AppState& state, QWidget* parent)
     refresh();
 }
 
-namespace {
-
-// The document splits lines at "\r\n", "\r" and "\n" alike and keeps none of
-// them; the file's own line break is put back when its text is handed on.
-QString lineBreakOf(const QString& text) {
-    if (text.contains(QLatin1String("\r\n"))) {
-        return QStringLiteral("\r\n");
-    }
-    return text.contains(QLatin1Char('\r')) ? QStringLiteral("\r") : QStringLiteral("\n");
-}
-
-} // namespace
-
 // toPlainText() would turn no-break spaces into plain ones; the raw text keeps
-// every character, with only the document's line breaks to write out again.
+// every character. The document splits lines at every ending and keeps none:
+// each line gets back the ending it had in the text before, so mixed endings
+// stay as they were on the lines the user did not touch.
 QString EditorTextView::text() const {
-    QString raw = document()->toRawText();
-    raw.replace(QChar::ParagraphSeparator, m_lineBreak);
-    return raw;
+    return LineBreaks::rejoin(m_stateText,
+                              document()->toRawText().split(QChar::ParagraphSeparator));
 }
 
 void EditorTextView::refresh() {
     TextEditStyle::applyFontSize(*this, m_state.uiFontSize);
     if (m_state.editorText != m_stateText) {
         m_stateText = m_state.editorText;
-        m_lineBreak = lineBreakOf(m_stateText);
         const QScopedValueRollback<bool> applying(m_applying, true);
         setPlainText(m_stateText);
     }

@@ -26,8 +26,6 @@ private:
     // The state's text that the view shows; a new text from the state (another
     // file opened) replaces the view's, a typed one does not come back.
     QString m_stateText;
-    // The line break of the file on show: "\n", "\r\n" or "\r".
-    QString m_lineBreak = QStringLiteral("\n");
     bool m_applying = false;
     int64_t m_focusNonce = 0;
 };

@@ -7,12 +7,18 @@
 
 #include "ScreenTestSupport.h"
 
+#include <QFile>
 #include <QLineEdit>
 #include <QScrollBar>
 
 using namespace ScreenTest;
 
 namespace {
+
+QByteArray bytesOf(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
+}
 
 TEST(EditorColumnRulerTest, MarksEveryFifthAndTenthColumnAcrossTheWidth) {
     EXPECT_EQ(EditorColumnRuler::marks(23), QStringLiteral("----+----1----+----2---"));
@@ -64,6 +70,39 @@ TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
     QApplication::processEvents();
     EXPECT_TRUE(editor->hasFocus());
+}
+
+// A file with mixed endings, a paragraph separator and a noncharacter the
+// view breaks lines at: saved unchanged it is the same bytes, and an edit on
+// one line changes that line only.
+TEST_F(EditorViewsTest, EveryLineKeepsItsOwnEndingThroughAnEdit) {
+    const QByteArray bytes = "unix\nwindows\r\nold mac\rsep\xE2\x80\xA9"
+                             "frame\xEF\xB7\x90"
+                             "end";
+    const QString path = dir.makeFile(QStringLiteral("mixed.txt"), bytes);
+    AppState& s = makeState();
+    EditorPaneView pane(s);
+    pane.resize(600, 400);
+    pane.show();
+    s.openFileInEditor(path);
+    QApplication::processEvents();
+    auto* editor = pane.findChild<EditorTextView*>();
+    ASSERT_NE(editor, nullptr);
+    EXPECT_EQ(editor->text(), QString::fromUtf8(bytes));
+    s.saveEditor();
+    EXPECT_EQ(bytesOf(path), bytes);
+
+    QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
+    QTest::keyClick(editor, Qt::Key_Down);
+    QTest::keyClick(editor, Qt::Key_End);
+    QTest::keyClicks(editor, QStringLiteral("!"));
+    QTest::keyClick(editor, Qt::Key_Return);
+    QTest::keyClicks(editor, QStringLiteral("new"));
+    ASSERT_TRUE(s.isDirty);
+    s.saveEditor();
+    EXPECT_EQ(bytesOf(path), QByteArray("unix\nwindows!\r\nnew\r\nold mac\rsep\xE2\x80\xA9"
+                                        "frame\xEF\xB7\x90"
+                                        "end"));
 }
 
 TEST_F(EditorViewsTest, AnUnchangedTextKeepsTheViewersScrollPosition) {
