@@ -9,15 +9,19 @@
 #include <QMetaObject>
 
 AppState::AppState(Preferences& preferences, QObject* parent)
+    : AppState(preferences, Background::workerThreads(), parent) {}
+
+AppState::AppState(Preferences& preferences, Background::Executor& executor, QObject* parent)
     : QObject(parent)
-    , m_preferences(preferences) {
+    , m_preferences(preferences)
+    , m_executor(executor) {
     resolveStartupDirectory();
     leftLocation = FilerLocation::directory(startupDirectory);
     rightLocation = leftLocation;
     readSettings();
     leftWatcher = std::make_shared<DirectoryWatcher>();
     rightWatcher = std::make_shared<DirectoryWatcher>();
-    folderSearch = std::make_shared<FolderSearchService>();
+    folderSearch = std::make_shared<FolderSearchService>(m_executor);
     connect(folderSearch.get(), &FolderSearchService::changed, this, &AppState::notifyChanged);
 }
 

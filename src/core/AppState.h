@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/KeyEvent.h"
 #include "core/Model.h"
 #include "core/Result.h"
@@ -18,7 +19,6 @@
 #include <optional>
 
 class Preferences;
-class QTimer;
 class TextInputHost;
 class TreeSession;
 class FolderSearchService;
@@ -70,11 +70,14 @@ public:
         bool operator==(const PendingCopyMove&) const = default;
     };
 
-    // Reads the settings from the store; lists nothing.
+    // Reads the settings from the store; lists nothing. Background work runs
+    // on the executor given, by default the program's worker threads.
     explicit AppState(Preferences& preferences, QObject* parent = nullptr);
+    AppState(Preferences& preferences, Background::Executor& executor, QObject* parent = nullptr);
     ~AppState() override;
 
     Preferences& preferences() const { return m_preferences; }
+    Background::Executor& executor() const { return m_executor; }
 
     // --- Accessors by side
     const FilerLocation& locationFor(PaneSide side) const;
@@ -398,7 +401,8 @@ public:
     bool isViewerLoading = false;
     std::optional<QString> viewerSkipReason;
     std::optional<QString> pendingLargeEditURL;
-    uint64_t previewLoadGeneration = 0;
+    // The preview load and frame count under way; a newer one drops the older.
+    Background::TicketCounter previewLoadGeneration;
 
     // --- Settings
     bool showHiddenFiles = false;
@@ -516,9 +520,10 @@ public:
     bool isSearchTreeBoxOpen = false;
     std::shared_ptr<TreeSession> searchTreeSession;
     std::shared_ptr<FolderSearchService> folderSearch;
-    // The wait between the last change of the form and its scan.
+    // The wait between the last change of the form and its scan; the scan
+    // runs only if no change came and the form was not left meanwhile.
     int fileSearchDebounceMilliseconds = 280;
-    QTimer* fileSearchDebounceTask = nullptr;
+    Background::TicketCounter fileSearchDebounceTask;
 
     // --- Watchers
     std::shared_ptr<DirectoryWatcher> leftWatcher;
@@ -597,11 +602,13 @@ private:
     QString computeTaggedSizeLabel() const;
 
     Preferences& m_preferences;
+    Background::Executor& m_executor;
     TextInputHost* m_textInputHost = nullptr;
     mutable std::array<FilterMemo, 2> m_filterMemos;
     mutable TaggedSizeMemo m_taggedSizeMemo;
-    // The latest background reload asked for, per pane.
-    std::array<uint64_t, 2> m_backgroundReloads{};
+    // The background reloads of each pane: a later one, or a listing shown
+    // meanwhile, drops the older.
+    std::array<Background::TicketCounter, 2> m_backgroundReloads;
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     bool m_changeScheduled = false;

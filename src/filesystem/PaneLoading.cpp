@@ -3,14 +3,11 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
-#include "core/DiskReadPool.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QFileInfo>
-#include <QFutureWatcher>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -66,33 +63,27 @@ void AppState::reloadPaneInBackground(PaneSide side) {
         return;
     }
     FileAccessMemory::forget(directory->url);
-    const uint64_t request = ++m_backgroundReloads[side == PaneSide::left ? 0 : 1];
-    const int64_t epoch = side == PaneSide::left ? leftListEpoch : rightListEpoch;
+    const int index = side == PaneSide::left ? 0 : 1;
     using Rows = FsResult<QList<FileEntry>>;
-    auto* watcher = new QFutureWatcher<Rows>(this);
-    connect(watcher, &QFutureWatcher<Rows>::finished, this, [=, this] {
-        watcher->deleteLater();
-        const bool current = request == m_backgroundReloads[side == PaneSide::left ? 0 : 1] &&
-                             epoch == (side == PaneSide::left ? leftListEpoch : rightListEpoch) &&
-                             locationFor(side) == location;
-        if (!current) {
-            return;
-        }
-        // The rights met in the listing are written to the store here, on
-        // the thread that owns the settings.
-        FileAccessMemory::persist();
-        Rows rows = watcher->result();
-        if (!rows) {
-            showListing(side, fail(rows.error().description()));
-        } else {
-            showListing(side, std::move(rows).value());
-        }
-    });
-    watcher->setFuture(QtConcurrent::run(
-        &DiskReadPool::instance(), [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
-                                    localized = showLocalizedNames] {
+    Background::run(
+        m_executor, Background::Pool::diskRead, this, m_backgroundReloads[index].take(),
+        [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
+         localized = showLocalizedNames] {
             return FileSystemService::listDirectory(url, hidden, sort, localized);
-        }));
+        },
+        [this, side, location](Rows rows) {
+            if (locationFor(side) != location) {
+                return;
+            }
+            // The rights met in the listing are written to the store here, on
+            // the thread that owns the settings.
+            FileAccessMemory::persist();
+            if (!rows) {
+                showListing(side, fail(rows.error().description()));
+            } else {
+                showListing(side, std::move(rows).value());
+            }
+        });
 }
 
 void AppState::refreshAll() {
@@ -102,7 +93,10 @@ void AppState::refreshAll() {
     }
 }
 
+// A background reload that was asked for before these rows came would show
+// an older state of the folder: it is dropped.
 void AppState::setEntries(PaneSide side, QList<FileEntry> entries) {
+    m_backgroundReloads[side == PaneSide::left ? 0 : 1].dropAll();
     if (side == PaneSide::left) {
         leftEntries = std::move(entries);
         ++leftListEpoch;

@@ -1,6 +1,7 @@
 // File search mode driven through the state: entering and leaving, the wait
 // before a scan, the form's choices, the moves over the hits and the folder box.
 #include "../core/KeyTestSupport.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/FolderSearchService.h"
@@ -9,8 +10,6 @@
 #include "support/TestDir.h"
 
 #include <QSignalSpy>
-#include <QTest>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
@@ -28,8 +27,9 @@ public:
 };
 
 using KeyTest::named;
+using namespace std::chrono_literals;
 
-constexpr int kShortWait = 40;
+constexpr std::chrono::milliseconds kShortWait = 40ms;
 
 class FileSearchModeTest : public ::testing::Test {
 protected:
@@ -42,8 +42,8 @@ protected:
         dir.makeFolder(QStringLiteral("music/alpha-live"));
         dir.makeFolder(QStringLiteral("docs/old"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<CountingState>(preferences);
-        state->fileSearchDebounceMilliseconds = kShortWait;
+        state = std::make_unique<CountingState>(preferences, executor);
+        state->fileSearchDebounceMilliseconds = int(kShortWait.count());
         state->refreshAll();
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
@@ -52,9 +52,12 @@ protected:
         state->fileSearchQuery = text;
         state->scheduleFileSearch();
     }
-    bool waitForScan() {
+    // Lets the wait after the last change end and the scan it starts run.
+    bool endTheWaitAndScan() {
         QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
-        return finished.wait(3000);
+        executor.advance(kShortWait);
+        executor.runAll();
+        return finished.count() == 1;
     }
     QStringList hitPaths() const {
         QStringList paths;
@@ -66,18 +69,23 @@ protected:
 
     MemoryPreferences preferences;
     TestDir dir;
+    // The scans and the wait before them run when the test steps them.
+    Background::ManualExecutor executor;
     std::unique_ptr<CountingState> state;
 };
 
 TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
     state->enterFileSearchMode();
     typeQuery(QStringLiteral("a"));
+    executor.advance(kShortWait - 1ms);
     typeQuery(QStringLiteral("al"));
+    executor.advance(kShortWait - 1ms);
     typeQuery(QStringLiteral("alp"));
     EXPECT_EQ(state->scans, 0);
     EXPECT_FALSE(state->folderSearch->isSearching());
-    ASSERT_TRUE(waitForScan());
-    QTest::qWait(3 * kShortWait);
+    ASSERT_TRUE(endTheWaitAndScan());
+    executor.advance(3 * kShortWait);
+    executor.runAll();
     EXPECT_EQ(state->scans, 1);
     EXPECT_EQ(hitPaths(),
               QStringList({"music/alpha-live", "alpha.txt", "alps.txt", "music/alpine.mp3"}));
@@ -90,7 +98,7 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     typeQuery(QStringLiteral("alp"));
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
     EXPECT_FALSE(state->isFileSearchMode);
-    QTest::qWait(4 * kShortWait);
+    executor.advance(4 * kShortWait);
     EXPECT_EQ(state->scans, 0);
 
     // Esc while the scan runs: its hits never arrive.
@@ -100,7 +108,8 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     state->runScheduledFileSearch();
     ASSERT_TRUE(state->folderSearch->isSearching());
     state->handleKeyDown(named(KeyCode::escape));
-    EXPECT_FALSE(finished.wait(300));
+    executor.runAll();
+    EXPECT_EQ(finished.count(), 0);
     EXPECT_TRUE(state->folderSearch->results().isEmpty());
 }
 
@@ -140,8 +149,8 @@ TEST_F(FileSearchModeTest, ChoicesAndFocusWrapAndChoicesSearchAgain) {
 
     state->cycleFileSearchSort(-1);
     EXPECT_EQ(state->fileSearchSort, FolderSearchSort::date);
-    ASSERT_TRUE(state->fileSearchDebounceTask);
-    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+    executor.advance(kShortWait);
+    EXPECT_EQ(state->scans, 1);
     state->toggleFileSearchChoice();
     EXPECT_EQ(state->fileSearchSort, FolderSearchSort::name);
 
@@ -158,7 +167,7 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
     EXPECT_EQ(state->errorMessage, QStringLiteral("No file to edit"));
     state->errorMessage.reset();
     typeQuery(QStringLiteral("alp"));
-    ASSERT_TRUE(waitForScan());
+    ASSERT_TRUE(endTheWaitAndScan());
 
     state->moveFileSearchSelection(-3);
     EXPECT_EQ(state->fileSearchSelection, 0);
@@ -181,7 +190,7 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
 TEST_F(FileSearchModeTest, AnEditorOpenedFromAHitKeepsItsKeysAndItsChanges) {
     state->enterFileSearchMode();
     typeQuery(QStringLiteral("alpha.txt"));
-    ASSERT_TRUE(waitForScan());
+    ASSERT_TRUE(endTheWaitAndScan());
     state->focusFileSearchResults();
     state->handleKeyDown(KeyTest::typed(QStringLiteral("e")));
     ASSERT_EQ(state->rightMode, RightPaneMode::editor);
@@ -228,7 +237,8 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     EXPECT_FALSE(state->isSearchTreeBoxOpen);
     EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
     EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::folder);
-    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+    executor.advance(kShortWait);
+    EXPECT_EQ(state->scans, 1);
 }
 
 TEST_F(FileSearchModeTest, AnUnreadableFolderIsRefusedWithTheBoxOpen) {
