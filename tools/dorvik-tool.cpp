@@ -3,6 +3,7 @@
 // the user would read on stderr.
 #include "archive/ArchiveLocation.h"
 #include "archive/ArchiveService.h"
+#include "core/Background.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
@@ -288,8 +289,7 @@ int searchCommand(const QStringList& args) {
     if (!request) {
         return 0;
     }
-    const std::atomic<bool> never{false};
-    for (const FolderSearchHit& hit : FolderSearchService::scan(*request, never, nullptr).hits) {
+    for (const FolderSearchHit& hit : FolderSearchService::scan(*request, {}, nullptr).hits) {
         printLine(searchRow(hit));
     }
     return 0;
@@ -380,12 +380,14 @@ int previewTextCommand(const QStringList& args) {
     const QString path = PathUtils::standardizedPath(args[0]);
     QEventLoop loop;
     TextPreviewLoadResult result;
-    start([path](const CancelFlag& cancelled) { return readTextHead(path, headLimit, &cancelled); },
-          timeLimit(), &loop,
-          [&](const TextPreviewLoadResult& ended) {
-              result = ended;
-              loop.quit();
-          });
+    start(
+        Background::workerThreads(),
+        [path](const CancelFlag& cancelled) { return readTextHead(path, headLimit, &cancelled); },
+        timeLimit(), &loop,
+        [&](const TextPreviewLoadResult& ended) {
+            result = ended;
+            loop.quit();
+        });
     loop.exec();
     if (!result.isLoaded()) {
         return failWith(failureMessage(result.outcome));

@@ -14,6 +14,9 @@
 #include <optional>
 
 class QObject;
+namespace Background {
+class Executor;
+}
 
 // One view of every archive kind: what members an archive holds and the bytes
 // of one of them. ZIP is read by the program itself; tar, tar.gz and LHA by
@@ -53,14 +56,17 @@ ArchiveResult<QByteArray> extractTarMember(const QString& archive, ArchiveKind k
 ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive);
 ArchiveResult<QByteArray> extractLhaMember(const QString& archive, const QString& memberPath);
 
-// The same three on the thread pool, for callers on the main thread. done
-// runs on context's thread; when context is gone by then, nothing runs.
-void listMembersInBackground(const QString& archive, QObject* context,
+// The same three on the executor's shared pool, for callers on the main
+// thread. done runs on the main thread; when context is gone by then,
+// nothing runs.
+void listMembersInBackground(Background::Executor& executor, const QString& archive,
+                             QObject* context,
                              std::function<void(ArchiveResult<QList<ArchiveMember>>)> done);
-void extractMemberDataInBackground(const QString& archive, const QString& memberPath,
-                                   QObject* context,
+void extractMemberDataInBackground(Background::Executor& executor, const QString& archive,
+                                   const QString& memberPath, QObject* context,
                                    std::function<void(ArchiveResult<QByteArray>)> done);
-void extractMemberToTemporaryFileInBackground(const QString& archive, const QString& memberPath,
+void extractMemberToTemporaryFileInBackground(Background::Executor& executor,
+                                              const QString& archive, const QString& memberPath,
                                               QObject* context,
                                               std::function<void(ArchiveResult<QString>)> done);
 

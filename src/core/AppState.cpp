@@ -9,15 +9,19 @@
 #include <QMetaObject>
 
 AppState::AppState(Preferences& preferences, QObject* parent)
+    : AppState(preferences, Background::workerThreads(), parent) {}
+
+AppState::AppState(Preferences& preferences, Background::Executor& executor, QObject* parent)
     : QObject(parent)
-    , m_preferences(preferences) {
+    , m_preferences(preferences)
+    , m_executor(executor) {
     resolveStartupDirectory();
     pane(PaneSide::left).location = FilerLocation::directory(startupDirectory);
     pane(PaneSide::right).location = pane(PaneSide::left).location;
     readSettings();
     pane(PaneSide::left).watcher = std::make_shared<DirectoryWatcher>();
     pane(PaneSide::right).watcher = std::make_shared<DirectoryWatcher>();
-    folderSearch = std::make_shared<FolderSearchService>();
+    folderSearch = std::make_shared<FolderSearchService>(m_executor);
     connect(folderSearch.get(), &FolderSearchService::changed, this, &AppState::notifyChanged);
 }
 

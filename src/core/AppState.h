@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/KeyEvent.h"
 #include "core/Model.h"
 #include "core/Overlay.h"
@@ -21,7 +22,6 @@
 
 struct KeyCommand;
 class Preferences;
-class QTimer;
 class TextInputHost;
 class TreeSession;
 class FolderSearchService;
@@ -71,11 +71,14 @@ public:
         bool operator==(const PendingCopyMove&) const = default;
     };
 
-    // Reads the settings from the store; lists nothing.
+    // Reads the settings from the store; lists nothing. Background work runs
+    // on the executor given, by default the program's worker threads.
     explicit AppState(Preferences& preferences, QObject* parent = nullptr);
+    AppState(Preferences& preferences, Background::Executor& executor, QObject* parent = nullptr);
     ~AppState() override;
 
     Preferences& preferences() const { return m_preferences; }
+    Background::Executor& executor() const { return m_executor; }
 
     // --- The two filer panes
     const PaneState& pane(PaneSide side) const { return m_panes[paneIndex(side)]; }
@@ -411,7 +414,8 @@ public:
     bool isViewerLoading = false;
     std::optional<QString> viewerSkipReason;
     std::optional<QString> pendingLargeEditURL;
-    uint64_t previewLoadGeneration = 0;
+    // The preview load and frame count under way; a newer one drops the older.
+    Background::TicketCounter previewLoadGeneration;
 
     // --- Settings
     bool showHiddenFiles = false;
@@ -492,9 +496,10 @@ public:
     int fileSearchSelection = 0;
     FileSearchFocusField fileSearchFocusField = FileSearchFocusField::query;
     std::shared_ptr<FolderSearchService> folderSearch;
-    // The wait between the last change of the form and its scan.
+    // The wait between the last change of the form and its scan; the scan
+    // runs only if no change came and the form was not left meanwhile.
     int fileSearchDebounceMilliseconds = 280;
-    QTimer* fileSearchDebounceTask = nullptr;
+    Background::TicketCounter fileSearchDebounceTask;
 
 signals:
     void changed();
@@ -538,6 +543,7 @@ private:
     Preferences& m_preferences;
     std::array<PaneState, 2> m_panes;
     Overlay m_overlay = Overlay::none;
+    Background::Executor& m_executor;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
     // The running preview load, if any; its type lives with the loading code.

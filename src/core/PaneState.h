@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/Model.h"
 
 #include <QList>
@@ -30,9 +31,9 @@ struct PaneState {
 
     // Keeps the rows live while the pane shows a folder on disk.
     std::shared_ptr<DirectoryWatcher> watcher;
-    // The newest reload for a change seen on disk that was asked for; an
-    // older one that finishes later is dropped.
-    uint64_t backgroundReloadTicket = 0;
+    // The reloads for a change seen on disk: a later one, or rows shown
+    // meanwhile, drop the older.
+    Background::TicketCounter backgroundReloads;
 
     // The rows the filter keeps, asked for many times per key by the commands
     // and the views. Folding every name of a large folder takes long, so the
@@ -48,7 +49,10 @@ struct PaneState {
     };
     mutable FilterMemo filterMemo;
 
+    // A background reload asked for before these rows came would show an
+    // older state of the folder: it is dropped.
     void replaceEntries(QList<FileEntry> rows) {
+        backgroundReloads.dropAll();
         entries = std::move(rows);
         ++listEpoch;
     }

@@ -11,9 +11,6 @@
 #include "filesystem/FileSystemService.h"
 
 #include <QFile>
-#include <QFutureWatcher>
-#include <QTimer>
-#include <QtConcurrent>
 
 #include <sys/stat.h>
 
@@ -24,8 +21,8 @@ using ItemError = std::optional<FileSystemError>;
 
 // How often the progress text is renewed once it shows, and how soon it is
 // tried again when the item's bytes are still being counted.
-constexpr int kProgressIntervalMs = 200;
-constexpr int kCountingRetryMs = 10;
+constexpr std::chrono::milliseconds kProgressInterval{200};
+constexpr std::chrono::milliseconds kCountingRetry{10};
 std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
@@ -78,6 +75,21 @@ QString progressText(const QString& name, const ItemProgress& progress) {
     return QStringLiteral("%1  %2 / %3")
         .arg(name, Formats::formatCompactSize(progress.carried.bytesDone.load()),
              Formats::formatCompactSize(progress.total.load()));
+}
+
+// Shows the item's progress after the wait, and again every interval while
+// the item runs; the ticks end when ticking, the item's own object, goes.
+void tickProgress(AppState& state, QObject* ticking, std::chrono::milliseconds wait,
+                  const QString& name, const std::shared_ptr<const ItemProgress>& progress) {
+    state.executor().callLater(wait, ticking, [&state, ticking, name, progress] {
+        if (progress->total.load() < 0) {
+            tickProgress(state, ticking, kCountingRetry, name, progress);
+            return;
+        }
+        state.fileOperationProgressText = progressText(name, *progress);
+        state.notifyChanged();
+        tickProgress(state, ticking, kProgressInterval, name, progress);
+    });
 }
 
 ItemError runItem(Kind kind, const QString& source, const QString& destination, bool overwrite,
@@ -275,28 +287,18 @@ void AppState::performCopyMoveHead(bool overwrite) {
     notifyChanged();
 
     auto progress = std::make_shared<ItemProgress>();
-    auto* watcher = new QFutureWatcher<ItemError>(this);
-    auto* timer = new QTimer(watcher);
-    timer->setInterval(CopyMoveProgress::delay());
-    const QString name = PathUtils::lastPathComponent(source);
-    connect(timer, &QTimer::timeout, this, [this, timer, name, progress] {
-        if (progress->total.load() < 0) {
-            timer->setInterval(kCountingRetryMs);
-            return;
-        }
-        timer->setInterval(kProgressIntervalMs);
-        fileOperationProgressText = progressText(name, *progress);
-        notifyChanged();
-    });
-    connect(watcher, &QFutureWatcher<ItemError>::finished, this, [this, watcher, batch, source] {
-        watcher->deleteLater();
-        completeItem(*this, batch, source, watcher->result());
-    });
-    timer->start();
-    watcher->setFuture(QtConcurrent::run(
+    auto* ticking = new QObject(this);
+    tickProgress(*this, ticking, CopyMoveProgress::delay(), PathUtils::lastPathComponent(source),
+                 progress);
+    Background::run(
+        m_executor, Background::Pool::shared, this,
         [kind = batch.kind, source, destination = batch.destination, overwrite, progress] {
             return runItem(kind, source, destination, overwrite, *progress);
-        }));
+        },
+        [this, ticking, batch, source](const ItemError& error) {
+            delete ticking;
+            completeItem(*this, batch, source, error);
+        });
 }
 
 void AppState::finishFileOperation() {

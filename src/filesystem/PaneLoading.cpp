@@ -3,14 +3,11 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
-#include "core/DiskReadPool.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QFileInfo>
-#include <QFutureWatcher>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <algorithm>
 
@@ -65,33 +62,26 @@ void AppState::reloadPaneInBackground(PaneSide side) {
         return;
     }
     FileAccessMemory::forget(directory->url);
-    const uint64_t request = ++pane(side).backgroundReloadTicket;
-    const int64_t epoch = pane(side).listEpoch;
     using Rows = FsResult<QList<FileEntry>>;
-    auto* watcher = new QFutureWatcher<Rows>(this);
-    connect(watcher, &QFutureWatcher<Rows>::finished, this, [=, this] {
-        watcher->deleteLater();
-        const PaneState& now = pane(side);
-        const bool current = request == now.backgroundReloadTicket && epoch == now.listEpoch &&
-                             now.location == location;
-        if (!current) {
-            return;
-        }
-        // The rights met in the listing are written to the store here, on
-        // the thread that owns the settings.
-        FileAccessMemory::persist();
-        Rows rows = watcher->result();
-        if (!rows) {
-            showListing(side, fail(rows.error().description()));
-        } else {
-            showListing(side, std::move(rows).value());
-        }
-    });
-    watcher->setFuture(QtConcurrent::run(
-        &DiskReadPool::instance(), [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
-                                    localized = showLocalizedNames] {
+    Background::run(
+        m_executor, Background::Pool::diskRead, this, pane(side).backgroundReloads.take(),
+        [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
+         localized = showLocalizedNames] {
             return FileSystemService::listDirectory(url, hidden, sort, localized);
-        }));
+        },
+        [this, side, location](Rows rows) {
+            if (pane(side).location != location) {
+                return;
+            }
+            // The rights met in the listing are written to the store here, on
+            // the thread that owns the settings.
+            FileAccessMemory::persist();
+            if (!rows) {
+                showListing(side, fail(rows.error().description()));
+            } else {
+                showListing(side, std::move(rows).value());
+            }
+        });
 }
 
 void AppState::refreshAll() {

@@ -1,19 +1,17 @@
 #include "pickers/OpenWith.h"
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
 
 #include <QFile>
 #include <QFileInfo>
-#include <QFutureWatcher>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPointer>
 #include <QSet>
-#include <QtConcurrent>
 
 // A GIO structure has a field named "signals", which Qt's keyword would
 // rewrite; the state's header needs the keyword, so it is lifted only here.
@@ -210,29 +208,23 @@ QString applicationDisplayName(const QString& appPath) {
     return withoutExtension(PathUtils::lastPathComponent(appPath));
 }
 
-void launchInBackground(const QString& appPath, const QString& filePath, QObject* context,
+void launchInBackground(Background::Executor& executor, const QString& appPath,
+                        const QString& filePath, QObject* context,
                         std::function<void(std::optional<QString>)> done) {
-    using Outcome = std::optional<QString>;
-    auto* watcher = new QFutureWatcher<Outcome>(context);
-    QObject::connect(watcher, &QFutureWatcherBase::finished, watcher, [watcher, done] {
-        done(watcher->future().takeResult());
-        watcher->deleteLater();
-    });
-    watcher->setFuture(
-        QtConcurrent::run([appPath, filePath] { return launchNow(appPath, filePath); }));
+    Background::run(
+        executor, Background::Pool::shared, context,
+        [appPath, filePath] { return launchNow(appPath, filePath); }, std::move(done));
 }
 
 void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath) {
     // Remembered before the start, so that a failed start stays remembered too.
     recordChoice(state.preferences(), kindKey(filePath), app.appURL);
-    QPointer<AppState> weakState(&state);
-    launchInBackground(app.appURL, filePath, &state, [weakState](std::optional<QString> failure) {
-        if (!weakState || !failure) {
-            return;
-        }
-        weakState->reportError(*failure);
-        weakState->notifyChanged();
-    });
+    launchInBackground(state.executor(), app.appURL, filePath, &state,
+                       [&state](std::optional<QString> failure) {
+                           if (failure) {
+                               state.reportError(*failure);
+                           }
+                       });
 }
 
 } // namespace OpenWith

@@ -11,6 +11,9 @@
 
 class AppState;
 class Preferences;
+namespace Background {
+class Executor;
+}
 class QObject;
 
 // Handing a file to another application through the desktop's registry of
@@ -47,7 +50,8 @@ QString applicationDisplayName(const QString& appPath);
 // Starts the application on the file on a worker thread. done gets the
 // failure's text, or none, on context's thread; when context is gone by
 // then, nothing runs.
-void launchInBackground(const QString& appPath, const QString& filePath, QObject* context,
+void launchInBackground(Background::Executor& executor, const QString& appPath,
+                        const QString& filePath, QObject* context,
                         std::function<void(std::optional<QString>)> done);
 
 // Remembers the choice, then starts the application. A failure to start is

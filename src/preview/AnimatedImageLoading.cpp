@@ -2,13 +2,11 @@
 // GIF frames from Qt's reader, and every frame of a file for the viewer.
 #include "preview/AnimatedImageSupport.h"
 
-#include "core/DiskReadPool.h"
+#include "core/Background.h"
 
 #include <QBuffer>
 #include <QFile>
 #include <QImageReader>
-#include <QPromise>
-#include <QtConcurrent/QtConcurrentRun>
 #include <QtEndian>
 
 #include <limits>
@@ -211,10 +209,13 @@ QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& is
     return apngFrames(data, info->frameCount, isCancelled);
 }
 
-QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path) {
-    return QtConcurrent::run(&DiskReadPool::instance(), [path](QPromise<QList<QImage>>& promise) {
-        promise.addResult(loadAllFrames(path, [&promise] { return promise.isCanceled(); }));
-    });
+void loadAllFramesInBackground(Background::Executor& executor, const QString& path,
+                               QObject* context, const Background::Ticket& ticket,
+                               std::function<void(QList<QImage>)> done) {
+    Background::run(
+        executor, Background::Pool::diskRead, context, ticket,
+        [path, ticket] { return loadAllFrames(path, [&ticket] { return !ticket.isCurrent(); }); },
+        std::move(done));
 }
 
 } // namespace AnimatedImageSupport

@@ -4,7 +4,6 @@
 
 #include <QByteArray>
 #include <QByteArrayView>
-#include <QFuture>
 #include <QImage>
 #include <QList>
 #include <QRect>
@@ -13,6 +12,12 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+
+class QObject;
+namespace Background {
+class Executor;
+class Ticket;
+} // namespace Background
 
 // Paging through the frames of APNG and GIF files, one still at a time.
 //
@@ -85,8 +90,12 @@ QImage imageSourceFrame(const QByteArray& data, int index);
 // animated; empty when nothing can be decoded. isCancelled, when given, is
 // asked between frames.
 QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& isCancelled = {});
-// loadAllFrames on the thread pool; cancelling the future stops it between frames.
-QFuture<QList<QImage>> loadAllFramesInBackground(const QString& path);
+// loadAllFrames on the executor's disk-read pool. done gets the frames on the
+// main thread while context lives and the ticket is current; once the ticket
+// is stale the composition stops between frames.
+void loadAllFramesInBackground(Background::Executor& executor, const QString& path,
+                               QObject* context, const Background::Ticket& ticket,
+                               std::function<void(QList<QImage>)> done);
 
 // A chunk as it stands in a file: length, type, data and CRC.
 QByteArray chunkBytes(const QByteArray& type, QByteArrayView data);

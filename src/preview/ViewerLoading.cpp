@@ -1,17 +1,16 @@
 // What VIEWER shows for a file or an archive member, and the life of its load:
 // one load at a time, a newer one cancels the older, and a result that comes
-// back after the cursor moved on is dropped by comparing generation and file.
+// back after the cursor moved on is dropped by its ticket and its file.
 #include "core/AppState.h"
 
 #include "archive/ArchiveService.h"
-#include "core/DiskReadPool.h"
+#include "core/Background.h"
 #include "core/PathUtils.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/PreviewSelection.h"
 #include "text/TextPreviewLoading.h"
 
 #include <QFile>
-#include <QtConcurrent/QtConcurrentRun>
 
 #include <sys/stat.h>
 
@@ -20,12 +19,11 @@ using Outcome = TextPreviewLoadResult::Outcome;
 
 // The load under way. A member load also remembers which member it is for.
 struct PreviewLoadTask {
-    uint64_t generation = 0;
+    Background::Ticket ticket;
     QString url;
     bool isMember = false;
     QString archive;
     QString entry;
-    bool cancelled = false;
     TextPreviewLoading::LoadHandle textLoad;
 };
 
@@ -34,12 +32,10 @@ namespace {
 const QString diskImageMessage = QStringLiteral("ディスクイメージはプレビューしません");
 const QString unreadableMemberMessage = QStringLiteral("Cannot read archive entry");
 
-// Whether a result still belongs on the screen: the same task, not cancelled,
-// the same generation, still the same file or member on show.
-bool isCurrent(const AppState& state, const std::shared_ptr<PreviewLoadTask>& task,
-               const std::shared_ptr<PreviewLoadTask>& running) {
-    if (!task || task != running || task->cancelled ||
-        task->generation != state.previewLoadGeneration || state.editorURL != task->url) {
+// Whether a result still belongs on the screen: no load has started or been
+// cancelled since, and the same file or member is on show.
+bool isCurrent(const AppState& state, const std::shared_ptr<PreviewLoadTask>& task) {
+    if (!task || !task->ticket.isCurrent() || state.editorURL != task->url) {
         return false;
     }
     return !task->isMember || (state.viewerFromZip && state.viewerZipArchive == task->archive &&
@@ -72,17 +68,16 @@ void lookUpAnimation(AppState& state, const QString& path) {
         state.animatedPreviewInfo = AnimatedImageSupport::animatedImageInfo(path);
         return;
     }
-    const uint64_t generation = state.previewLoadGeneration;
-    QtConcurrent::run(&DiskReadPool::instance(), [path] {
-        return AnimatedImageSupport::animatedImageInfo(path);
-    }).then(&state, [&state, generation, path](const std::optional<AnimatedImageInfo>& info) {
-        if (state.previewLoadGeneration != generation || state.editorURL != path ||
-            state.viewerKind != ViewerContentKind::preview) {
-            return;
-        }
-        state.animatedPreviewInfo = info;
-        state.notifyChanged();
-    });
+    Background::run(
+        state.executor(), Background::Pool::diskRead, &state, state.previewLoadGeneration.take(),
+        [path] { return AnimatedImageSupport::animatedImageInfo(path); },
+        [&state, path](const std::optional<AnimatedImageInfo>& info) {
+            if (state.editorURL != path || state.viewerKind != ViewerContentKind::preview) {
+                return;
+            }
+            state.animatedPreviewInfo = info;
+            state.notifyChanged();
+        });
 }
 
 // A document a converter may turn into text. Only a regular file's head is
@@ -199,9 +194,8 @@ void AppState::showArchivePreview(const FileEntry& entry) {
 }
 
 void AppState::cancelPreviewLoad() {
-    ++previewLoadGeneration;
+    previewLoadGeneration.dropAll();
     if (const std::shared_ptr<PreviewLoadTask> task = std::exchange(m_previewLoadTask, nullptr)) {
-        task->cancelled = true;
         task->textLoad.cancel();
     }
 }
@@ -237,7 +231,7 @@ void AppState::loadViewerContent(const QString& url) {
 void AppState::startTextLoad(const QString& url, bool extracted) {
     cancelPreviewLoad();
     auto task = std::make_shared<PreviewLoadTask>();
-    task->generation = previewLoadGeneration;
+    task->ticket = previewLoadGeneration.take();
     task->url = PathUtils::standardizedPath(url);
     clearTextFields(*this);
     editorURL = task->url;
@@ -256,19 +250,18 @@ void AppState::startTextLoad(const QString& url, bool extracted) {
                                                             &cancelled);
     };
     const std::weak_ptr<PreviewLoadTask> weakTask = task;
-    task->textLoad =
-        TextPreviewLoading::start(std::move(work), TextPreviewLoading::timeLimit(), this,
-                                  [this, weakTask, extracted](const TextPreviewLoadResult& result) {
-                                      const std::shared_ptr<PreviewLoadTask> ended =
-                                          weakTask.lock();
-                                      if (!isCurrent(*this, ended, m_previewLoadTask)) {
-                                          return;
-                                      }
-                                      isViewerLoading = false;
-                                      m_previewLoadTask.reset();
-                                      endFileLoad(*this, ended->url, extracted, result);
-                                      notifyChanged();
-                                  });
+    task->textLoad = TextPreviewLoading::start(
+        m_executor, std::move(work), TextPreviewLoading::timeLimit(), this,
+        [this, weakTask, extracted](const TextPreviewLoadResult& result) {
+            const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
+            if (!isCurrent(*this, ended)) {
+                return;
+            }
+            isViewerLoading = false;
+            m_previewLoadTask.reset();
+            endFileLoad(*this, ended->url, extracted, result);
+            notifyChanged();
+        });
     notifyChanged();
 }
 
@@ -296,7 +289,7 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
     stopWatching(PaneSide::right);
 
     auto task = std::make_shared<PreviewLoadTask>();
-    task->generation = previewLoadGeneration;
+    task->ticket = previewLoadGeneration.take();
     task->url = *editorURL;
     task->isMember = true;
     task->archive = archive;
@@ -311,13 +304,14 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
         isViewerLoading = true;
         m_previewLoadTask = task;
         task->textLoad = TextPreviewLoading::start(
+            m_executor,
             [archive, memberPath](const TextPreviewLoading::CancelFlag&) {
                 return TextPreviewLoading::loadMemberText(archive, memberPath);
             },
             TextPreviewLoading::timeLimit(), this,
             [this, weakTask](const TextPreviewLoadResult& result) {
                 const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
-                if (!isCurrent(*this, ended, m_previewLoadTask)) {
+                if (!isCurrent(*this, ended)) {
                     return;
                 }
                 isViewerLoading = false;
@@ -331,10 +325,10 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
         isViewerLoading = true;
         m_previewLoadTask = task;
         ArchiveService::extractMemberToTemporaryFileInBackground(
-            archive, memberPath, this,
+            m_executor, archive, memberPath, this,
             [this, weakTask](ArchiveService::ArchiveResult<QString> extracted) {
                 const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
-                if (!isCurrent(*this, ended, m_previewLoadTask)) {
+                if (!isCurrent(*this, ended)) {
                     return;
                 }
                 isViewerLoading = false;

@@ -8,7 +8,6 @@
 #include "search/FolderSearchService.h"
 
 #include <QFileInfo>
-#include <QTimer>
 
 #include <algorithm>
 
@@ -108,9 +107,7 @@ void AppState::enterFileSearchMode() {
     if (pane(PaneSide::left).treeMode) {
         leaveTreeMode(PaneSide::left);
     }
-    if (fileSearchDebounceTask) {
-        fileSearchDebounceTask->stop();
-    }
+    fileSearchDebounceTask.dropAll();
     fileSearchScopePath.clear();
     fileSearchScopePath = fileSearchRoot();
     fileSearchQuery.clear();
@@ -135,9 +132,7 @@ void AppState::enterFileSearchMode() {
 }
 
 void AppState::exitFileSearchMode() {
-    if (fileSearchDebounceTask) {
-        fileSearchDebounceTask->stop();
-    }
+    fileSearchDebounceTask.dropAll();
     folderSearch->cancel();
     if (isOpen(Overlay::searchTreeBox)) {
         closeSearchTreeBox();
@@ -150,13 +145,15 @@ void AppState::exitFileSearchMode() {
     notifyChanged();
 }
 
+// Each change takes a new ticket, so only the wait begun by the last one
+// ends in a scan.
 void AppState::scheduleFileSearch() {
-    if (!fileSearchDebounceTask) {
-        fileSearchDebounceTask = new QTimer(this);
-        fileSearchDebounceTask->setSingleShot(true);
-        connect(fileSearchDebounceTask, &QTimer::timeout, this, &AppState::runScheduledFileSearch);
-    }
-    fileSearchDebounceTask->start(fileSearchDebounceMilliseconds);
+    m_executor.callLater(std::chrono::milliseconds(fileSearchDebounceMilliseconds), this,
+                         [this, ticket = fileSearchDebounceTask.take()] {
+                             if (ticket.isCurrent()) {
+                                 runScheduledFileSearch();
+                             }
+                         });
 }
 
 void AppState::runScheduledFileSearch() {

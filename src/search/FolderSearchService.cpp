@@ -4,10 +4,7 @@
 #include "core/PathUtils.h"
 
 #include <QFile>
-#include <QFutureWatcher>
-#include <QPromise>
 #include <QStringDecoder>
-#include <QtConcurrent>
 
 #include <algorithm>
 #include <functional>
@@ -124,10 +121,11 @@ int64_t msecsFromStat(const struct stat& st) {
 // passed over silently.
 class Walk {
 public:
-    Walk(const FolderSearchService::Request& request, const std::atomic<bool>& cancelled,
+    Walk(const FolderSearchService::Request& request,
+         const FolderSearchService::IsCancelled& isCancelled,
          const FolderSearchService::Progress& progress)
         : m_request(request)
-        , m_cancelled(cancelled)
+        , m_isCancelled(isCancelled)
         , m_progress(progress) {
         if (isAscii(QByteArrayView(request.needle.toUtf8()))) {
             m_asciiNeedle = request.needle.toLatin1();
@@ -150,7 +148,7 @@ private:
     void addHit(const struct stat& st, bool isDirectory, size_t pathLength);
 
     const FolderSearchService::Request& m_request;
-    const std::atomic<bool>& m_cancelled;
+    const FolderSearchService::IsCancelled& m_isCancelled;
     const FolderSearchService::Progress& m_progress;
     QByteArray m_asciiNeedle;
     int64_t m_lowMs = 0;
@@ -202,7 +200,7 @@ bool Walk::visit(Frame& frame, const struct dirent* item, std::vector<Frame>& st
     if (!m_request.showHidden && name[0] == '.') {
         return true;
     }
-    if (m_cancelled.load(std::memory_order_relaxed)) {
+    if (m_isCancelled && m_isCancelled()) {
         return false;
     }
     if (++m_outcome.visited % 64 == 0 && m_progress) {
@@ -307,7 +305,11 @@ bool hitPrecedes(const FolderSearchHit& a, const FolderSearchHit& b, FolderSearc
 } // namespace
 
 FolderSearchService::FolderSearchService(QObject* parent)
-    : QObject(parent) {}
+    : FolderSearchService(Background::workerThreads(), parent) {}
+
+FolderSearchService::FolderSearchService(Background::Executor& executor, QObject* parent)
+    : QObject(parent)
+    , m_executor(executor) {}
 
 FolderSearchService::~FolderSearchService() {
     stopTask();
@@ -346,9 +348,9 @@ std::optional<QDateTime> FolderSearchService::periodEnd(const YearMonth& month) 
 }
 
 FolderSearchService::Outcome FolderSearchService::scan(const Request& request,
-                                                       const std::atomic<bool>& cancelled,
+                                                       const IsCancelled& isCancelled,
                                                        const Progress& progress) {
-    Outcome outcome = Walk(request, cancelled, progress).run();
+    Outcome outcome = Walk(request, isCancelled, progress).run();
     if (progress) {
         progress(outcome.visited);
     }
@@ -392,24 +394,19 @@ void FolderSearchService::start(const QString& query, const QString& scope,
     request.maxResults = maxResults;
     request.maxContentBytes = maxContentBytes;
 
-    auto cancelled = std::make_shared<std::atomic<bool>>(false);
-    m_cancelled = cancelled;
-    m_searchTask = std::make_unique<QFutureWatcher<Outcome>>();
-    QFutureWatcher<Outcome>* task = m_searchTask.get();
-    connect(task, &QFutureWatcherBase::progressValueChanged, this, [this](int visited) {
-        m_scannedCount = visited;
-        emit changed();
-    });
-    connect(task, &QFutureWatcherBase::finished, this, [this, task, cancelled] {
-        if (!cancelled->load() && task->future().resultCount() > 0) {
-            deliver(task->future().result());
-        }
-    });
-    task->setFuture(QtConcurrent::run([request, cancelled](QPromise<Outcome>& promise) {
-        promise.setProgressRange(0, INT_MAX);
-        promise.addResult(scan(request, *cancelled,
-                               [&promise](int visited) { promise.setProgressValue(visited); }));
-    }));
+    const Background::Ticket ticket = m_scans.take();
+    Background::runWithProgress<int>(
+        m_executor, Background::Pool::shared, this, ticket,
+        [request, ticket](const Background::Progress<int>& progress) {
+            return scan(
+                request, [&ticket] { return !ticket.isCurrent(); },
+                [&progress](int visited) { progress.report(visited); });
+        },
+        [this](int visited) {
+            m_scannedCount = visited;
+            emit changed();
+        },
+        [this](const Outcome& outcome) { deliver(outcome); });
     emit changed();
 }
 
@@ -443,13 +440,10 @@ void FolderSearchService::cancel() {
     emit changed();
 }
 
-// The worker stops at its next item; its watcher goes, so nothing of it
-// reaches this object any more.
+// The worker stops at its next item, and nothing of it reaches this object
+// any more.
 void FolderSearchService::stopTask() {
-    if (m_cancelled) {
-        m_cancelled->store(true);
-    }
-    m_searchTask.reset();
+    m_scans.dropAll();
 }
 
 void FolderSearchService::deliver(const Outcome& outcome) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/Model.h"
 
 #include <QDateTime>
@@ -7,13 +8,9 @@
 #include <QObject>
 #include <QString>
 
-#include <atomic>
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
-
-template <typename T> class QFutureWatcher;
 
 // One file or folder found below the searched folder.
 struct FolderSearchHit {
@@ -28,9 +25,9 @@ struct FolderSearchHit {
 };
 
 // Finds files and folders below one folder by a part of the name, optionally
-// by content, and by a period of modification months. The walk runs on a
-// worker thread; what the screen reads is written on the main thread only,
-// and each start replaces the scan before it.
+// by content, and by a period of modification months. The walk runs on the
+// executor's shared pool; what the screen reads is written on the main thread
+// only, and each start replaces the scan before it.
 class FolderSearchService : public QObject {
     Q_OBJECT
 
@@ -59,8 +56,10 @@ public:
         int visited = 0;
     };
     using Progress = std::function<void(int visited)>;
+    using IsCancelled = std::function<bool()>;
 
     explicit FolderSearchService(QObject* parent = nullptr);
+    explicit FolderSearchService(Background::Executor& executor, QObject* parent = nullptr);
     ~FolderSearchService() override;
 
     // Cancels what runs and starts a new scan; with an empty query and no
@@ -90,9 +89,9 @@ public:
                                               FolderSearchMatchMode matchMode,
                                               const QString& fromYM, const QString& toYM,
                                               FolderSearchSort sort, bool showHidden);
-    // The whole walk on the calling thread. cancelled is read once per item;
-    // progress hears the count of visited items every 64 items.
-    static Outcome scan(const Request& request, const std::atomic<bool>& cancelled,
+    // The whole walk on the calling thread. isCancelled, when given, is asked
+    // once per item; progress hears the count of visited items every 64 items.
+    static Outcome scan(const Request& request, const IsCancelled& isCancelled,
                         const Progress& progress);
     // Whether the head of the file holds the lower-cased needle.
     static bool contentContains(const QString& path, const QString& needle, int64_t maxBytes);
@@ -113,8 +112,8 @@ private:
     bool m_isSearching = false;
     std::optional<QString> m_lastError;
     int m_scannedCount = 0;
-    // The running scan: its watcher brings the count and the list to the
-    // main thread, and its flag is what the worker reads to stop.
-    std::unique_ptr<QFutureWatcher<Outcome>> m_searchTask;
-    std::shared_ptr<std::atomic<bool>> m_cancelled;
+    Background::Executor& m_executor;
+    // The running scan holds the newest ticket; the worker stops once its
+    // ticket is stale, and a stale count or list never arrives.
+    Background::TicketCounter m_scans;
 };

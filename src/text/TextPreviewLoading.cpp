@@ -1,15 +1,12 @@
 #include "text/TextPreviewLoading.h"
 
 #include "archive/ArchiveService.h"
-#include "core/DiskReadPool.h"
+#include "core/Background.h"
 #include "text/TextDecoding.h"
 
 #include <QFileInfo>
-#include <QFutureWatcher>
 #include <QPointer>
 #include <QProcess>
-#include <QTimer>
-#include <QtConcurrent>
 
 #include <cerrno>
 #include <csignal>
@@ -270,7 +267,8 @@ TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memb
 // finish gives the outcome, the other is stopped or ignored.
 struct LoadHandle::Race {
     std::shared_ptr<CancelFlag> cancelled = std::make_shared<CancelFlag>(false);
-    // Owns the timer and the watcher; a child of the caller's context object.
+    // The time limit and the worker's result reach the race through it; a
+    // child of the caller's context object, gone once the race is decided.
     QPointer<QObject> guard;
     std::function<void(const TextPreviewLoadResult&)> done;
 
@@ -298,7 +296,8 @@ bool LoadHandle::isCancelled() const {
     return m_race && m_race->cancelled->load();
 }
 
-LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)> work,
+LoadHandle start(Background::Executor& executor,
+                 std::function<TextPreviewLoadResult(const CancelFlag&)> work,
                  std::chrono::milliseconds limit, QObject* context,
                  std::function<void(const TextPreviewLoadResult&)> done) {
     auto race = std::make_shared<LoadHandle::Race>();
@@ -306,26 +305,19 @@ LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)> work,
     auto* guard = new QObject(context);
     race->guard = guard;
 
-    auto* timer = new QTimer(guard);
-    timer->setSingleShot(true);
-    // A coarse timer may fire up to 5 per cent early; the limit is a promise.
-    timer->setTimerType(Qt::PreciseTimer);
-    QObject::connect(timer, &QTimer::timeout, guard, [race] {
+    executor.callLater(limit, guard, [race] {
         race->cancelled->store(true);
         race->finish(TextPreviewLoadResult::of(Outcome::timedOut));
     });
-
-    auto* watcher = new QFutureWatcher<TextPreviewLoadResult>(guard);
-    QObject::connect(watcher, &QFutureWatcherBase::finished, guard,
-                     [race, watcher] { race->finish(watcher->future().result()); });
-    const std::shared_ptr<CancelFlag> flag = race->cancelled;
-    watcher->setFuture(QtConcurrent::run(&DiskReadPool::instance(), [flag, work = std::move(work)] {
-        if (flag->load()) {
-            return TextPreviewLoadResult::of(Outcome::cancelled);
-        }
-        return work(*flag);
-    }));
-    timer->start(limit);
+    Background::run(
+        executor, Background::Pool::diskRead, guard,
+        [flag = race->cancelled, work = std::move(work)] {
+            if (flag->load()) {
+                return TextPreviewLoadResult::of(Outcome::cancelled);
+            }
+            return work(*flag);
+        },
+        [race](const TextPreviewLoadResult& result) { race->finish(result); });
 
     LoadHandle handle;
     handle.m_race = race;

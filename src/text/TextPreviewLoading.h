@@ -11,6 +11,9 @@
 #include <optional>
 
 class QObject;
+namespace Background {
+class Executor;
+}
 
 // Text for VIEWER that can never hang it: a plain file gives only its head,
 // documents go through a converter to plain text, archive members are read
@@ -87,19 +90,21 @@ public:
     bool isCancelled() const;
 
 private:
-    friend LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)>,
+    friend LoadHandle start(Background::Executor&,
+                            std::function<TextPreviewLoadResult(const CancelFlag&)>,
                             std::chrono::milliseconds, QObject*,
                             std::function<void(const TextPreviewLoadResult&)>);
     struct Race;
     std::shared_ptr<Race> m_race;
 };
 
-// Runs work on a worker thread against a timer of limit on context's thread.
-// done runs once on context's thread with the first of: the worker's result,
-// timedOut, cancelled. A worker still blocked after the time-out is abandoned,
-// told to stop through its flag, and its result goes nowhere. When context is
-// destroyed first, done never runs.
-LoadHandle start(std::function<TextPreviewLoadResult(const CancelFlag&)> work,
+// Runs work on the executor's disk-read pool against a timer of limit on the
+// main thread. done runs once on the main thread with the first of: the
+// worker's result, timedOut, cancelled. A worker still blocked after the
+// time-out is abandoned, told to stop through its flag, and its result goes
+// nowhere. When context is destroyed first, done never runs.
+LoadHandle start(Background::Executor& executor,
+                 std::function<TextPreviewLoadResult(const CancelFlag&)> work,
                  std::chrono::milliseconds limit, QObject* context,
                  std::function<void(const TextPreviewLoadResult&)> done);
 

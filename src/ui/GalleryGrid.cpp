@@ -1,5 +1,6 @@
 #include "ui/GalleryGrid.h"
 
+#include "core/Background.h"
 #include "preview/Gallery.h"
 #include "preview/GalleryThumbnail.h"
 #include "search/TreeSession.h"
@@ -7,12 +8,9 @@
 #include "ui/RowListArea.h"
 #include "ui/ScreenFont.h"
 
-#include <QCoreApplication>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QPointer>
 #include <QScrollBar>
-#include <QThreadPool>
 
 #include <algorithm>
 #include <cmath>
@@ -171,32 +169,23 @@ void GalleryGrid::startLoads() {
             continue;
         }
         cell.started = true;
-        cell.ticket = ++m_nextTicket;
         ++m_running;
-        QPointer<GalleryGrid> grid(this);
-        QThreadPool::globalInstance()->start([grid, entry, ticket = cell.ticket] {
-            std::optional<QImage> image = GalleryThumbnail::make(entry);
-            QCoreApplication* app = QCoreApplication::instance();
-            if (!app) {
-                return;
-            }
-            QMetaObject::invokeMethod(
-                app,
-                [grid, id = entry.id, ticket, image = std::move(image)] {
-                    if (grid) {
-                        grid->takeThumbnail(id, ticket, image);
-                    }
-                },
-                Qt::QueuedConnection);
-        });
+        // Every result comes back, a stale one too, so that the count of
+        // running loads stays true; takeThumbnail drops what is stale.
+        Background::run(
+            m_state.executor(), Background::Pool::diskRead, this,
+            [entry] { return GalleryThumbnail::make(entry); },
+            [this, id = entry.id, ticket = cell.load.take()](const std::optional<QImage>& image) {
+                takeThumbnail(id, ticket, image);
+            });
     }
 }
 
-void GalleryGrid::takeThumbnail(const QString& key, uint64_t ticket,
+void GalleryGrid::takeThumbnail(const QString& key, const Background::Ticket& ticket,
                                 const std::optional<QImage>& image) {
     --m_running;
     const auto cell = m_cells.find(key);
-    if (cell != m_cells.end() && cell->ticket == ticket) {
+    if (cell != m_cells.end() && ticket.isCurrent()) {
         cell->state = image ? Thumbnail::ready : Thumbnail::failed;
         cell->image = image.value_or(QImage());
         viewport()->update();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "ui/ScreenText.h"
 
 #include <QAbstractScrollArea>
@@ -40,7 +41,9 @@ private:
     struct Cell {
         Thumbnail state = Thumbnail::loading;
         bool started = false;
-        uint64_t ticket = 0;
+        // A cell forgotten and made again has a counter of its own, so the
+        // load of its former self is stale.
+        Background::TicketCounter load;
         QImage image;
     };
 
@@ -53,7 +56,8 @@ private:
     QList<int> indicesInView() const;
     void loadCellsInView();
     void startLoads();
-    void takeThumbnail(const QString& key, uint64_t ticket, const std::optional<QImage>& image);
+    void takeThumbnail(const QString& key, const Background::Ticket& ticket,
+                       const std::optional<QImage>& image);
     void paintCell(QPainter& painter, int index, const QRect& rect) const;
 
     AppState& m_state;
@@ -66,5 +70,4 @@ private:
     // for an older request of it, is dropped.
     QHash<QString, Cell> m_cells;
     int m_running = 0;
-    uint64_t m_nextTicket = 0;
 };

@@ -1,7 +1,7 @@
 #include "ui/GeneralPreviewView.h"
 
 #include "core/AppState.h"
-#include "core/DiskReadPool.h"
+#include "core/Background.h"
 #include "core/Formats.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
@@ -11,13 +11,11 @@
 
 #include <QApplication>
 #include <QFileInfo>
-#include <QFutureWatcher>
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QPdfDocument>
 #include <QStyle>
 #include <QVBoxLayout>
-#include <QtConcurrent/QtConcurrentRun>
 
 namespace {
 
@@ -76,6 +74,7 @@ void GeneralPreviewView::setPath(const QString& path) {
     m_page->setImage({});
     m_page->hide();
     m_renderingPage = false;
+    m_renders.dropAll();
     if (type.inherits(QStringLiteral("application/pdf"))) {
         renderPage(path);
     }
@@ -90,21 +89,15 @@ void GeneralPreviewView::showCard(const QFileInfo& info, const QMimeType& type) 
 
 void GeneralPreviewView::renderPage(const QString& path) {
     m_renderingPage = true;
-    auto* watcher = new QFutureWatcher<QImage>(this);
-    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, path] {
-        watcher->deleteLater();
-        applyPage(path, watcher->result());
-    });
-    watcher->setFuture(QtConcurrent::run(
-        &DiskReadPool::instance(), &GeneralPreviewView::renderFirstPage, path, kPageRenderBound));
+    Background::run(
+        m_state.executor(), Background::Pool::diskRead, this, m_renders.take(),
+        [path] { return renderFirstPage(path, kPageRenderBound); },
+        [this](const QImage& page) { applyPage(page); });
 }
 
-// A page that comes after the file changed is dropped; one that cannot be
-// drawn leaves the card standing.
-void GeneralPreviewView::applyPage(const QString& path, const QImage& page) {
-    if (path != m_path) {
-        return;
-    }
+// A page that comes after the file changed holds a stale ticket and is
+// dropped; one that cannot be drawn leaves the card standing.
+void GeneralPreviewView::applyPage(const QImage& page) {
     m_renderingPage = false;
     m_page->setImage(page);
     m_page->setVisible(!page.isNull());

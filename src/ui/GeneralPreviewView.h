@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Background.h"
+
 #include <QIcon>
 #include <QImage>
 #include <QString>
@@ -38,12 +40,13 @@ protected:
 private:
     void showCard(const QFileInfo& info, const QMimeType& type);
     void renderPage(const QString& path);
-    void applyPage(const QString& path, const QImage& page);
+    void applyPage(const QImage& page);
     void paintCard(QPainter& painter);
 
     const AppState& m_state;
     QString m_path;
     bool m_renderingPage = false;
+    Background::TicketCounter m_renders;
     QIcon m_icon;
     QStringList m_cardLines;
     FitImagePreviewView* m_page;

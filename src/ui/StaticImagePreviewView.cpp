@@ -1,6 +1,7 @@
 #include "ui/StaticImagePreviewView.h"
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "preview/AnimatedImageSupport.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/PageFlipGlyph.h"
@@ -8,7 +9,6 @@
 #include "ui/PreviewMessage.h"
 #include "ui/ScreenFont.h"
 
-#include <QFutureWatcher>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QPainter>
@@ -46,8 +46,9 @@ StaticImagePreviewView::StaticImagePreviewView(AppState& state, QWidget* parent)
     connect(&m_state, &AppState::changed, this, &StaticImagePreviewView::showCurrentFrame);
 }
 
+// A composition under way stops between frames once its ticket is stale.
 StaticImagePreviewView::~StaticImagePreviewView() {
-    m_load.cancel();
+    m_loads.dropAll();
 }
 
 QWidget* StaticImagePreviewView::makeStrip() {
@@ -86,28 +87,19 @@ void StaticImagePreviewView::setSource(const QString& path, const AnimatedImageI
     if (path == m_path && info == m_info) {
         return;
     }
-    m_load.cancel();
     m_path = path;
     m_info = info;
     m_frames.clear();
     m_loading = true;
     showCurrentFrame();
-    m_load = AnimatedImageSupport::loadAllFramesInBackground(path);
-    auto* watcher = new QFutureWatcher<QList<QImage>>(this);
-    connect(watcher, &QFutureWatcher<QList<QImage>>::finished, this, [this, watcher, path] {
-        watcher->deleteLater();
-        if (!watcher->isCanceled()) {
-            applyLoaded(path, watcher->result());
-        }
-    });
-    watcher->setFuture(m_load);
+    // A new ticket stops the composition for the file before, which then
+    // never arrives.
+    AnimatedImageSupport::loadAllFramesInBackground(
+        m_state.executor(), path, this, m_loads.take(),
+        [this](const QList<QImage>& frames) { applyLoaded(frames); });
 }
 
-// A composition that ends after the file changed belongs to the old file.
-void StaticImagePreviewView::applyLoaded(const QString& path, const QList<QImage>& frames) {
-    if (path != m_path) {
-        return;
-    }
+void StaticImagePreviewView::applyLoaded(const QList<QImage>& frames) {
     m_loading = false;
     m_frames = frames;
     showCurrentFrame();

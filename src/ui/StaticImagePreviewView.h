@@ -1,8 +1,8 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/Model.h"
 
-#include <QFuture>
 #include <QImage>
 #include <QList>
 #include <QString>
@@ -43,7 +43,7 @@ protected:
 
 private:
     QWidget* makeStrip();
-    void applyLoaded(const QString& path, const QList<QImage>& frames);
+    void applyLoaded(const QList<QImage>& frames);
     void showCurrentFrame();
     int frameCount() const;
     int shownIndex() const;
@@ -54,7 +54,7 @@ private:
     AnimatedImageInfo m_info;
     QList<QImage> m_frames;
     bool m_loading = false;
-    QFuture<QList<QImage>> m_load;
+    Background::TicketCounter m_loads;
     FitImagePreviewView* m_picture;
     QPushButton* m_previous = nullptr;
     QPushButton* m_next = nullptr;

@@ -1,16 +1,14 @@
 #include "ui/StillImagePreviewView.h"
 
 #include "core/AppState.h"
-#include "core/DiskReadPool.h"
+#include "core/Background.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
 #include "ui/PreviewMessage.h"
 
-#include <QFutureWatcher>
 #include <QImageReader>
 #include <QPainter>
 #include <QVBoxLayout>
-#include <QtConcurrent/QtConcurrentRun>
 
 StillImagePreviewView::StillImagePreviewView(const AppState& state, QWidget* parent)
     : QWidget(parent)
@@ -38,21 +36,14 @@ void StillImagePreviewView::setPath(const QString& path) {
     m_picture->setImage({});
     m_picture->hide();
     update();
-    // One watcher per read: a read that finishes after the file changed is
-    // told apart by its path and dropped.
-    auto* watcher = new QFutureWatcher<QImage>(this);
-    connect(watcher, &QFutureWatcher<QImage>::finished, this, [this, watcher, path] {
-        watcher->deleteLater();
-        applyLoaded(path, watcher->result());
-    });
-    watcher->setFuture(
-        QtConcurrent::run(&DiskReadPool::instance(), &StillImagePreviewView::readImage, path));
+    // A read that finishes after the file changed holds a stale ticket and
+    // is dropped.
+    Background::run(
+        m_state.executor(), Background::Pool::diskRead, this, m_reads.take(),
+        [path] { return readImage(path); }, [this](const QImage& image) { applyLoaded(image); });
 }
 
-void StillImagePreviewView::applyLoaded(const QString& path, const QImage& image) {
-    if (path != m_path) {
-        return;
-    }
+void StillImagePreviewView::applyLoaded(const QImage& image) {
     m_loading = false;
     m_failed = image.isNull();
     m_picture->setImage(image);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "core/Background.h"
+
 #include <QImage>
 #include <QString>
 #include <QWidget>
@@ -32,11 +34,12 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void applyLoaded(const QString& path, const QImage& image);
+    void applyLoaded(const QImage& image);
 
     const AppState& m_state;
     QString m_path;
     bool m_loading = false;
     bool m_failed = false;
+    Background::TicketCounter m_reads;
     FitImagePreviewView* m_picture;
 };

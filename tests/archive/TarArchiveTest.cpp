@@ -3,12 +3,11 @@
 #include "archive/ArchiveService.h"
 
 #include "ZipFixtures.h"
+#include "support/CountingExecutor.h"
 
-#include <QCoreApplication>
 #include <QEventLoop>
 #include <QFileInfo>
 #include <QThread>
-#include <QThreadPool>
 
 #include <gtest/gtest.h>
 
@@ -121,15 +120,17 @@ TEST_F(TarArchiveTest, KindsOutsideTheFourAreUnsupportedAndTheTemporaryCopyIsFre
 
 TEST_F(TarArchiveTest, BackgroundWorkAnswersOnTheCallersThreadOrNotAtAll) {
     const QString archive = alphaTar();
+    CountingExecutor executor;
     QObject context;
     QEventLoop loop;
     std::optional<ArchiveService::ArchiveResult<QByteArray>> answer;
     Qt::HANDLE answeredOn = nullptr;
-    ArchiveService::extractMemberDataInBackground(archive, "a.txt", &context, [&](auto result) {
-        answer = std::move(result);
-        answeredOn = QThread::currentThreadId();
-        loop.quit();
-    });
+    ArchiveService::extractMemberDataInBackground(executor, archive, "a.txt", &context,
+                                                  [&](auto result) {
+                                                      answer = std::move(result);
+                                                      answeredOn = QThread::currentThreadId();
+                                                      loop.quit();
+                                                  });
     loop.exec();
     ASSERT_TRUE(answer && *answer);
     EXPECT_EQ(answer->value(), "alpha");
@@ -137,10 +138,9 @@ TEST_F(TarArchiveTest, BackgroundWorkAnswersOnTheCallersThreadOrNotAtAll) {
 
     bool called = false;
     auto* gone = new QObject;
-    ArchiveService::listMembersInBackground(archive, gone, [&](auto) { called = true; });
+    ArchiveService::listMembersInBackground(executor, archive, gone, [&](auto) { called = true; });
     delete gone;
-    QThreadPool::globalInstance()->waitForDone();
-    QCoreApplication::processEvents();
+    ASSERT_TRUE(executor.waitForPosted(2));
     EXPECT_FALSE(called);
 }
 

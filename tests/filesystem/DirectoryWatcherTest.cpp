@@ -1,6 +1,7 @@
 // Watching pane folders: one reload per burst, after the quiet time; no
 // watch inside archives or on a right pane that is not a filer.
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "filesystem/DirectoryWatcher.h"
 #include "filesystem/FileAccessMemory.h"
@@ -125,15 +126,17 @@ TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
 // A change on disk lists the folder on a worker thread. Its rows are shown only
 // if they are still the latest word on the pane's folder.
 TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
+    Background::ManualExecutor executor;
+    state = std::make_unique<AppState>(preferences, executor);
     state->pane(PaneSide::left).watcher.reset(); // reloads are asked for by hand here
     state->reloadPane(PaneSide::left, false);
     dir.makeFile("one.txt");
     const int64_t epoch = state->pane(PaneSide::left).listEpoch;
     state->reloadPaneInBackground(PaneSide::left);
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch);
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 1; }, 2000))
-        << state->pane(PaneSide::left).listEpoch;
+    EXPECT_EQ(executor.nextPool(), Background::Pool::diskRead);
+    executor.runAll();
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 1);
     EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "one.txt");
     // The rights met by the worker are written by the main thread.
     EXPECT_TRUE(preferences.dataValue("fileAccessMemory.v1").contains("one.txt"));
@@ -141,18 +144,21 @@ TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
     // Two requests in a row show rows once, not twice.
     state->reloadPaneInBackground(PaneSide::left);
     state->reloadPaneInBackground(PaneSide::left);
-    ASSERT_TRUE(
-        QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 2; }, 2000))
-        << state->pane(PaneSide::left).listEpoch;
-    runEventsFor(100ms);
+    executor.runAll();
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 2);
+
+    // The pane was listed anew before the rows came: they are dropped.
+    state->reloadPaneInBackground(PaneSide::left);
+    state->reloadPane(PaneSide::left, false);
+    executor.runAll();
+    EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 3);
 
     // The pane moved on before the rows came: they are dropped.
     TestDir other;
     other.makeFile("elsewhere.txt");
     state->reloadPaneInBackground(PaneSide::left);
     state->openLocation(FilerLocation::directory(other.path()), PaneSide::left, std::nullopt);
-    runEventsFor(200ms);
+    executor.runAll();
     EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "elsewhere.txt");
 }
 

@@ -1,11 +1,13 @@
 // Frames of APNG and GIF files: APNGs assembled by apngasm and by hand from
 // PNG frames Qt writes, GIFs made by ImageMagick, checked pixel by pixel.
 #include "preview/AnimatedImageSupport.h"
+#include "core/Background.h"
 #include "support/TestDir.h"
 
 #include <QBuffer>
 #include <QPainter>
 #include <QProcess>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -338,10 +340,14 @@ TEST(AnimatedImageLoading, FramesLoadOffTheMainThreadAndStopWhenCancelled) {
     const QString path = dir.makeFile(
         "anim.png",
         handMadeAPNG({2, 2}, {{filled(2, 2, red)}, {filled(2, 2, blue)}, {filled(2, 2, green)}}));
-    QFuture<QList<QImage>> future = loadAllFramesInBackground(path);
-    const QList<QImage> frames = future.result();
-    ASSERT_EQ(frames.size(), 3);
-    EXPECT_TRUE(samePixels(frames[2], filled(2, 2, green)));
+    Background::TicketCounter loads;
+    QObject context;
+    std::optional<QList<QImage>> frames;
+    loadAllFramesInBackground(Background::workerThreads(), path, &context, loads.take(),
+                              [&](const QList<QImage>& loaded) { frames = loaded; });
+    ASSERT_TRUE(QTest::qWaitFor([&] { return frames.has_value(); }, 10000));
+    ASSERT_EQ(frames->size(), 3);
+    EXPECT_TRUE(samePixels(frames->at(2), filled(2, 2, green)));
     int asked = 0;
     EXPECT_EQ(loadAllFrames(path, [&] { return ++asked > 1; }).size(), 1);
 }

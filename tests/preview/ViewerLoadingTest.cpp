@@ -1,6 +1,7 @@
 // What VIEWER shows once a file's or a member's load has ended, and which
 // loads are dropped because a newer one replaced them.
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "support/TestDir.h"
 #include "text/TextPreviewLoading.h"
@@ -33,6 +34,9 @@ protected:
         TextPreviewLoading::setTimeLimit(TextPreviewLoading::defaultTimeLimit);
     }
 
+    // A state whose loads and time limits wait for the test to step them.
+    void stepByHand() { state = std::make_unique<AppState>(preferences, manual); }
+
     // Loads a file and waits until the viewer has settled on it.
     void show(const QString& path) {
         state->loadViewerContent(path);
@@ -63,6 +67,7 @@ protected:
 
     TestDir dir;
     MemoryPreferences preferences;
+    Background::ManualExecutor manual;
     std::unique_ptr<AppState> state;
 };
 
@@ -124,14 +129,19 @@ TEST_F(ViewerLoading, ABlockedReadEndsAtTheTimeLimit) {
 }
 
 TEST_F(ViewerLoading, ANewerLoadDropsTheOlder) {
-    const QString fifo = makeFifo("stuck.txt");
-    state->loadViewerContent(fifo);
+    stepByHand();
+    state->loadViewerContent(dir.makeFile("older.txt", "older"));
     state->loadViewerContent(dir.makeFile("first.txt", "first"));
-    show(dir.makeFile("second.txt", "second"));
-    // Past the stuck load's limit: its time-out must not reach the pane.
-    QTest::qWait(500);
-    releaseReaders(fifo);
-    QTest::qWait(50);
+    state->loadViewerContent(dir.makeFile("second.txt", "second"));
+    // The older loads end first: nothing of them reaches the pane.
+    manual.runNext();
+    manual.runNext();
+    EXPECT_TRUE(state->isViewerLoading);
+    EXPECT_TRUE(state->editorText.isEmpty());
+    manual.runAll();
+    // Past the older loads' limit: their time-outs must not reach the pane.
+    manual.advance(500ms);
+    EXPECT_FALSE(state->isViewerLoading);
     EXPECT_EQ(state->editorText, "second");
     EXPECT_EQ(state->editorURL, dir.filePath("second.txt"));
     EXPECT_FALSE(state->viewerSkipReason);
@@ -139,7 +149,8 @@ TEST_F(ViewerLoading, ANewerLoadDropsTheOlder) {
     // Clearing the viewer cancels a load under way just the same.
     state->loadViewerContent(dir.filePath("first.txt"));
     state->clearViewer();
-    QTest::qWait(100);
+    manual.runAll();
+    manual.advance(500ms);
     EXPECT_EQ(state->viewerKind, ViewerContentKind::none);
     EXPECT_FALSE(state->editorURL);
     EXPECT_TRUE(state->editorText.isEmpty());
@@ -153,16 +164,18 @@ TEST_F(ViewerLoading, AGIFsFrameCountFollowsUnlessTheCursorMovedOn) {
               0);
     ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", dir.filePath("still.png")}),
               0);
+    stepByHand();
     const QString gif = dir.filePath("anim.gif");
     state->loadViewerContent(gif);
     EXPECT_EQ(state->viewerKind, ViewerContentKind::preview);
     EXPECT_FALSE(state->animatedPreviewInfo);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return state->animatedPreviewInfo.has_value(); }, 10000));
+    EXPECT_EQ(manual.nextPool(), Background::Pool::diskRead);
+    manual.runAll();
     EXPECT_EQ(state->animatedPreviewInfo, (AnimatedImageInfo{3, "GIF"}));
 
     state->loadViewerContent(gif);
     state->loadViewerContent(dir.filePath("still.png"));
-    QTest::qWait(300);
+    manual.runAll();
     EXPECT_EQ(state->editorURL, dir.filePath("still.png"));
     EXPECT_FALSE(state->animatedPreviewInfo);
 }

@@ -2,6 +2,7 @@
 // before a scan, the form's choices, the moves over the hits and the folder box.
 #include "../core/KeyTestSupport.h"
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/FolderSearchService.h"
@@ -10,16 +11,15 @@
 #include "support/TestDir.h"
 
 #include <QSignalSpy>
-#include <QTest>
-#include <QTimer>
 
 #include <gtest/gtest.h>
 
 namespace {
 
 using KeyTest::named;
+using namespace std::chrono_literals;
 
-constexpr int kShortWait = 40;
+constexpr std::chrono::milliseconds kShortWait = 40ms;
 
 class FileSearchModeTest : public ::testing::Test {
 protected:
@@ -32,8 +32,8 @@ protected:
         dir.makeFolder(QStringLiteral("music/alpha-live"));
         dir.makeFolder(QStringLiteral("docs/old"));
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->fileSearchDebounceMilliseconds = kShortWait;
+        state = std::make_unique<AppState>(preferences, executor);
+        state->fileSearchDebounceMilliseconds = int(kShortWait.count());
         state->refreshAll();
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
@@ -42,10 +42,15 @@ protected:
         state->fileSearchQuery = text;
         state->scheduleFileSearch();
     }
-    bool waitForScan() {
+    // Lets the wait after the last change end and the scan it starts run.
+    bool endTheWaitAndScan() {
         QSignalSpy finished(state->folderSearch.get(), &FolderSearchService::finished);
-        return finished.wait(3000);
+        executor.advance(kShortWait);
+        executor.runAll();
+        return finished.count() == 1;
     }
+    // The scans the wait let through: each starts its walk on the shared pool.
+    qsizetype scans() const { return executor.startedCount(Background::Pool::shared); }
     QStringList hitPaths() const {
         QStringList paths;
         for (const FolderSearchHit& hit : state->folderSearch->results()) {
@@ -56,20 +61,24 @@ protected:
 
     MemoryPreferences preferences;
     TestDir dir;
+    // The scans and the wait before them run when the test steps them.
+    Background::ManualExecutor executor;
     std::unique_ptr<AppState> state;
 };
 
 TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
     state->enterFileSearchMode();
     typeQuery(QStringLiteral("a"));
-    QSignalSpy scans(state->fileSearchDebounceTask, &QTimer::timeout);
+    executor.advance(kShortWait - 1ms);
     typeQuery(QStringLiteral("al"));
+    executor.advance(kShortWait - 1ms);
     typeQuery(QStringLiteral("alp"));
-    EXPECT_EQ(scans.count(), 0);
+    EXPECT_EQ(scans(), 0);
     EXPECT_FALSE(state->folderSearch->isSearching());
-    ASSERT_TRUE(waitForScan());
-    QTest::qWait(3 * kShortWait);
-    EXPECT_EQ(scans.count(), 1);
+    ASSERT_TRUE(endTheWaitAndScan());
+    executor.advance(3 * kShortWait);
+    executor.runAll();
+    EXPECT_EQ(scans(), 1);
     EXPECT_EQ(hitPaths(),
               QStringList({"music/alpha-live", "alpha.txt", "alps.txt", "music/alpine.mp3"}));
 }
@@ -79,11 +88,10 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     ASSERT_TRUE(state->isFileSearchMode);
     // Esc while the wait runs: no scan starts.
     typeQuery(QStringLiteral("alp"));
-    QSignalSpy scans(state->fileSearchDebounceTask, &QTimer::timeout);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
     EXPECT_FALSE(state->isFileSearchMode);
-    QTest::qWait(4 * kShortWait);
-    EXPECT_EQ(scans.count(), 0);
+    executor.advance(4 * kShortWait);
+    EXPECT_EQ(scans(), 0);
 
     // Esc while the scan runs: its hits never arrive.
     state->enterFileSearchMode();
@@ -92,7 +100,8 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     state->runScheduledFileSearch();
     ASSERT_TRUE(state->folderSearch->isSearching());
     state->handleKeyDown(named(KeyCode::escape));
-    EXPECT_FALSE(finished.wait(300));
+    executor.runAll();
+    EXPECT_EQ(finished.count(), 0);
     EXPECT_TRUE(state->folderSearch->results().isEmpty());
 }
 
@@ -123,6 +132,7 @@ TEST_F(FileSearchModeTest, EnteringStartsAFreshFormAndTheMenuKeyLeaves) {
 TEST_F(FileSearchModeTest, ChoicesAndFocusWrapAndChoicesSearchAgain) {
     using F = FileSearchFocusField;
     state->enterFileSearchMode();
+    state->fileSearchQuery = QStringLiteral("al"); // so that a scan has something to look for
     state->cycleFileSearchFocus(-1);
     EXPECT_EQ(state->fileSearchFocusField, F::results);
     state->cycleFileSearchFocus(1);
@@ -132,8 +142,8 @@ TEST_F(FileSearchModeTest, ChoicesAndFocusWrapAndChoicesSearchAgain) {
 
     state->cycleFileSearchSort(-1);
     EXPECT_EQ(state->fileSearchSort, FolderSearchSort::date);
-    ASSERT_TRUE(state->fileSearchDebounceTask);
-    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+    executor.advance(kShortWait);
+    EXPECT_EQ(scans(), 1);
     state->toggleFileSearchChoice();
     EXPECT_EQ(state->fileSearchSort, FolderSearchSort::name);
 
@@ -150,7 +160,7 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
     EXPECT_EQ(state->errorMessage, QStringLiteral("No file to edit"));
     state->errorMessage.reset();
     typeQuery(QStringLiteral("alp"));
-    ASSERT_TRUE(waitForScan());
+    ASSERT_TRUE(endTheWaitAndScan());
 
     state->moveFileSearchSelection(-3);
     EXPECT_EQ(state->fileSearchSelection, 0);
@@ -174,7 +184,7 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
 TEST_F(FileSearchModeTest, AnEditorOpenedFromAHitKeepsItsKeysAndItsChanges) {
     state->enterFileSearchMode();
     typeQuery(QStringLiteral("alpha.txt"));
-    ASSERT_TRUE(waitForScan());
+    ASSERT_TRUE(endTheWaitAndScan());
     state->focusFileSearchResults();
     state->handleKeyDown(KeyTest::typed(QStringLiteral("e")));
     ASSERT_EQ(state->rightMode, RightPaneMode::editor);
@@ -192,6 +202,7 @@ TEST_F(FileSearchModeTest, AnEditorOpenedFromAHitKeepsItsKeysAndItsChanges) {
 
 TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     state->enterFileSearchMode();
+    state->fileSearchQuery = QStringLiteral("al"); // so that a scan has something to look for
     state->fileSearchFocusField = FileSearchFocusField::folder;
     state->handleKeyDown(named(KeyCode::returnKey));
     ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
@@ -221,7 +232,8 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
     EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
     EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::folder);
-    EXPECT_TRUE(state->fileSearchDebounceTask->isActive());
+    executor.advance(kShortWait);
+    EXPECT_EQ(scans(), 1);
 }
 
 TEST_F(FileSearchModeTest, AnUnreadableFolderIsRefusedWithTheBoxOpen) {

@@ -1,11 +1,11 @@
 // The folder search: which items are hits, in which order, and how a scan
 // hands its list to the main thread (or, cancelled, doesn't).
 #include "search/FolderSearchService.h"
+#include "core/Background.h"
 #include "support/TestDir.h"
 
 #include <QFile>
 #include <QSignalSpy>
-#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -36,8 +36,7 @@ protected:
         const auto request =
             FolderSearchService::makeRequest(query, dir.path(), mode, from, to, sort, false);
         EXPECT_TRUE(request.has_value());
-        const std::atomic<bool> never{false};
-        return request ? FolderSearchService::scan(*request, never, nullptr)
+        return request ? FolderSearchService::scan(*request, {}, nullptr)
                        : FolderSearchService::Outcome{};
     }
 
@@ -143,8 +142,7 @@ TEST_F(FolderSearchTest, TheLimitEndsTheScan) {
     auto request = FolderSearchService::makeRequest(
         "hit", dir.path(), FolderSearchMatchMode::nameOnly, {}, {}, FolderSearchSort::name, false);
     request->maxResults = 10;
-    const std::atomic<bool> never{false};
-    const auto outcome = FolderSearchService::scan(*request, never, nullptr);
+    const auto outcome = FolderSearchService::scan(*request, {}, nullptr);
     EXPECT_EQ(outcome.hits.size(), 10);
     // Every item is a hit, so the count stops with the tenth.
     EXPECT_EQ(outcome.visited, 10);
@@ -177,13 +175,15 @@ TEST_F(FolderSearchTest, SortsPutFoldersFirstAndBreakTiesByPathInNaturalOrder) {
     }
 }
 
+// The service's scans run when the test steps them.
 class FolderSearchServiceTest : public FolderSearchTest {
 protected:
     void start(const QString& query) {
         service.start(query, dir.path(), FolderSearchMatchMode::nameOnly, {}, {},
                       FolderSearchSort::name, false);
     }
-    FolderSearchService service;
+    Background::ManualExecutor executor;
+    FolderSearchService service{executor};
 };
 
 TEST_F(FolderSearchServiceTest, QuickSuccessiveStartsDeliverOnlyTheLast) {
@@ -192,13 +192,22 @@ TEST_F(FolderSearchServiceTest, QuickSuccessiveStartsDeliverOnlyTheLast) {
     }
     dir.makeFile("alphabet.txt");
     QSignalSpy finished(&service, &FolderSearchService::finished);
+    // The count the screen shows while searching: the starts clear it, and
+    // only the last scan's count comes.
+    QList<int> countsWhileSearching;
+    QObject::connect(&service, &FolderSearchService::changed, [&] {
+        if (service.isSearching()) {
+            countsWhileSearching << service.scannedCount();
+        }
+    });
     start("a");
     start("alp");
     start("alphab");
     EXPECT_TRUE(service.isSearching());
-    ASSERT_TRUE(finished.wait(10000));
-    QTest::qWait(200);
+    EXPECT_EQ(executor.nextPool(), Background::Pool::shared);
+    executor.runAll();
     EXPECT_EQ(finished.count(), 1);
+    EXPECT_EQ(countsWhileSearching, QList<int>({0, 0, 0, 601}));
     EXPECT_EQ(paths(service.results()), QStringList{"alphabet.txt"});
     EXPECT_FALSE(service.isSearching());
     EXPECT_EQ(service.scannedCount(), 601);
@@ -211,7 +220,7 @@ TEST_F(FolderSearchServiceTest, CancelLeavesNoLateResults) {
     QSignalSpy finished(&service, &FolderSearchService::finished);
     start("x");
     service.cancel();
-    QTest::qWait(500);
+    executor.runAll();
     EXPECT_EQ(finished.count(), 0);
     EXPECT_TRUE(service.results().isEmpty());
     EXPECT_EQ(service.scannedCount(), 0);
@@ -222,13 +231,14 @@ TEST_F(FolderSearchServiceTest, ABlankStartClearsAtOnceAndOldResultsStayWhileSea
     dir.makeFile("one.txt");
     start("one");
     QSignalSpy finished(&service, &FolderSearchService::finished);
-    ASSERT_TRUE(finished.wait(5000));
+    executor.runAll();
+    ASSERT_EQ(finished.count(), 1);
     start("on");
     EXPECT_EQ(service.results().size(), 1);
     start("   ");
     EXPECT_TRUE(service.results().isEmpty());
     EXPECT_FALSE(service.isSearching());
-    QTest::qWait(200);
+    executor.runAll();
     EXPECT_EQ(finished.count(), 1);
 }
 

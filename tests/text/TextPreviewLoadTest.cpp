@@ -1,6 +1,7 @@
 // Loading text for the viewer: the head of a plain file, converted documents,
 // and the race of a worker against the time limit.
 #include "text/TextPreviewLoading.h"
+#include "support/CountingExecutor.h"
 #include "support/TestDir.h"
 
 #include <QDir>
@@ -98,40 +99,57 @@ TEST(TextPreviewLoad, TheTimeLimitEndsABlockedLoadWhileEventsGoOn) {
     QTimer ticker;
     QObject::connect(&ticker, &QTimer::timeout, [&] { ++ticks; });
     ticker.start(20);
+    CountingExecutor executor;
     QObject context;
     QElapsedTimer clock;
     clock.start();
-    start([fifo](const CancelFlag& c) { return readTextHead(fifo, headLimit, &c); }, 300ms,
-          &context, [&](const TextPreviewLoadResult& r) { outcome = r, ++calls; });
+    start(
+        executor, [fifo](const CancelFlag& c) { return readTextHead(fifo, headLimit, &c); }, 300ms,
+        &context, [&](const TextPreviewLoadResult& r) { outcome = r, ++calls; });
     ASSERT_TRUE(QTest::qWaitFor([&] { return outcome.has_value(); }, 5000));
     EXPECT_EQ(outcome->outcome, Outcome::timedOut);
     EXPECT_GE(clock.elapsed(), 290);
     EXPECT_GE(ticks, 3);
     // The abandoned worker ends later; its result goes nowhere.
     releaseReaders(fifo);
-    QTest::qWait(100);
+    ASSERT_TRUE(executor.waitForPosted(1));
     EXPECT_EQ(calls, 1);
 }
 
 TEST(TextPreviewLoad, ACancelledLoadReportsCancelledOnceAndNothingAfter) {
     TestDir dir;
     const QString path = dir.makeFile("a.txt", "hello");
+    const auto readHead = [path](const CancelFlag& c) { return readTextHead(path, headLimit, &c); };
+    Background::ManualExecutor executor;
     QList<Outcome> outcomes;
     QObject context;
-    const LoadHandle handle =
-        start([path](const CancelFlag& c) { return readTextHead(path, headLimit, &c); }, 1s,
-              &context, [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
+    const LoadHandle handle = start(executor, readHead, 1s, &context,
+                                    [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
     handle.cancel();
     handle.cancel();
-    QTest::qWait(200);
     EXPECT_EQ(outcomes, QList<Outcome>{Outcome::cancelled});
     EXPECT_TRUE(handle.isCancelled());
+    // Neither the worker's result nor the time limit is heard of afterwards.
+    executor.runAll();
+    executor.advance(1s);
+    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::cancelled});
 
     // Without cancelling, the worker's result arrives and the timer stays quiet.
     outcomes.clear();
-    start([path](const CancelFlag& c) { return readTextHead(path, headLimit, &c); }, 2s, &context,
+    start(executor, readHead, 2s, &context,
           [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !outcomes.isEmpty(); }, 5000));
-    QTest::qWait(100);
+    executor.runAll();
     EXPECT_EQ(outcomes, QList<Outcome>{Outcome::loaded});
+    executor.advance(2s);
+    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::loaded});
+
+    // A worker slower than the limit: the time-out is told, its result never.
+    outcomes.clear();
+    start(executor, readHead, 300ms, &context,
+          [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
+    executor.advance(299ms);
+    EXPECT_TRUE(outcomes.isEmpty());
+    executor.advance(1ms);
+    executor.runAll();
+    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::timedOut});
 }

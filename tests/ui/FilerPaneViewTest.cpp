@@ -5,6 +5,7 @@
 #include "ScreenTestSupport.h"
 
 #include <QLineEdit>
+#include <QPropertyAnimation>
 
 using namespace ScreenTest;
 
@@ -138,8 +139,13 @@ TEST_F(FilerPaneViewTest, ALargeFolderKeepsTheCursorRowInView) {
     state->openLocation(FilerLocation::directory(dir.filePath(QStringLiteral("many"))),
                         PaneSide::left, std::nullopt);
     state->setSelection(2500, PaneSide::left);
-    QApplication::processEvents();
-    QTest::qWait(150); // the scroll eases in over 80 ms
+    // The scroll eases in; it has ended when its animation stands still.
+    auto* scroll = view->findChild<QPropertyAnimation*>();
+    ASSERT_NE(scroll, nullptr);
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        return scroll->state() == QAbstractAnimation::Stopped &&
+               view->rect().contains(view->rowRect(2500).center());
+    }));
     const QRect row = view->rowRect(2500);
     EXPECT_TRUE(view->rect().contains(row.center())) << row.top();
     EXPECT_EQ(countColor(grab(*view), QRect(row.left() + 3, row.center().y(), 1, 1),
@@ -150,10 +156,10 @@ TEST_F(FilerPaneViewTest, ALargeFolderKeepsTheCursorRowInView) {
 TEST_F(FilerPaneViewTest, TheFilterBarTakesTheKeyboardAndNarrowsTheList) {
     view->activateWindow();
     state->openFilter();
-    QTest::qWait(20);
     auto* field = view->findChild<QLineEdit*>();
     ASSERT_NE(field, nullptr);
-    EXPECT_TRUE(field->isVisible());
+    // The field takes the keyboard on the turn of the loop after it shows.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return field->isVisible() && field->hasFocus(); }));
     QTest::keyClicks(field, QStringLiteral("plain"));
     EXPECT_EQ(state->filterQuery, QStringLiteral("plain"));
     EXPECT_EQ(state->visibleEntries(PaneSide::left).size(), 2); // ".." and the file

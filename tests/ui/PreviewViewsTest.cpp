@@ -4,6 +4,7 @@
 #include "ui/PreviewBodyView.h"
 
 #include "ScreenTestSupport.h"
+#include "core/Background.h"
 #include "preview/AnimatedImageSupport.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/GeneralPreviewView.h"
@@ -141,11 +142,17 @@ TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPictureAndJunkSaysItCannotBeRead) {
 TEST_F(PreviewViewsTest, APictureReadForTheFileBeforeIsDropped) {
     const QString large = writeImage("large.png", {4000, 3000}, red);
     const QString small = writeImage("small.png", {20, 10}, blue);
-    StillImagePreviewView still(*state);
+    Background::ManualExecutor reads;
+    const AppState stepped(preferences, reads);
+    StillImagePreviewView still(stepped);
     still.setPath(large);
     still.setPath(small);
-    ASSERT_TRUE(waitFor([&] { return !still.isLoading(); }));
-    QTest::qWait(1500);
+    EXPECT_EQ(reads.nextPool(), Background::Pool::diskRead);
+    reads.runNext();
+    EXPECT_TRUE(still.isLoading());
+    EXPECT_TRUE(still.image().isNull());
+    reads.runAll();
+    EXPECT_FALSE(still.isLoading());
     EXPECT_EQ(still.image().size(), QSize(20, 10));
 }
 
