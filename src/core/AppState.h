@@ -124,7 +124,7 @@ public:
     bool textInputHasMarkedText() const;
     void setTextInputHost(TextInputHost* host) { m_textInputHost = host; }
 
-    // --- Cursor and location (Navigation.cpp)
+    // --- Cursor and location (NavigationCommands.cpp)
     void setSelection(int index, PaneSide side);
     void moveCursor(int delta);
     void moveCursorToTop();
@@ -145,7 +145,7 @@ public:
     void toggleLocalizedNames();
     void toggleAllExtensions();
 
-    // --- Layout (Layout.cpp)
+    // --- Layout (LayoutCommands.cpp)
     enum class ResizePhase { live, settled };
     void setLayoutMode(LayoutMode mode);
     void applyLayoutMode(LayoutMode mode);
@@ -162,7 +162,7 @@ public:
     // Wall clock in seconds for the redraw throttle; tests set their own.
     std::function<double()> wallClock = &AppState::systemWallClock;
 
-    // --- Filter (Filter.cpp)
+    // --- Filter (FilterCommands.cpp)
     QList<FileEntry> visibleTreeFiles(const QList<FileEntry>& files) const;
     // Tree rows of depth 0 always stay; others when their name holds the query.
     template <typename Row> QList<Row> visibleTreeRows(const QList<Row>& rows) const {
@@ -185,14 +185,14 @@ public:
     // Gives the keyboard back to the window, later in this turn of the loop.
     void releaseTextFocus();
 
-    // --- Sort picker (SortPicker.cpp)
+    // --- Sort picker (SortPickerCommands.cpp)
     void openSortPicker();
     void closeSortPicker();
     void moveSortPickerSelection(int delta);
     void confirmSortPicker(std::optional<int> index);
     void applySortMode(FilerSortMode mode);
 
-    // --- Tags (Tags.cpp)
+    // --- Tags (TagCommands.cpp)
     static QString tagKey(const FileEntry& entry);
     // "dir:" or "zip:" key of a location; the gallery's scroll identity, not a tag.
     static QString locationKey(const FilerLocation& location);
@@ -208,7 +208,7 @@ public:
     QStringList taggedFileURLs() const;
     QString taggedSizeLabel() const;
 
-    // --- Copy and move (CopyMoveFlow.cpp)
+    // --- Copy and move (CopyMoveCommands.cpp)
     void commitCopyMovePathPrompt();
     void proceedCopyMove(bool shift);
     void skipCopyMoveItem(bool shift);
@@ -219,11 +219,11 @@ public:
     // the VIEWER aligned.
     void finishFileOperation();
 
-    // --- Delete (DeleteFlow.cpp)
+    // --- Delete (DeleteCommands.cpp)
     QStringList deleteTargets(DeleteKind kind) const;
     void runPendingDelete();
 
-    // --- Directory watching (PaneWatching.cpp)
+    // --- Directory watching (PaneWatchingCommands.cpp)
     void watchPaneFolder(PaneSide side);
 
     // --- Commands the keys reach
@@ -281,6 +281,10 @@ public:
     void syncGallerySelection();
     void moveGalleryCursor(int dx, int dy);
     void openGallerySelection(std::optional<int> index);
+    // Selects the item and moves the filer's cursor to the row of the same
+    // name: the pane's list, or the file list of a pane in tree mode, whose
+    // cursor then moves to the files.
+    void selectGalleryItem(int index);
     // File search and its folder box
     void enterFileSearchMode();
     void exitFileSearchMode();
@@ -304,7 +308,7 @@ public:
     int searchTreeBoxRowCount() const;
     void confirmSearchTreeBox();
     // Starts the scan of the form once it has held still for the debounce
-    // interval; every call starts the wait again (search/FileSearchMode.cpp).
+    // interval; every call starts the wait again (search/FileSearchCommands.cpp).
     void scheduleFileSearch();
     // The end of that wait: the scan of what the form holds now.
     void runScheduledFileSearch();
@@ -365,7 +369,7 @@ public:
     void moveOpenWithSelection(int delta);
     void confirmOpenWith(std::optional<int> index);
 
-    // --- DOS dialog (dialogs/DosDialogActions.cpp): the answers to the one
+    // --- DOS dialog (dialogs/DosDialogCommands.cpp): the answers to the one
     // dialog that stands, built from the fields below by currentDosDialog().
     void activateDosDialogAction(bool shift);
     void confirmDosDialog(bool shift);
@@ -373,7 +377,7 @@ public:
     void moveDosDialogSelection(int delta);
     void openPrivacySettings();
 
-    // --- Name prompts (dialogs/NamePrompts.cpp)
+    // --- Name prompts (dialogs/NamePromptCommands.cpp)
     void commitCreateItem();
     void commitRename();
     // The open text prompt's field typed into (name, new name, pattern or
@@ -518,7 +522,7 @@ private:
     bool isFilterNarrowing() const;
     bool nameMatchesFilter(const QString& name) const;
 
-    // Tree mode and bookmarks (search/TreeCommands.cpp, pickers/JumpDialog.cpp).
+    // Tree mode and bookmarks (search/TreeCommands.cpp, pickers/JumpDialogCommands.cpp).
     void noteTreeChanged();
     void moveTreeCursorTo(PaneSide side, int index);
     int treeCursorIndex(PaneSide side) const;

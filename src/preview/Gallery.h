@@ -2,10 +2,7 @@
 
 #include <optional>
 
-class AppState;
-
-// The GALLERY grid beside the filer: its fixed shape, and the one way a
-// change of the grid's selection reaches the filer.
+// The GALLERY grid beside the filer: its fixed shape and its steps.
 namespace Gallery {
 
 // The grid always has this many columns, whatever the pane's width.
@@ -16,10 +13,5 @@ inline constexpr int kColumns = 5;
 // on the row before or after; rows and then the index are held inside the
 // grid, so a step down past the short last row lands on the last item.
 std::optional<int> steppedIndex(std::optional<int> selection, int count, int dx, int dy);
-
-// Selects the item and moves the filer's cursor to the row of the same
-// name: the pane's list, or the file list of a pane in tree mode, whose
-// cursor then moves to the files.
-void selectItem(AppState& state, int index);
 
 } // namespace Gallery

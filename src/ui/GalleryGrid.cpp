@@ -249,7 +249,7 @@ void GalleryGrid::paintCell(QPainter& painter, int index, const QRect& rect) con
 void GalleryGrid::mousePressEvent(QMouseEvent* event) {
     m_state.focusPane(PaneSide::right);
     if (const std::optional<int> index = indexAt(event->position().toPoint())) {
-        Gallery::selectItem(m_state, *index);
+        m_state.selectGalleryItem(*index);
     }
 }
 
