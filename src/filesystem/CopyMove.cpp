@@ -1,6 +1,7 @@
 // Copying and moving items, and the folder the copy/move path prompt names.
 #include "filesystem/FileSystemService.h"
 #include "filesystem/FolderNames.h"
+#include "filesystem/ItemTree.h"
 
 #include "core/PathUtils.h"
 
@@ -20,37 +21,12 @@ namespace FileSystemService {
 namespace {
 
 using Kind = FileSystemError::Kind;
-
-// Large enough that the kernel copies big files in few calls, small enough
-// that the progress text moves.
-constexpr size_t kCopyChunk = 32 * 1024 * 1024;
+using ItemTree::Descriptor;
+using ItemTree::Identity;
 
 FileSystemError lastError() {
     return FileSystemError::fromErrno(errno);
 }
-
-class FileHandle {
-public:
-    explicit FileHandle(int fd)
-        : m_fd(fd) {}
-    ~FileHandle() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    FileHandle(const FileHandle&) = delete;
-    FileHandle& operator=(const FileHandle&) = delete;
-    int get() const { return m_fd; }
-    // Closes now, so that a late write error is not lost.
-    int release() {
-        const int result = ::close(m_fd);
-        m_fd = -1;
-        return result;
-    }
-
-private:
-    int m_fd;
-};
 
 // The names inside a folder, "." and ".." left out.
 FsResult<std::vector<QByteArray>> childNames(const QByteArray& folder) {
@@ -63,184 +39,135 @@ FsResult<std::vector<QByteArray>> childNames(const QByteArray& folder) {
     return names;
 }
 
-// Plain read and write, for file systems where the kernel copy is refused.
-ssize_t copyChunkByHand(int in, int out) {
-    static thread_local std::vector<char> buffer(1024 * 1024);
-    const ssize_t got = ::read(in, buffer.data(), buffer.size());
-    for (ssize_t written = 0; got > 0 && written < got;) {
-        const ssize_t step = ::write(out, buffer.data() + written, size_t(got - written));
-        if (step < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return -1;
-        }
-        written += step;
-    }
-    return got;
-}
-
-FsResult<Done> copyBytes(int in, int out, CopyProgress* progress) {
-    bool inKernel = true;
-    for (;;) {
-        ssize_t carried = inKernel ? ::copy_file_range(in, nullptr, out, nullptr, kCopyChunk, 0)
-                                   : copyChunkByHand(in, out);
-        if (carried < 0 && inKernel &&
-            (errno == EXDEV || errno == ENOSYS || errno == EINVAL || errno == EOPNOTSUPP)) {
-            inKernel = false;
-            continue;
-        }
-        if (carried < 0 && errno == EINTR) {
-            continue;
-        }
-        if (carried < 0) {
-            return fail(lastError());
-        }
-        if (carried == 0) {
-            return Done{};
-        }
-        if (progress) {
-            progress->bytesDone.fetch_add(carried, std::memory_order_relaxed);
-        }
-    }
-}
-
-FsResult<Done> copyFile(const QByteArray& source, const QByteArray& target, const struct stat& st,
-                        CopyProgress* progress) {
-    FileHandle in(::open(source.constData(), O_RDONLY | O_CLOEXEC));
-    if (in.get() < 0) {
-        return fail(lastError());
-    }
-    FileHandle out(::open(target.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600));
-    if (out.get() < 0) {
-        return fail(lastError());
-    }
-    if (auto copied = copyBytes(in.get(), out.get(), progress); !copied) {
-        return copied;
-    }
-    const struct timespec times[2] = {st.st_atim, st.st_mtim};
-    if (::fchmod(out.get(), st.st_mode & 07777) != 0 || ::futimens(out.get(), times) != 0 ||
-        out.release() != 0) {
-        return fail(lastError());
-    }
-    return Done{};
-}
-
-FsResult<Done> copyTree(const QByteArray& source, const QByteArray& target, CopyProgress* progress);
-
-// A folder's times are set after its content, which would change them.
-FsResult<Done> copyFolder(const QByteArray& source, const QByteArray& target, const struct stat& st,
-                          CopyProgress* progress) {
-    if (::mkdir(target.constData(), 0700) != 0) {
-        return fail(lastError());
-    }
-    auto names = childNames(source);
-    if (!names) {
-        return fail(names.error());
-    }
-    for (const QByteArray& name : *names) {
-        auto copied = copyTree(source + '/' + name, target + '/' + name, progress);
-        if (!copied) {
-            return copied;
-        }
-    }
-    const struct timespec times[2] = {st.st_atim, st.st_mtim};
-    if (::chmod(target.constData(), st.st_mode & 07777) != 0 ||
-        ::utimensat(AT_FDCWD, target.constData(), times, 0) != 0) {
-        return fail(lastError());
-    }
-    return Done{};
-}
-
-FsResult<Done> copyLink(const QByteArray& source, const QByteArray& target, const struct stat& st) {
-    std::vector<char> destination(size_t(st.st_size > 0 ? st.st_size : PATH_MAX) + 1);
-    const ssize_t length = ::readlink(source.constData(), destination.data(), destination.size());
-    if (length < 0) {
-        return fail(lastError());
-    }
-    destination[size_t(length)] = 0;
-    if (::symlink(destination.data(), target.constData()) != 0) {
-        return fail(lastError());
-    }
-    const struct timespec times[2] = {st.st_atim, st.st_mtim};
-    ::utimensat(AT_FDCWD, target.constData(), times, AT_SYMLINK_NOFOLLOW);
-    return Done{};
-}
-
-FsResult<Done> copyTree(const QByteArray& source, const QByteArray& target,
-                        CopyProgress* progress) {
+// An item held by its open folder, as it was when it was looked at.
+struct HeldItem {
+    Descriptor folder;
+    QByteArray name;
     struct stat st;
-    if (::lstat(source.constData(), &st) != 0) {
-        return fail(lastError());
+};
+
+FsResult<HeldItem> holdItem(const QString& path) {
+    const QString standardized = PathUtils::standardizedPath(path);
+    auto folder = ItemTree::openFolder(QFile::encodeName(PathUtils::parentPath(standardized)));
+    if (!folder) {
+        return fail(folder.error());
     }
-    switch (st.st_mode & S_IFMT) {
-    case S_IFDIR:
-        return copyFolder(source, target, st, progress);
-    case S_IFLNK:
-        return copyLink(source, target, st);
-    case S_IFREG:
-        return copyFile(source, target, st, progress);
-    default:
-        if (::mknod(target.constData(), st.st_mode, st.st_rdev) != 0) {
-            return fail(lastError());
-        }
-        return Done{};
+    const QByteArray name = QFile::encodeName(PathUtils::lastPathComponent(standardized));
+    auto st = ItemTree::itemAt(folder->get(), name);
+    if (!st) {
+        return fail(st.error());
     }
+    return HeldItem{std::move(*folder), name, *st};
 }
 
-bool itemExists(const QByteArray& path) {
-    struct stat st;
-    return ::lstat(path.constData(), &st) == 0;
+FsResult<Descriptor> openDestination(const QString& folder) {
+    return ItemTree::openFolder(QFile::encodeName(PathUtils::standardizedPath(folder)));
 }
 
-// Removes an item for good, a folder with everything in it.
-FsResult<Done> removeItem(const QByteArray& path) {
+FsResult<Identity> identityOf(int folder) {
     struct stat st;
-    if (::lstat(path.constData(), &st) != 0) {
+    if (::fstat(folder, &st) != 0) {
         return fail(lastError());
     }
-    if (S_ISDIR(st.st_mode)) {
-        auto names = childNames(path);
-        if (!names) {
-            return fail(names.error());
+    return Identity::of(st);
+}
+
+// Refuses to replace an item whose removal would destroy the source: the
+// source itself by another path, or a folder that holds it.
+FsResult<Done> checkReplaceable(const HeldItem& source, const struct stat& existing) {
+    if (Identity::of(existing) == Identity::of(source.st)) {
+        return fail(FileSystemError::make(Kind::sameItem));
+    }
+    if (S_ISDIR(existing.st_mode)) {
+        const auto holds = ItemTree::isWithin(source.folder.get(), Identity::of(existing));
+        if (!holds) {
+            return fail(holds.error());
         }
-        for (const QByteArray& name : *names) {
-            if (auto removed = removeItem(path + '/' + name); !removed) {
-                return removed;
-            }
+        if (*holds) {
+            return fail(FileSystemError::make(Kind::holdsSource));
         }
-        if (::rmdir(path.constData()) != 0) {
-            return fail(lastError());
-        }
-    } else if (::unlink(path.constData()) != 0) {
-        return fail(lastError());
     }
     return Done{};
 }
 
-// A copy that failed leaves nothing half made behind at the target.
-FsResult<Done> copyWhole(const QByteArray& source, const QByteArray& target,
-                         CopyProgress* progress) {
-    if (target.startsWith(source + '/')) {
-        return fail(FileSystemError::fromErrno(EINVAL)); // a folder into itself
+// Whether an item stands at the target, once it is clear that the source may
+// go there: a folder never into itself, an item never over another unless
+// overwriting, and never over what its replacement would destroy.
+FsResult<bool> targetTaken(const HeldItem& source, int into, const QString& target,
+                           bool overwrite) {
+    if (S_ISDIR(source.st.st_mode)) {
+        const auto inside = ItemTree::isWithin(into, Identity::of(source.st));
+        if (!inside) {
+            return fail(inside.error());
+        }
+        if (*inside) {
+            return fail(FileSystemError::make(Kind::intoItself));
+        }
     }
-    auto copied = copyTree(source, target, progress);
-    if (!copied && copied.error().systemError.code != EEXIST && itemExists(target)) {
-        (void)removeItem(target);
-    }
-    return copied;
-}
-
-// The target is free, or made free when overwriting.
-FsResult<Done> clearTarget(const QString& target, bool overwrite) {
-    const QByteArray path = QFile::encodeName(target);
-    if (!itemExists(path)) {
-        return Done{};
+    const auto existing =
+        ItemTree::itemAt(into, QFile::encodeName(PathUtils::lastPathComponent(target)));
+    if (!existing) {
+        if (existing.error().systemError.code == ENOENT) {
+            return false;
+        }
+        return fail(existing.error());
     }
     if (!overwrite) {
         return fail(FileSystemError::make(Kind::alreadyExists, target));
     }
-    return removeItem(path);
+    if (auto replaceable = checkReplaceable(source, *existing); !replaceable) {
+        return fail(replaceable.error());
+    }
+    return true;
+}
+
+// Puts a finished item in its place: at a free name by a rename that refuses
+// an item come meanwhile, over an item by replacing it.
+FsResult<Done> putInPlace(int fromFolder, const QByteArray& from, int into, const QString& target,
+                          bool taken) {
+    const QByteArray name = QFile::encodeName(PathUtils::lastPathComponent(target));
+    if (taken) {
+        return ItemTree::replace(fromFolder, from, into, name);
+    }
+    if (ItemTree::renameNoReplace(fromFolder, from, into, name) == 0) {
+        return Done{};
+    }
+    if (errno == EEXIST) {
+        return fail(FileSystemError::make(Kind::alreadyExists, target));
+    }
+    return fail(lastError());
+}
+
+// Copies beside the target under a temporary name and puts the copy in its
+// place once it is whole and on the disk. A failure leaves the target as it
+// was and no temporary item.
+FsResult<Done> copyInto(const HeldItem& source, int into, const QString& target, bool taken,
+                        CopyProgress* progress) {
+    const QByteArray temporary =
+        ItemTree::temporaryName(QFile::encodeName(PathUtils::lastPathComponent(target)));
+    auto copied =
+        ItemTree::copy(source.folder.get(), source.name, source.st, into, temporary, progress);
+    if (!copied) {
+        return copied;
+    }
+    if (auto placed = putInPlace(into, temporary, into, target, taken); !placed) {
+        (void)ItemTree::remove(into, temporary);
+        return placed;
+    }
+    return ItemTree::syncFolder(into);
+}
+
+// The source of a move between file systems, once its copy stands: removed
+// only while it is still the item that was copied.
+FsResult<Done> removeMovedSource(const HeldItem& source) {
+    const auto now = ItemTree::itemAt(source.folder.get(), source.name);
+    if (!now) {
+        return fail(now.error());
+    }
+    if (Identity::of(*now) != Identity::of(source.st)) {
+        return fail(FileSystemError::make(Kind::itemChanged, QFile::decodeName(source.name)));
+    }
+    return ItemTree::remove(source.folder.get(), source.name);
 }
 
 int64_t countBytes(const QByteArray& path) {
@@ -284,43 +211,86 @@ QString destinationItemURL(const QString& source, const QString& folder) {
                                              PathUtils::lastPathComponent(source));
 }
 
+bool isSameItem(const QString& a, const QString& b) {
+    if (PathUtils::standardizedPath(a) == PathUtils::standardizedPath(b)) {
+        return true;
+    }
+    struct stat first, second;
+    return ::stat(QFile::encodeName(a).constData(), &first) == 0 &&
+           ::stat(QFile::encodeName(b).constData(), &second) == 0 &&
+           Identity::of(first) == Identity::of(second);
+}
+
+FsResult<Done> checkOverwrite(const QString& source, const QString& folder) {
+    const auto from = holdItem(source);
+    const auto into = openDestination(folder);
+    if (!from || !into) {
+        return Done{}; // the copy or move itself tells why it can't begin
+    }
+    const QString target = destinationItemURL(source, folder);
+    const auto existing =
+        ItemTree::itemAt(into->get(), QFile::encodeName(PathUtils::lastPathComponent(target)));
+    return existing ? checkReplaceable(*from, *existing) : FsResult<Done>(Done{});
+}
+
 FsResult<Done> copyItem(const QString& source, const QString& folder, bool overwrite,
                         CopyProgress* progress) {
     const QString target = destinationItemURL(source, folder);
-    if (auto cleared = clearTarget(target, overwrite); !cleared) {
-        return cleared;
+    auto from = holdItem(source);
+    if (!from) {
+        return fail(from.error());
     }
-    return copyWhole(QFile::encodeName(PathUtils::standardizedPath(source)),
-                     QFile::encodeName(target), progress);
+    auto into = openDestination(folder);
+    if (!into) {
+        return fail(into.error());
+    }
+    const auto taken = targetTaken(*from, into->get(), target, overwrite);
+    if (!taken) {
+        return fail(taken.error());
+    }
+    return copyInto(*from, into->get(), target, *taken, progress);
 }
 
 FsResult<Done> moveItem(const QString& source, const QString& folder, bool overwrite,
                         CopyProgress* progress) {
-    const QString from = PathUtils::standardizedPath(source);
-    const QString into = PathUtils::standardizedPath(folder);
-    const QString target = destinationItemURL(from, into);
-    if (from == target || PathUtils::parentPath(from) == into) {
+    const QString target = destinationItemURL(source, folder);
+    auto from = holdItem(source);
+    if (!from) {
+        return fail(from.error());
+    }
+    auto into = openDestination(folder);
+    if (!into) {
+        return fail(into.error());
+    }
+    const auto fromFolder = identityOf(from->folder.get());
+    const auto intoFolder = identityOf(into->get());
+    if (!fromFolder || !intoFolder) {
+        return fail(!fromFolder ? fromFolder.error() : intoFolder.error());
+    }
+    if (*fromFolder == *intoFolder) {
         return fail(FileSystemError::make(Kind::sameDirectory));
     }
-    if (auto cleared = clearTarget(target, overwrite); !cleared) {
-        return cleared;
+    const auto taken = targetTaken(*from, into->get(), target, overwrite);
+    if (!taken) {
+        return fail(taken.error());
     }
-    const QByteArray fromPath = QFile::encodeName(from);
-    const QByteArray targetPath = QFile::encodeName(target);
-    if (::rename(fromPath.constData(), targetPath.constData()) == 0) {
+    auto moved = putInPlace(from->folder.get(), from->name, into->get(), target, *taken);
+    if (moved) {
         if (progress) {
-            progress->bytesDone.fetch_add(countBytes(targetPath), std::memory_order_relaxed);
+            progress->bytesDone.fetch_add(countBytes(QFile::encodeName(target)),
+                                          std::memory_order_relaxed);
         }
-        return Done{};
+        return ItemTree::syncFolder(into->get());
     }
-    if (errno != EXDEV) {
-        return fail(lastError());
+    if (moved.error().systemError.code != EXDEV) {
+        return moved;
     }
-    // Another file system: the source goes only once its copy is whole.
-    if (auto copied = copyWhole(fromPath, targetPath, progress); !copied) {
+    // Another file system: the source goes only once its copy stands whole
+    // at the target and on the disk.
+    if (auto copied = copyInto(*from, into->get(), target, *taken, progress); !copied) {
         return copied;
     }
-    return removeItem(fromPath);
+    return removeMovedSource(*from);
 }
 
 int64_t copyByteCount(const QString& source) {

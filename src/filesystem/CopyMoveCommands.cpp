@@ -92,6 +92,21 @@ void tickProgress(AppState& state, QObject* ticking, std::chrono::milliseconds w
     });
 }
 
+// Refusals that spare the batch: the item would have destroyed its own source,
+// so it alone is left out.
+bool sparesTheBatch(const FileSystemError& error) {
+    return error.kind == FileSystemError::Kind::sameItem ||
+           error.kind == FileSystemError::Kind::holdsSource;
+}
+
+// An item's failure in the ERROR dialog, below the items of this batch that
+// were refused before it.
+void reportItemError(AppState& state, const QString& source, const FileSystemError& error) {
+    const QString line =
+        PathUtils::lastPathComponent(source) + QStringLiteral(": ") + error.description();
+    state.reportError(state.errorMessage ? *state.errorMessage + QLatin1Char('\n') + line : line);
+}
+
 ItemError runItem(Kind kind, const QString& source, const QString& destination, bool overwrite,
                   ItemProgress& progress) {
     progress.total = FileSystemService::copyByteCount(source);
@@ -108,14 +123,15 @@ void completeItem(AppState& state, AppState::PendingCopyMove batch, const QStrin
                   const ItemError& error) {
     state.isFileOperationRunning = false;
     state.fileOperationProgressText.clear();
-    if (error) {
+    if (error && !sparesTheBatch(*error)) {
         state.pendingCopyMove.reset();
-        state.reportError(PathUtils::lastPathComponent(source) + QStringLiteral(": ") +
-                          error->description());
+        reportItemError(state, source, *error);
         state.finishFileOperation();
         return;
     }
-    if (batch.kind == Kind::move) {
+    if (error) {
+        reportItemError(state, source, *error);
+    } else if (batch.kind == Kind::move) {
         state.taggedKeys.remove(source);
         if (state.editorURL && PathUtils::standardizedPath(*state.editorURL) == source) {
             state.editorURL = FileSystemService::destinationItemURL(source, batch.destination);
@@ -202,7 +218,7 @@ void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
     const QString folder = PathUtils::standardizedPath(destination);
     if (kind == CopyMoveKind::move) {
         for (const QString& source : sources) {
-            if (PathUtils::parentPath(source) == folder) {
+            if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {
                 reportError(
                     FileSystemError::make(FileSystemError::Kind::sameDirectory).description());
                 return;
@@ -257,6 +273,12 @@ void AppState::advanceCopyMove() {
         const QString place = FileSystemService::destinationItemURL(source, batch.destination);
         if (!itemExists(place)) {
             performCopyMoveHead(false);
+        } else if (auto refused = FileSystemService::checkOverwrite(source, batch.destination);
+                   !refused) {
+            // Never offered for overwriting: it would destroy the source.
+            reportItemError(*this, source, refused.error());
+            batch.remaining.removeFirst();
+            batch.stage = PendingCopyMove::Confirm{};
         } else if (batch.applyOverwriteAll) {
             performCopyMoveHead(true);
         } else if (batch.applySkipAll) {

@@ -4,6 +4,7 @@
 #include "filesystem/FileSystemService.h"
 
 #include "core/PathUtils.h"
+#include "filesystem/ItemTree.h"
 
 #include <QFile>
 
@@ -88,11 +89,11 @@ FsResult<QString> renameItem(const QString& url, const QString& newName) {
     if (target == source) {
         return source;
     }
-    if (somethingExistsAt(target)) {
-        return fail(FileSystemError::make(FileSystemError::Kind::alreadyExists, target));
-    }
-    if (::rename(QFile::encodeName(source).constData(), QFile::encodeName(target).constData()) !=
-        0) {
+    if (ItemTree::renameNoReplace(AT_FDCWD, QFile::encodeName(source), AT_FDCWD,
+                                  QFile::encodeName(target)) != 0) {
+        if (errno == EEXIST) {
+            return fail(FileSystemError::make(FileSystemError::Kind::alreadyExists, target));
+        }
         return fail(FileSystemError::fromErrno(errno));
     }
     return target;

@@ -25,6 +25,15 @@ QString FileSystemError::description() const {
         return QStringLiteral("Invalid mode (use rwxr-xr-x or octal 644)");
     case Kind::invalidAttributeDate:
         return QStringLiteral("Invalid date/time (yy-MM-dd HH:mm:ss)");
+    case Kind::sameItem:
+        return QStringLiteral("Cannot overwrite an item with itself");
+    case Kind::holdsSource:
+        return QStringLiteral("Cannot overwrite a folder that holds the source");
+    case Kind::intoItself:
+        return QStringLiteral("Cannot put a folder inside itself");
+    case Kind::itemChanged:
+        return QStringLiteral("Changed while being copied: ") +
+               PathUtils::lastPathComponent(payload);
     case Kind::system:
         break;
     }

@@ -18,6 +18,10 @@ struct FileSystemError {
         invalidDestination,
         invalidMode,
         invalidAttributeDate,
+        sameItem,
+        holdsSource,
+        intoItself,
+        itemChanged,
         system,
     };
 

@@ -66,7 +66,8 @@ FsResult<QString> validatedItemName(const QString& text);
 FsResult<QString> createFolder(const QString& name, const QString& parent);
 FsResult<QString> createFile(const QString& name, const QString& parent);
 // Renames the item in its folder and gives the new path. The same name gives
-// the item back unchanged; a name taken by another item is refused.
+// the item back unchanged; a name taken by another item is refused, also one
+// taken at the very moment of the rename.
 FsResult<QString> renameItem(const QString& url, const QString& newName);
 
 // --- Copying and moving (CopyMove.cpp)
@@ -79,14 +80,27 @@ struct CopyProgress {
 
 // Where an item lands inside a folder: the folder with the item's name, standardized.
 QString destinationItemURL(const QString& source, const QString& folder);
+// Whether two paths lead to one item on the disk, the same device and inode,
+// whatever links or mounts lie on the way.
+bool isSameItem(const QString& a, const QString& b);
+// Whether the item at the source's place in the folder may be overwritten by
+// the source: never the source itself (sameItem), nor a folder that holds it
+// (holdsSource). Nothing there, or nothing to look at, passes.
+FsResult<Done> checkOverwrite(const QString& source, const QString& folder);
 // Copies an item into a folder: folders with everything in them, keeping
 // modes and modification times; links are copied as links. An item already
-// at the target is refused, or with overwrite removed first. A copy that
-// fails half way is removed again; the source is never touched.
+// at the target is refused, or with overwrite replaced, unless checkOverwrite
+// refuses it; a folder is never copied into itself. The copy is written
+// beside the target under a hidden name and takes the target's place only
+// once it is whole and on the disk, so the target holds the old or the new
+// item at every moment, even when the program is killed. A copy that fails
+// leaves the target as it was; the source is never touched.
 FsResult<Done> copyItem(const QString& source, const QString& folder, bool overwrite,
                         CopyProgress* progress = nullptr);
-// Moves an item into a folder by renaming it. Across file systems the item is
-// copied, and the source is removed only after the whole copy succeeded.
+// Moves an item into a folder by renaming it, with the refusals of copyItem
+// and sameDirectory for the folder the source is in. Across file systems the
+// item is copied as copyItem does, and the source is removed only after the
+// whole copy stands at the target.
 FsResult<Done> moveItem(const QString& source, const QString& folder, bool overwrite,
                         CopyProgress* progress = nullptr);
 // The bytes a copy of the item carries: the sizes of its plain files.
@@ -94,8 +108,7 @@ int64_t copyByteCount(const QString& source);
 // The folder named by the text of the copy/move path prompt: "~" forms as the
 // shell expands them, absolute paths, and relative ones from base (or the
 // current folder). The folder must exist; it is never created.
-FsResult<QString> resolveDestinationFolder(const QString& text,
-                                           const std::optional<QString>& base);
+FsResult<QString> resolveDestinationFolder(const QString& text, const std::optional<QString>& base);
 // The shell's tilde expansion of "~", "~/x", "~user" and "~user/x"; any other
 // text, and an unknown user, come back unchanged.
 QString expandTilde(const QString& text);

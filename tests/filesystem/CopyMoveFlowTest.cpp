@@ -138,9 +138,57 @@ TEST_F(CopyMoveFlow, WhatIsCarriedAndWhatIsRefusedAtTheStart) {
     EXPECT_FALSE(state->pendingCopyMove);
     state->errorMessage.reset();
 
+    dir.makeLink("alias", dir.filePath("left")); // one folder by two paths
+    state->pane(PaneSide::right).location = FilerLocation::directory(dir.filePath("alias"));
+    key("m");
+    EXPECT_EQ(error(), "Source and destination are the same directory");
+    EXPECT_FALSE(state->pendingCopyMove);
+    EXPECT_TRUE(exists(dir.filePath("left/file.txt")));
+    state->errorMessage.reset();
+
     pointAt("folder");
     key("c");
     EXPECT_EQ(error(), "No item to copy (Space to tag, or select an item)");
+}
+
+// Both panes on one folder, by one path or two: every item meets itself. None
+// is offered for overwriting, each is refused by name, and all stay whole.
+TEST_F(CopyMoveFlow, CopyingOntoItselfRefusesEachItemWithoutAsking) {
+    dir.makeLink("alias", dir.filePath("left"));
+    tagNewFiles({"a.txt", "b.txt"});
+    useDualFiler();
+    for (const QString right : {"left", "alias"}) {
+        SCOPED_TRACE(right.toStdString());
+        state->pane(PaneSide::right).location = FilerLocation::directory(dir.filePath(right));
+        key("c");
+        key("y");
+        waitForFileWork();
+        EXPECT_FALSE(state->pendingCopyMove);
+        EXPECT_EQ(error(), "a.txt: Cannot overwrite an item with itself\n"
+                           "b.txt: Cannot overwrite an item with itself");
+        EXPECT_EQ(contents(dir.filePath("left/a.txt")), "new a.txt");
+        EXPECT_EQ(contents(dir.filePath("left/b.txt")), "new b.txt");
+        state->errorMessage.reset();
+    }
+}
+
+// M of q/x/x to ".." meets the folder q/x that holds it: that item is refused
+// without the EXISTS question and the batch goes on with the next.
+TEST_F(CopyMoveFlow, AMoveOntoTheFolderThatHoldsItIsRefusedAndTheBatchGoesOn) {
+    dir.makeFile("left/x/x", "inner");
+    dir.makeFile("left/x/y", "sibling");
+    state->pane(PaneSide::left).location = FilerLocation::directory(dir.filePath("left/x"));
+    state->reloadPane(PaneSide::left, false);
+    state->taggedKeys = {dir.filePath("left/x/x"), dir.filePath("left/x/y")};
+    key("m");
+    state->copyMovePathPrompt.text = "..";
+    state->commitCopyMovePathPrompt();
+    state->proceedCopyMove(false);
+    waitForFileWork();
+    EXPECT_FALSE(state->pendingCopyMove);
+    EXPECT_EQ(error(), "x: Cannot overwrite a folder that holds the source");
+    EXPECT_EQ(contents(dir.filePath("left/x/x")), "inner");
+    EXPECT_EQ(contents(dir.filePath("left/y")), "sibling");
 }
 
 TEST_F(CopyMoveFlow, NineOrMoreFilesAreAllCarried) {

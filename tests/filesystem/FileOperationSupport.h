@@ -6,9 +6,12 @@
 #include <QFile>
 #include <QString>
 
+#include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <fcntl.h>
 #include <functional>
+#include <poll.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -26,9 +29,11 @@ enum class ChildAccount { same, unprivileged };
 // Runs step in a forked child: with files limited to fileSizeLimit bytes when
 // given (writes beyond it fail with EFBIG instead of killing the child), and
 // under the "nobody" account when asked and the tests run as root (root
-// ignores folder modes). The step's text comes back through a pipe.
+// ignores folder modes). The step's text comes back through a pipe. A child
+// still running after timeLimit is killed and reports "timed out".
 inline ChildOutcome runInChild(const std::function<QString()>& step, ChildAccount account,
-                               rlim_t fileSizeLimit = RLIM_INFINITY) {
+                               rlim_t fileSizeLimit = RLIM_INFINITY,
+                               std::chrono::milliseconds timeLimit = std::chrono::minutes(2)) {
     int pipeEnds[2];
     if (::pipe(pipeEnds) != 0) {
         return {};
@@ -53,7 +58,26 @@ inline ChildOutcome runInChild(const std::function<QString()>& step, ChildAccoun
     ::close(pipeEnds[1]);
     QByteArray text;
     char buffer[4096];
-    for (ssize_t got; (got = ::read(pipeEnds[0], buffer, sizeof buffer)) > 0;) {
+    const auto deadline = std::chrono::steady_clock::now() + timeLimit;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(
+            deadline - std::chrono::steady_clock::now());
+        struct pollfd ready {
+            pipeEnds[0], POLLIN, 0
+        };
+        const int polled = left.count() > 0 ? ::poll(&ready, 1, int(left.count())) : 0;
+        if (polled < 0 && errno == EINTR) {
+            continue;
+        }
+        if (polled == 0) {
+            ::kill(child, SIGKILL);
+            text = "timed out";
+            break;
+        }
+        const ssize_t got = ::read(pipeEnds[0], buffer, sizeof buffer);
+        if (got <= 0) {
+            break;
+        }
         text.append(buffer, got);
     }
     ::close(pipeEnds[0]);
