@@ -514,6 +514,12 @@ private:
     void resolveStartupDirectory();
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
 
+    // Before a picker or the gallery opens: none opens without an active pane
+    // or over another prompt or picker; file search and the filter are left,
+    // the filter keeping the cursor's row or its index.
+    enum class FilterRow { keep, leave };
+    bool makeWayForPicker(FilterRow filterRow);
+
     // Navigation and layout helpers.
     void goUp(PaneSide side);
     void showEntryInViewer(const FileEntry& entry);

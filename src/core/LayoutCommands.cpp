@@ -85,15 +85,22 @@ bool AppState::anyPromptOrPickerOpen() const {
     return m_overlay != Overlay::none || pendingCopyMove.has_value();
 }
 
-void AppState::enterGalleryLayout() {
+bool AppState::makeWayForPicker(FilterRow filterRow) {
     if (!activeFilerSide() || anyPromptOrPickerOpen()) {
-        return;
+        return false;
     }
     if (isFileSearchMode) {
         exitFileSearchMode();
     }
     if (isFilterOpen) {
-        closeFilter(true);
+        closeFilter(filterRow == FilterRow::keep);
+    }
+    return true;
+}
+
+void AppState::enterGalleryLayout() {
+    if (!makeWayForPicker(FilterRow::keep)) {
+        return;
     }
     setLayoutMode(LayoutMode::filerGallery);
 }

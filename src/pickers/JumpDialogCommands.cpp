@@ -28,14 +28,8 @@ void AppState::saveJumpBookmarks() {
 }
 
 void AppState::openJumpDialog() {
-    if (!activeFilerSide() || anyPromptOrPickerOpen()) {
+    if (!makeWayForPicker(FilterRow::leave)) {
         return;
-    }
-    if (isFileSearchMode) {
-        exitFileSearchMode();
-    }
-    if (isFilterOpen) {
-        closeFilter(false);
     }
     jumpDialog.filterQuery.clear();
     jumpDialog.selectedPath.reset();

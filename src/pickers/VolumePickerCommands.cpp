@@ -4,14 +4,8 @@
 #include "filesystem/FileSystemService.h"
 
 void AppState::openVolumePicker() {
-    if (!activeFilerSide() || anyPromptOrPickerOpen()) {
+    if (!makeWayForPicker(FilterRow::keep)) {
         return;
-    }
-    if (isFileSearchMode) {
-        exitFileSearchMode();
-    }
-    if (isFilterOpen) {
-        closeFilter(true);
     }
     // Taken once: the list is not renewed while the picker stands.
     volumePicker.items = FileSystemService::mountedVolumes();

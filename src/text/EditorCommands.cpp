@@ -92,13 +92,13 @@ void enterEditorFromCursor(AppState& state) {
                                         ArchiveLocation::ReadOnlyCommand::enterEditor)
              : std::nullopt;
     if (refusal) {
-        state.errorMessage = *refusal;
+        state.reportError(*refusal);
         state.notifyChanged();
         return;
     }
     const std::optional<FileEntry> entry = state.currentEntry();
     if (!entry || !isEditableEntry(*entry)) {
-        state.errorMessage = QStringLiteral("No file to edit");
+        state.reportError(QStringLiteral("No file to edit"));
         state.notifyChanged();
         return;
     }
@@ -109,7 +109,7 @@ void enterEditorFromCursor(AppState& state) {
 
 void AppState::enterEditor() {
     const auto refuse = [this](const QString& message) {
-        errorMessage = message;
+        reportError(message);
         notifyChanged();
     };
     if (viewerFromZip) {
@@ -152,7 +152,7 @@ void AppState::openFileInEditor(const QString& url) {
     const QString path = PathUtils::standardizedPath(url);
     if (PreviewSelection::classifyFile(PathUtils::lastPathComponent(path), path) !=
         ViewerContentKind::text) {
-        errorMessage = kPreviewOnly;
+        reportError(kPreviewOnly);
         loadViewerContent(path);
         notifyChanged();
         return;
@@ -164,7 +164,7 @@ void AppState::openFileInEditor(const QString& url) {
     }
     const FsResult<QByteArray> bytes = readWholeFile(path);
     if (!bytes) {
-        errorMessage = bytes.error().description();
+        reportError(bytes.error().description());
         notifyChanged();
         return;
     }
@@ -239,7 +239,7 @@ std::optional<QString> saveRefusal(const AppState& state) {
 // keeps the text and the changed mark, so nothing typed is lost.
 bool writeEditorText(AppState& state) {
     if (const std::optional<QString> refusal = saveRefusal(state)) {
-        state.errorMessage = *refusal;
+        state.reportError(*refusal);
         return false;
     }
     const TextFileEncoding encoding =
@@ -247,7 +247,7 @@ bool writeEditorText(AppState& state) {
     const FsResult<Done> written =
         FileSystemService::writeText(state.editorText, *state.editorURL, encoding);
     if (!written) {
-        state.errorMessage = written.error().description();
+        state.reportError(written.error().description());
         return false;
     }
     state.isDirty = false;
