@@ -2,13 +2,14 @@
 
 #include "core/AppState.h"
 #include "core/DiskReadPool.h"
+#include "preview/StillImageReading.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
 #include "ui/PreviewMessage.h"
 
 #include <QFutureWatcher>
-#include <QImageReader>
 #include <QPainter>
+#include <QScreen>
 #include <QVBoxLayout>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -22,10 +23,8 @@ StillImagePreviewView::StillImagePreviewView(const AppState& state, QWidget* par
     m_picture->hide();
 }
 
-QImage StillImagePreviewView::readImage(const QString& path) {
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    return reader.read();
+QImage StillImagePreviewView::readImage(const QString& path, const QSize& bound) {
+    return StillImageReading::read(path, bound);
 }
 
 void StillImagePreviewView::setPath(const QString& path) {
@@ -45,8 +44,13 @@ void StillImagePreviewView::setPath(const QString& path) {
         watcher->deleteLater();
         applyLoaded(path, watcher->result());
     });
-    watcher->setFuture(
-        QtConcurrent::run(&DiskReadPool::instance(), &StillImagePreviewView::readImage, path));
+    // The pane never grows past its screen: a larger picture is decoded at
+    // the screen's size.
+    const QScreen* shownOn = screen();
+    const QSize bound =
+        shownOn ? (QSizeF(shownOn->size()) * shownOn->devicePixelRatio()).toSize() : QSize();
+    watcher->setFuture(QtConcurrent::run(&DiskReadPool::instance(),
+                                         &StillImagePreviewView::readImage, path, bound));
 }
 
 void StillImagePreviewView::applyLoaded(const QString& path, const QImage& image) {
