@@ -170,11 +170,11 @@ struct InflateStream {
 // Z_FINISH call into a buffer of the declared size would answer), so a few
 // bytes that announce little and inflate to gigabytes cost one piece. Data
 // that ends before the deflate stream does fails the same way; a stream
-// that ends early gives what it made. The read stops without complaint once
-// maxBytes have been handed on.
+// that ends early gives what it made. Inflating stops without complaint
+// once maxBytes have been handed on.
 ZipResult<int64_t> inflateMember(CompressedData data, int64_t declaredSize, int64_t maxBytes,
                                  const MemberSink& sink) {
-    if (declaredSize == 0) {
+    if (declaredSize == 0 || maxBytes <= 0) {
         return int64_t(0);
     }
     InflateStream inflater;
@@ -198,7 +198,8 @@ ZipResult<int64_t> inflateMember(CompressedData data, int64_t declaredSize, int6
             stream.next_in = reinterpret_cast<Bytef*>(input.data());
             stream.avail_in = uInt(input.size());
         }
-        const int64_t room = std::min<int64_t>(pieceSize, declaredSize + 1 - produced);
+        const int64_t room =
+            std::min<int64_t>({pieceSize, declaredSize + 1 - produced, maxBytes - handed});
         stream.next_out = reinterpret_cast<Bytef*>(output.data());
         stream.avail_out = uInt(room);
         const int code = inflate(&stream, Z_NO_FLUSH);
