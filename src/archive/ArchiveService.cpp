@@ -52,12 +52,7 @@ ArchiveResult<MemberHead> zipMemberHead(const QString& archive, const QString& m
 ArchiveResult<MemberHead> tarMemberHead(const QString& archive, ArchiveKind kind,
                                         const QString& memberPath, int64_t maxBytes) {
     MemberHead head;
-    auto run = streamTarMember(archive, kind, memberPath, [&](QByteArrayView piece) {
-        const int64_t room = maxBytes - head.bytes.size();
-        head.bytes.append(piece.first(qsizetype(std::min<int64_t>(room, piece.size()))));
-        head.isCut = piece.size() > room;
-        return !head.isCut;
-    });
+    auto run = streamTarMember(archive, kind, memberPath, keepingHead(head, maxBytes));
     if (!run) {
         return fail(run.error());
     }

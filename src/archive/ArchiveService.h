@@ -84,6 +84,11 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
 // The whole standard output of a tool; more than toolOutputLimit is
 // listFailed "Output too large".
 ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& arguments);
+// A sink that keeps at most maxBytes in head and, once more comes, marks it
+// cut and answers false. Room for maxBytes (up to memberMemoryLimit) is set
+// aside at once: pages the pieces never reach are never touched, and the
+// bytes are not moved as they grow.
+OutputSink keepingHead(MemberHead& head, int64_t maxBytes);
 // At most maxBytes of a tool's standard output; the tool is stopped when it
 // has more to give.
 ArchiveResult<MemberHead> runToolHead(const QString& path, const QStringList& arguments,

@@ -131,15 +131,20 @@ ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& argume
     return output;
 }
 
-ArchiveResult<MemberHead> runToolHead(const QString& path, const QStringList& arguments,
-                                      int64_t maxBytes) {
-    MemberHead head;
-    auto run = streamTool(path, arguments, [&](QByteArrayView piece) {
+OutputSink keepingHead(MemberHead& head, int64_t maxBytes) {
+    head.bytes.reserve(qsizetype(std::min(maxBytes, memberMemoryLimit)));
+    return [&head, maxBytes](QByteArrayView piece) {
         const int64_t room = maxBytes - head.bytes.size();
         head.bytes.append(piece.first(qsizetype(std::min<int64_t>(room, piece.size()))));
         head.isCut = piece.size() > room;
         return !head.isCut;
-    });
+    };
+}
+
+ArchiveResult<MemberHead> runToolHead(const QString& path, const QStringList& arguments,
+                                      int64_t maxBytes) {
+    MemberHead head;
+    auto run = streamTool(path, arguments, keepingHead(head, maxBytes));
     if (!run) {
         return fail(run.error());
     }
