@@ -28,14 +28,10 @@ struct Made {
     QSet<QString> paths;
 };
 
-void removeAtExit() {
-    removeAll();
-}
-
 Made& made() {
     static Made* const instance = [] {
         auto* made = new Made;
-        std::atexit(removeAtExit);
+        std::atexit(removeAll);
         return made;
     }();
     return *instance;
