@@ -20,11 +20,14 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const QList<PNGChunk> chunks = parsePNGChunks(bytes);
     (void)actlFrameCount(bytes);
     (void)frameSpecs(chunks, 1 << 30, 1 << 30);
-    const ComposeLimits limits{256 * 256, 32 << 20};
-    for (const QImage& frame : composeAPNGFrames(bytes, limits)) {
-        if (frame.width() * qint64(frame.height()) > limits.maxCanvasPixels) {
-            __builtin_trap();
-        }
+    const FrameBudget budget{256 * 256 * 8};
+    const QList<QImage> frames = composeAPNGFrames(bytes, budget);
+    qint64 pixels = 0;
+    for (const QImage& frame : frames) {
+        pixels += frame.width() * qint64(frame.height());
+    }
+    if (pixels > budget.maxPixels) {
+        __builtin_trap();
     }
     return 0;
 }

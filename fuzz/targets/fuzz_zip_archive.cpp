@@ -17,6 +17,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         if (bytes && bytes->size() > std::max<int64_t>(member.size, member.compressedSize)) {
             __builtin_trap();
         }
+        // A head is never longer than asked for, and is the start of the whole.
+        const auto head = ZipArchiveService::memberData(archive, member, 100);
+        if (head && (head->size() > 100 || (bytes && !bytes->startsWith(*head)))) {
+            __builtin_trap();
+        }
     }
     return 0;
 }

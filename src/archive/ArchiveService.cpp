@@ -1,45 +1,20 @@
 #include "archive/ArchiveService.h"
 
+#include "archive/ArchiveTemporaryFolder.h"
 #include "archive/ArchiveToolOutput.h"
 #include "archive/ZipArchiveService.h"
 #include "core/PathUtils.h"
-#include "text/TextDecoding.h"
 
-#include <QDir>
-#include <QFileInfo>
-#include <QProcess>
-#include <QSaveFile>
-#include <QUuid>
+#include <QFile>
 
+#include <cerrno>
+#include <sys/stat.h>
 #include <unistd.h>
+#include <utility>
 
 namespace ArchiveService {
 
 namespace {
-
-QStringList toolFolders() {
-    QStringList folders = {QStringLiteral("/usr/bin"), QStringLiteral("/bin"),
-                           QStringLiteral("/usr/local/bin"), QStringLiteral("/opt/homebrew/bin")};
-    const QString path = qEnvironmentVariable("PATH");
-    for (const QString& folder : path.split(QLatin1Char(':'), Qt::SkipEmptyParts)) {
-        if (!folders.contains(folder)) {
-            folders.append(folder);
-        }
-    }
-    return folders;
-}
-
-// What a failed tool said on standard error, or its exit status when it said
-// nothing readable.
-QString failureReason(const QByteArray& standardError, int status) {
-    const QString text = TextDecoding::decodeStrict(standardError, TextFileEncoding::utf8)
-                             .value_or(QString())
-                             .trimmed();
-    if (text.isEmpty()) {
-        return QStringLiteral("exit ") + QString::number(status);
-    }
-    return text;
-}
 
 // The ZIP reader's failures reach the user with the reader's own text.
 template <typename T> ArchiveResult<T> fromZip(ZipResult<T>&& result) {
@@ -49,43 +24,124 @@ template <typename T> ArchiveResult<T> fromZip(ZipResult<T>&& result) {
     return std::move(result).value();
 }
 
-} // namespace
-
-std::optional<QString> findTool(const QStringList& names) {
-    for (const QString& folder : toolFolders()) {
-        for (const QString& name : names) {
-            const QString candidate = QDir(folder).filePath(name);
-            const QFileInfo info(candidate);
-            if (info.isFile() && ::access(QFile::encodeName(candidate).constData(), X_OK) == 0) {
-                return candidate;
-            }
-        }
+// The tools are given regular files only: tar or lsar on a FIFO would wait
+// for a writer for ever, and on a device read without end. A file that is
+// not there is left to the tool to report.
+std::optional<ArchiveError> notRegularFile(const QString& path) {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path).constData(), &info) == 0 && !S_ISREG(info.st_mode)) {
+        return ArchiveError::listFailed(path, QStringLiteral("Not a regular file"));
     }
     return std::nullopt;
 }
 
-ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& arguments) {
-    QProcess process;
-    process.setProgram(path);
-    process.setArguments(arguments);
-    // A tool that asks a question must not wait for an answer that never comes.
-    process.setStandardInputFile(QProcess::nullDevice());
-    process.start();
-    if (!process.waitForStarted(-1)) {
-        return fail(ArchiveError::toolMissing(PathUtils::lastPathComponent(path)));
-    }
-    // QProcess drains both pipes while it waits, so a tool that fills its
-    // error pipe before ending its output cannot block.
-    process.waitForFinished(-1);
-    const QByteArray output = process.readAllStandardOutput();
-    const bool crashed = process.exitStatus() != QProcess::NormalExit;
-    if (!crashed && process.exitCode() == 0) {
-        return output;
-    }
-    const int status = crashed ? -1 : process.exitCode();
-    return fail(
-        ArchiveError::listFailed(path, failureReason(process.readAllStandardError(), status)));
+ArchiveError tooLarge(const QString& memberPath, const char* what) {
+    return ArchiveError::extractFailed(memberPath, QString::fromLatin1(what));
 }
+
+ArchiveResult<MemberHead> zipMemberHead(const QString& archive, const QString& memberPath,
+                                        int64_t maxBytes) {
+    auto head = fromZip(ZipArchiveService::extractMemberHead(archive, memberPath, maxBytes));
+    if (!head) {
+        return fail(head.error());
+    }
+    const bool isCut = head->bytes.size() >= maxBytes && head->size > maxBytes;
+    return MemberHead{std::move(head->bytes), head->size, isCut};
+}
+
+ArchiveResult<MemberHead> tarMemberHead(const QString& archive, ArchiveKind kind,
+                                        const QString& memberPath, int64_t maxBytes) {
+    MemberHead head;
+    auto run = streamTarMember(archive, kind, memberPath, keepingHead(head, maxBytes));
+    if (!run) {
+        return fail(run.error());
+    }
+    return head;
+}
+
+// Writes what comes to an open file, and stops past copyLimit.
+class CopyWriter {
+public:
+    explicit CopyWriter(int fd)
+        : m_fd(fd) {}
+
+    bool write(QByteArrayView piece) {
+        m_written += piece.size();
+        if (m_written > copyLimit) {
+            m_tooLarge = true;
+            return false;
+        }
+        for (qsizetype done = 0; done < piece.size();) {
+            const ssize_t wrote = ::write(m_fd, piece.data() + done, size_t(piece.size() - done));
+            if (wrote < 0 && errno == EINTR) {
+                continue;
+            }
+            if (wrote < 0) {
+                m_error = errno;
+                return false;
+            }
+            done += wrote;
+        }
+        return true;
+    }
+    // Why the copy cannot stand, if it cannot.
+    std::optional<QString> failure() {
+        if (m_tooLarge) {
+            return QStringLiteral("Too large to copy");
+        }
+        if (m_error == 0 && ::close(std::exchange(m_fd, -1)) != 0) {
+            m_error = errno;
+        }
+        if (m_error != 0) {
+            return SystemError::fromErrno(m_error).text;
+        }
+        return std::nullopt;
+    }
+    ~CopyWriter() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+
+private:
+    int m_fd;
+    int64_t m_written = 0;
+    bool m_tooLarge = false;
+    int m_error = 0;
+};
+
+ArchiveResult<Done> copyMember(const QString& archive, ArchiveKind kind, const QString& memberPath,
+                               CopyWriter& writer) {
+    const auto sink = [&writer](QByteArrayView piece) { return writer.write(piece); };
+    switch (kind) {
+    case ArchiveKind::zip: {
+        auto written = fromZip(ZipArchiveService::writeMember(archive, memberPath, sink));
+        if (!written) {
+            return fail(written.error());
+        }
+        return Done{};
+    }
+    case ArchiveKind::tar:
+    case ArchiveKind::tarGz:
+        return streamTarMember(archive, kind, memberPath, sink);
+    case ArchiveKind::lzh: {
+        auto head = extractLhaMember(archive, memberPath, memberMemoryLimit);
+        if (!head) {
+            return fail(head.error());
+        }
+        if (head->isCut) {
+            return fail(tooLarge(memberPath, "Too large to copy"));
+        }
+        sink(head->bytes);
+        return Done{};
+    }
+    case ArchiveKind::other:
+        break;
+    }
+    return fail(ArchiveError::unsupported(archive));
+}
+
+} // namespace
 
 ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, ArchiveKind kind) {
     const auto tar = findTool({QStringLiteral("tar")});
@@ -101,8 +157,8 @@ ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, Archi
     return ArchiveToolOutput::parseTarList(*output);
 }
 
-ArchiveResult<QByteArray> extractTarMember(const QString& archive, ArchiveKind kind,
-                                           const QString& memberPath) {
+ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
+                                    const QString& memberPath, const OutputSink& sink) {
     const auto tar = findTool({QStringLiteral("tar")});
     if (!tar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("tar")));
@@ -113,79 +169,107 @@ ArchiveResult<QByteArray> extractTarMember(const QString& archive, ArchiveKind k
     // Member names come from the archive and are data: after "--" tar takes
     // even "--checkpoint-action=exec=..." as a name, never as an option. An
     // archive may store the name with or without "./", or (when it was made
-    // with absolute names) with the "/" the listing drops, hence the retries.
-    // "-P" lets tar match names holding ".." or a leading "/"; with "-O"
-    // nothing is written anywhere but to the pipe.
+    // with absolute names) with the "/" the listing drops, hence the retries,
+    // made only while nothing has come. "-P" lets tar match names holding
+    // ".." or a leading "/"; with "-O" nothing is written anywhere but to the
+    // pipe.
     const QStringList options = {flag, archive, QStringLiteral("-P"), QStringLiteral("--")};
-    auto bytes = runTool(*tar, options + QStringList{member});
-    if (bytes) {
-        return bytes;
+    bool anything = false;
+    const auto received = [&](QByteArrayView piece) {
+        anything = true;
+        return sink(piece);
+    };
+    auto run = streamTool(*tar, options + QStringList{member}, received);
+    if (run || anything) {
+        return run;
     }
-    bytes = runTool(*tar, options + QStringList{QStringLiteral("./") + member});
-    if (bytes) {
-        return bytes;
+    run = streamTool(*tar, options + QStringList{QStringLiteral("./") + member}, received);
+    if (run || anything) {
+        return run;
     }
     // The error of the "./" try stands when this one fails too.
-    auto absolute = runTool(*tar, options + QStringList{QStringLiteral("/") + member});
-    return absolute ? std::move(absolute) : std::move(bytes);
+    auto absolute = streamTool(*tar, options + QStringList{QStringLiteral("/") + member}, received);
+    return absolute || anything ? std::move(absolute) : std::move(run);
 }
 
 ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive) {
     const QString path = PathUtils::standardizedPath(archive);
-    switch (const ArchiveKind kind = archiveKind(path)) {
-    case ArchiveKind::tar:
-    case ArchiveKind::tarGz:
-        return listTarMembers(path, kind);
-    case ArchiveKind::lzh:
-        return listLhaMembers(path);
-    case ArchiveKind::zip:
+    const ArchiveKind kind = archiveKind(path);
+    if (kind == ArchiveKind::zip) {
         return fromZip(ZipArchiveService::listMembers(path));
-    case ArchiveKind::other:
-        break;
     }
-    return fail(ArchiveError::unsupported(path));
+    if (kind == ArchiveKind::other) {
+        return fail(ArchiveError::unsupported(path));
+    }
+    if (const auto refused = notRegularFile(path)) {
+        return fail(*refused);
+    }
+    if (kind == ArchiveKind::lzh) {
+        return listLhaMembers(path);
+    }
+    return listTarMembers(path, kind);
+}
+
+ArchiveResult<MemberHead> extractMemberHead(const QString& archive, const QString& memberPath,
+                                            int64_t maxBytes) {
+    const QString path = PathUtils::standardizedPath(archive);
+    const ArchiveKind kind = archiveKind(path);
+    if (kind == ArchiveKind::zip) {
+        return zipMemberHead(path, memberPath, maxBytes);
+    }
+    if (kind == ArchiveKind::other) {
+        return fail(ArchiveError::unsupported(path));
+    }
+    if (const auto refused = notRegularFile(path)) {
+        return fail(*refused);
+    }
+    if (kind == ArchiveKind::lzh) {
+        return extractLhaMember(path, memberPath, maxBytes);
+    }
+    return tarMemberHead(path, kind, memberPath, maxBytes);
 }
 
 ArchiveResult<QByteArray> extractMemberData(const QString& archive, const QString& memberPath) {
     const QString path = PathUtils::standardizedPath(archive);
-    switch (const ArchiveKind kind = archiveKind(path)) {
-    case ArchiveKind::tar:
-    case ArchiveKind::tarGz:
-        return extractTarMember(path, kind, memberPath);
-    case ArchiveKind::lzh:
-        return extractLhaMember(path, memberPath);
-    case ArchiveKind::zip:
-        return fromZip(ZipArchiveService::extractMemberData(path, memberPath));
-    case ArchiveKind::other:
-        break;
+    if (archiveKind(path) == ArchiveKind::zip) {
+        return fromZip(ZipArchiveService::extractMemberData(path, memberPath, memberMemoryLimit));
     }
-    return fail(ArchiveError::unsupported(path));
+    auto head = extractMemberHead(path, memberPath, memberMemoryLimit);
+    if (!head) {
+        return fail(head.error());
+    }
+    if (head->isCut) {
+        return fail(tooLarge(memberPath, "Too large to read"));
+    }
+    return std::move(head->bytes);
 }
 
 ArchiveResult<QString> extractMemberToTemporaryFile(const QString& archive,
                                                     const QString& memberPath) {
     const QString path = PathUtils::standardizedPath(archive);
-    if (archiveKind(path) == ArchiveKind::other) {
+    const ArchiveKind kind = archiveKind(path);
+    if (kind == ArchiveKind::other) {
         return fail(ArchiveError::unsupported(path));
     }
-    auto bytes = extractMemberData(path, memberPath);
-    if (!bytes) {
-        return fail(bytes.error());
+    if (const auto refused = kind == ArchiveKind::zip ? std::nullopt : notRegularFile(path)) {
+        return fail(*refused);
     }
-    const QString folder = QDir::tempPath() + QStringLiteral("/Dorvik-archive");
-    QDir().mkpath(folder);
     // The member's last component only: its folders, "..", or a leading "/"
     // never reach the file name.
     const QString name =
         ArchiveToolOutput::normalizedMemberPath(memberPath).section(QLatin1Char('/'), -1);
-    const QString target = folder + QLatin1Char('/') +
-                           QUuid::createUuid().toString(QUuid::WithoutBraces) + QLatin1Char('-') +
-                           name;
-    QSaveFile file(target);
-    if (!file.open(QIODevice::WriteOnly) || file.write(*bytes) != bytes->size() || !file.commit()) {
-        return fail(ArchiveError::extractFailed(memberPath, file.errorString()));
+    auto file = ArchiveTemporaryFolder::createFile(name);
+    if (!file) {
+        return fail(ArchiveError::extractFailed(memberPath, file.error()));
     }
-    return target;
+    CopyWriter writer(file->fd);
+    const auto copied = copyMember(path, kind, memberPath, writer);
+    const auto failure = writer.failure();
+    if (!copied || failure) {
+        ArchiveTemporaryFolder::remove(file->path);
+        return fail(copied ? ArchiveError::extractFailed(memberPath, *failure) : copied.error());
+    }
+    return file->path;
 }
 
 } // namespace ArchiveService

@@ -6,10 +6,12 @@
 #include "core/Result.h"
 
 #include <QByteArray>
+#include <QByteArrayView>
 #include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 
@@ -22,19 +24,52 @@ class Executor;
 // of one of them. ZIP is read by the program itself; tar, tar.gz and LHA by
 // running tar, lsar, unar and lha. Everything here blocks, so callers run it
 // on worker threads; nothing is cached and no state is shared.
+//
+// Only regular files are read: a FIFO, a device or a link to one is refused
+// with "Not a regular file" before any tool runs. No member is held in
+// memory beyond what its use needs, whatever it inflates to: the limits
+// below bound every read, and a tool whose output goes past its limit is
+// stopped.
 namespace ArchiveService {
 
 template <typename T> using ArchiveResult = Result<T, ArchiveError>;
 
+// The most of a member read into memory whole.
+constexpr int64_t memberMemoryLimit = int64_t(256) << 20;
+// The most of a member copied into the temporary folder.
+constexpr int64_t copyLimit = int64_t(2) << 30;
+// The most a tool may print for a listing.
+constexpr int64_t toolOutputLimit = int64_t(64) << 20;
+
+// The first bytes of a member.
+struct MemberHead {
+    QByteArray bytes;
+    // The whole member's size where the archive declares it (ZIP).
+    std::optional<int64_t> size;
+    // Whether the member goes on past these bytes.
+    bool isCut = false;
+    bool operator==(const MemberHead&) const = default;
+};
+
+// Takes a tool's output piece by piece; answering false stops the tool.
+using OutputSink = std::function<bool(QByteArrayView)>;
+
 // The members of an archive of any kind; other kinds are unsupported.
 ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive);
 
-// The bytes of one member.
+// The bytes of one member; one larger than memberMemoryLimit is refused.
 ArchiveResult<QByteArray> extractMemberData(const QString& archive, const QString& memberPath);
 
-// Writes the member's bytes to a new file under "Dorvik-archive" in the
-// temporary folder and returns its path. Each call makes a new file; the
-// system's clean-up of its temporary folder removes them.
+// At most maxBytes from the start of a member: only that much is inflated,
+// and a tool is stopped once it has given that much.
+ArchiveResult<MemberHead> extractMemberHead(const QString& archive, const QString& memberPath,
+                                            int64_t maxBytes);
+
+// Copies the member into a new file of the private temporary folder
+// (ArchiveTemporaryFolder) and returns its path. The bytes go to the file as
+// they come, never all in memory; a member larger than copyLimit is refused.
+// Each call makes a new file; remove it with ArchiveTemporaryFolder::remove
+// once it is no longer shown. Whatever is left goes at exit.
 ArchiveResult<QString> extractMemberToTemporaryFile(const QString& archive,
                                                     const QString& memberPath);
 
@@ -42,19 +77,37 @@ ArchiveResult<QString> extractMemberToTemporaryFile(const QString& archive,
 // /opt/homebrew/bin and then the folders of PATH. Looked up anew at each use.
 std::optional<QString> findTool(const QStringList& names);
 
-// Runs a tool with its own pipes for output and error, waits for it and gives
-// its standard output. A tool that can't start is toolMissing; a non-zero exit
-// is listFailed with what the tool wrote on standard error, or "exit N".
+// Runs a tool with its own pipes for output and error and hands its standard
+// output to sink as it comes. When sink answers false the tool is stopped,
+// with whatever it started, and the run counts as done. A tool that can't
+// start is toolMissing; a non-zero exit is listFailed with what the tool
+// wrote on standard error, or "exit N".
+ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments,
+                               const OutputSink& sink);
+// The whole standard output of a tool; more than toolOutputLimit is
+// listFailed "Output too large".
 ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& arguments);
+// A sink that keeps at most maxBytes in head and, once more comes, marks it
+// cut and answers false. Room for maxBytes (up to memberMemoryLimit) is set
+// aside at once: pages the pieces never reach are never touched, and the
+// bytes are not moved as they grow.
+OutputSink keepingHead(MemberHead& head, int64_t maxBytes);
+// At most maxBytes of a tool's standard output; the tool is stopped when it
+// has more to give.
+ArchiveResult<MemberHead> runToolHead(const QString& path, const QStringList& arguments,
+                                      int64_t maxBytes);
 
 // The members of a tar or tar.gz archive, and the bytes of one of them.
 ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, ArchiveKind kind);
-ArchiveResult<QByteArray> extractTarMember(const QString& archive, ArchiveKind kind,
-                                           const QString& memberPath);
+// Hands the member to sink as tar gives it. Tried with the name as listed,
+// then with "./" and "/" before it, while nothing has come yet.
+ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
+                                    const QString& memberPath, const OutputSink& sink);
 
-// The members of an LHA archive, and the bytes of one of them.
+// The members of an LHA archive, and at most maxBytes of one of them.
 ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive);
-ArchiveResult<QByteArray> extractLhaMember(const QString& archive, const QString& memberPath);
+ArchiveResult<MemberHead> extractLhaMember(const QString& archive, const QString& memberPath,
+                                           int64_t maxBytes);
 
 // The same three on the executor's shared pool, for callers on the main
 // thread. done runs on the main thread; when context is gone by then,

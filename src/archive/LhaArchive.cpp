@@ -4,6 +4,7 @@
 // the chains of attempts below.
 #include "archive/ArchiveService.h"
 
+#include "archive/ArchiveTemporaryFolder.h"
 #include "archive/ArchiveToolOutput.h"
 #include "core/PathUtils.h"
 
@@ -11,7 +12,6 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 
 namespace ArchiveService {
 
@@ -100,38 +100,35 @@ ArchiveResult<int64_t> lsarIndex(const QString& archive, const QString& member) 
         ArchiveError::listFailed(archive, QStringLiteral("Entry not found in lsar listing")));
 }
 
-ArchiveResult<QByteArray> nonEmpty(ArchiveResult<QByteArray> output, const QString& member) {
-    if (output && output->isEmpty()) {
+ArchiveResult<MemberHead> nonEmpty(ArchiveResult<MemberHead> output, const QString& member) {
+    if (output && output->bytes.isEmpty()) {
         return fail(ArchiveError::extractFailed(member, QStringLiteral("Empty extract")));
     }
     return output;
 }
 
-// A fresh folder for one extraction, removed with its content whichever way
-// the extraction ends.
+// A fresh folder for one extraction in the private temporary folder, removed
+// with its content whichever way the extraction ends.
 class ExtractionFolder {
 public:
     ExtractionFolder()
-        : m_path(QDir::tempPath() + QStringLiteral("/Dorvik-lha-") +
-                 QUuid::createUuid().toString(QUuid::WithoutBraces)) {
-        m_created = QDir().mkdir(m_path);
-    }
+        : m_path(ArchiveTemporaryFolder::createWorkFolder(QStringLiteral("Dorvik-lha-"))) {}
     ~ExtractionFolder() {
-        if (m_created) {
-            QDir(m_path).removeRecursively();
+        if (m_path) {
+            ArchiveTemporaryFolder::remove(*m_path);
         }
     }
     ExtractionFolder(const ExtractionFolder&) = delete;
     ExtractionFolder& operator=(const ExtractionFolder&) = delete;
 
-    bool created() const { return m_created; }
-    const QString& path() const { return m_path; }
+    bool created() const { return m_path.ok(); }
+    const QString& path() const { return *m_path; }
 
-    // The bytes of a regular file that really lies inside the folder: a
-    // member named "../x" or a link the tool made never leads out of it.
-    std::optional<QByteArray> readInside(const QString& candidate) const {
+    // At most maxBytes of a regular file that really lies inside the folder:
+    // a member named "../x" or a link the tool made never leads out of it.
+    std::optional<MemberHead> readInside(const QString& candidate, int64_t maxBytes) const {
         const QFileInfo info(candidate);
-        const QString root = QFileInfo(m_path).canonicalFilePath() + QLatin1Char('/');
+        const QString root = QFileInfo(*m_path).canonicalFilePath() + QLatin1Char('/');
         if (!info.isFile() || !info.canonicalFilePath().startsWith(root)) {
             return std::nullopt;
         }
@@ -139,17 +136,18 @@ public:
         if (!file.open(QIODevice::ReadOnly)) {
             return std::nullopt;
         }
-        return file.readAll();
+        MemberHead head{file.read(maxBytes), std::nullopt, false};
+        head.isCut = !file.atEnd();
+        return head;
     }
 
 private:
-    QString m_path;
-    bool m_created = false;
+    ArchiveTemporaryFolder::FolderResult m_path;
 };
 
-ArchiveResult<QByteArray> extractThroughFolder(const QString& unar, const QString& archive,
-                                               const QString& member,
-                                               std::optional<int64_t> index) {
+ArchiveResult<MemberHead> extractThroughFolder(const QString& unar, const QString& archive,
+                                               const QString& member, std::optional<int64_t> index,
+                                               int64_t maxBytes) {
     const auto notFound =
         ArchiveError::extractFailed(member, QStringLiteral("Extracted file not found"));
     ExtractionFolder folder;
@@ -171,7 +169,7 @@ ArchiveResult<QByteArray> extractThroughFolder(const QString& unar, const QStrin
     const QString name = lastComponent(member);
     for (const QString& candidate :
          {folder.path() + QLatin1Char('/') + member, folder.path() + QLatin1Char('/') + name}) {
-        if (auto bytes = folder.readInside(candidate)) {
+        if (auto bytes = folder.readInside(candidate, maxBytes)) {
             return std::move(*bytes);
         }
     }
@@ -180,7 +178,7 @@ ArchiveResult<QByteArray> extractThroughFolder(const QString& unar, const QStrin
     while (walk.hasNext()) {
         const QString found = walk.next();
         if (walk.fileName() == name) {
-            if (auto bytes = folder.readInside(found)) {
+            if (auto bytes = folder.readInside(found, maxBytes)) {
                 return std::move(*bytes);
             }
         }
@@ -188,41 +186,45 @@ ArchiveResult<QByteArray> extractThroughFolder(const QString& unar, const QStrin
     return fail(notFound);
 }
 
-ArchiveResult<QByteArray> extractWithUnar(const QString& unar, const QString& archive,
-                                          const QString& member) {
+ArchiveResult<MemberHead> extractWithUnar(const QString& unar, const QString& archive,
+                                          const QString& member, int64_t maxBytes) {
     const auto index = lsarIndex(archive, member);
     if (index) {
-        auto bytes = nonEmpty(
-            runTool(unar, {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
-                           QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-i"),
-                           QStringLiteral("--"), archive, QString::number(*index)}),
-            member);
+        auto bytes =
+            nonEmpty(runToolHead(unar,
+                                 {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
+                                  QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-i"),
+                                  QStringLiteral("--"), archive, QString::number(*index)},
+                                 maxBytes),
+                     member);
         if (bytes) {
             return bytes;
         }
     }
-    auto bytes = nonEmpty(
-        runTool(unar, {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
-                       QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-D"),
-                       QStringLiteral("-e"), kCp932, QStringLiteral("--"), archive, member}),
-        member);
+    auto bytes =
+        nonEmpty(runToolHead(unar,
+                             {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
+                              QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-D"),
+                              QStringLiteral("-e"), kCp932, QStringLiteral("--"), archive, member},
+                             maxBytes),
+                 member);
     if (bytes) {
         return bytes;
     }
-    return extractThroughFolder(unar, archive, member,
-                                index ? std::optional(*index) : std::nullopt);
+    return extractThroughFolder(unar, archive, member, index ? std::optional(*index) : std::nullopt,
+                                maxBytes);
 }
 
 // lha has no "--": a name that begins with "-" only ever reaches it behind "./".
-ArchiveResult<QByteArray> extractWithLha(const QString& lha, const QString& archive,
-                                         const QString& member) {
+ArchiveResult<MemberHead> extractWithLha(const QString& lha, const QString& archive,
+                                         const QString& member, int64_t maxBytes) {
     for (const QString& operand : {member, QStringLiteral("./") + member, lastComponent(member)}) {
         if (operand.startsWith(QLatin1Char('-'))) {
             continue;
         }
         for (const QString& command : {QStringLiteral("pq"), QStringLiteral("p")}) {
-            auto bytes = runTool(lha, {command, archive, operand});
-            if (bytes && !bytes->isEmpty()) {
+            auto bytes = runToolHead(lha, {command, archive, operand}, maxBytes);
+            if (bytes && !bytes->bytes.isEmpty()) {
                 return bytes;
             }
         }
@@ -250,20 +252,21 @@ ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive) {
     return fail(ArchiveError::toolMissing(QStringLiteral("lsar or lha")));
 }
 
-ArchiveResult<QByteArray> extractLhaMember(const QString& archive, const QString& memberPath) {
+ArchiveResult<MemberHead> extractLhaMember(const QString& archive, const QString& memberPath,
+                                           int64_t maxBytes) {
     const QString member = ArchiveToolOutput::normalizedMemberPath(memberPath);
     if (member.isEmpty()) {
         return fail(ArchiveError::extractFailed(memberPath, QStringLiteral("Empty path")));
     }
     const auto unar = findTool({QStringLiteral("unar")});
     if (unar) {
-        if (auto bytes = extractWithUnar(*unar, archive, member)) {
+        if (auto bytes = extractWithUnar(*unar, archive, member, maxBytes)) {
             return bytes;
         }
     }
     const auto lha = findTool({QStringLiteral("lha")});
     if (lha) {
-        return extractWithLha(*lha, archive, member);
+        return extractWithLha(*lha, archive, member, maxBytes);
     }
     if (!unar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("unar or lha")));

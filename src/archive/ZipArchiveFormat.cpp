@@ -31,15 +31,33 @@ uint32_t le32(const uchar* p) {
     return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
 }
 
+// The bytes an archive holds in memory, read as any other source is.
+class BytesSource final : public ZipSource {
+public:
+    explicit BytesSource(QByteArrayView bytes)
+        : m_bytes(bytes) {}
+    uint64_t size() const override { return uint64_t(m_bytes.size()); }
+    std::optional<QByteArray> read(uint64_t offset, qsizetype length) const override {
+        if (length < 0 || offset > size() || uint64_t(length) > size() - offset) {
+            return std::nullopt;
+        }
+        return m_bytes.sliced(qsizetype(offset), length).toByteArray();
+    }
+
+private:
+    QByteArrayView m_bytes;
+};
+
 // The last signature within the reach of the longest comment, searched
-// backward. The comment length is not compared with what follows, so a
-// signature inside a comment wins when it stands later in the file.
-std::optional<qsizetype> findEndRecord(QByteArrayView archive) {
-    const qsizetype size = archive.size();
+// backward in the archive's tail. The comment length is not compared with
+// what follows, so a signature inside a comment wins when it stands later in
+// the file.
+std::optional<qsizetype> findEndRecord(QByteArrayView tail) {
+    const qsizetype size = tail.size();
     if (size < endRecordSize) {
         return std::nullopt;
     }
-    const auto* p = reinterpret_cast<const uchar*>(archive.data());
+    const auto* p = reinterpret_cast<const uchar*>(tail.data());
     const qsizetype lowest = std::max<qsizetype>(0, size - endRecordSize - longestComment);
     for (qsizetype at = size - endRecordSize; at >= lowest; --at) {
         if (p[at] == 0x50 && le32(p + at) == endOfCentralDirectorySignature) {
@@ -86,71 +104,173 @@ QString zlibFailure(const char* what, int code) {
            QLatin1Char(')');
 }
 
-// The outcome of one inflate call with Z_FINISH into a buffer of the
-// announced size: the stream's end is success, running out of room or of
-// input before the end is Z_BUF_ERROR, and a member that inflates to less
-// comes back shorter. The buffer grows with what inflate really gives, so a
-// few bytes announcing gigabytes never allocate gigabytes.
-ZipResult<QByteArray> inflateRaw(QByteArrayView input, int64_t announcedSize) {
-    if (announcedSize == 0) {
-        return QByteArray();
+ZipArchiveError inflateFailure(int code) {
+    return ZipArchiveError::extractFailed(QString(), zlibFailure("inflate", code));
+}
+
+// How much of a member's compressed data is read at a time, and how much
+// inflated output is handed on at a time.
+constexpr qsizetype pieceSize = 65536;
+
+// The compressed data of one member, read piece by piece from the source.
+class CompressedData {
+public:
+    CompressedData(const ZipSource& source, uint64_t start, uint64_t size)
+        : m_source(source)
+        , m_next(start)
+        , m_left(size) {}
+
+    bool atEnd() const { return m_left == 0; }
+    std::optional<QByteArray> nextPiece() {
+        const auto length = qsizetype(std::min<uint64_t>(m_left, pieceSize));
+        auto piece = m_source.read(m_next, length);
+        if (piece) {
+            m_next += uint64_t(length);
+            m_left -= uint64_t(length);
+        }
+        return piece;
     }
-    z_stream stream{};
-    int code = inflateInit2(&stream, -MAX_WBITS);
-    if (code != Z_OK) {
-        return fail(ZipArchiveError::extractFailed(QString(), zlibFailure("inflateInit", code)));
-    }
-    stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(input.data()));
-    stream.avail_in = uInt(input.size());
-    const int64_t limit = std::max<int64_t>(announcedSize, 1);
-    int64_t capacity = std::min<int64_t>(limit, std::max<int64_t>(65536, input.size() * 4));
-    QByteArray out;
-    for (;;) {
-        out.resize(qsizetype(capacity));
-        stream.next_out = reinterpret_cast<Bytef*>(out.data()) + stream.total_out;
-        stream.avail_out = uInt(capacity - int64_t(stream.total_out));
-        code = inflate(&stream, Z_NO_FLUSH);
-        if (code != Z_OK && code != Z_BUF_ERROR) {
+
+private:
+    const ZipSource& m_source;
+    uint64_t m_next;
+    uint64_t m_left;
+};
+
+ZipResult<int64_t> copyStored(CompressedData data, const ZipMember& member, int64_t maxBytes,
+                              const MemberSink& sink) {
+    int64_t handed = 0;
+    while (!data.atEnd() && handed < maxBytes) {
+        const auto piece = data.nextPiece();
+        if (!piece) {
+            return fail(ZipArchiveError::extractFailed(
+                member.path, QStringLiteral("Truncated compressed data")));
+        }
+        const auto wanted = qsizetype(std::min<int64_t>(piece->size(), maxBytes - handed));
+        if (!sink(QByteArrayView(*piece).first(wanted))) {
             break;
         }
-        if (stream.avail_out == 0 && capacity < limit) {
-            capacity = std::min(limit, capacity * 2);
-            continue;
-        }
-        code = Z_BUF_ERROR;
-        break;
+        handed += wanted;
     }
-    const auto produced = qsizetype(stream.total_out);
-    inflateEnd(&stream);
-    if (code != Z_STREAM_END) {
-        return fail(ZipArchiveError::extractFailed(QString(), zlibFailure("inflate", code)));
-    }
-    out.resize(produced);
-    return out;
+    return handed;
 }
+
+struct InflateStream {
+    z_stream stream{};
+    bool open = false;
+    ~InflateStream() {
+        if (open) {
+            inflateEnd(&stream);
+        }
+    }
+};
+
+// Raw inflate in pieces. The output never runs past the declared size: one
+// byte more than declared is already a failure (Z_BUF_ERROR, as a single
+// Z_FINISH call into a buffer of the declared size would answer), so a few
+// bytes that announce little and inflate to gigabytes cost one piece. Data
+// that ends before the deflate stream does fails the same way; a stream
+// that ends early gives what it made. Inflating stops without complaint
+// once maxBytes have been handed on.
+ZipResult<int64_t> inflateMember(CompressedData data, int64_t declaredSize, int64_t maxBytes,
+                                 const MemberSink& sink) {
+    if (declaredSize == 0 || maxBytes <= 0) {
+        return int64_t(0);
+    }
+    InflateStream inflater;
+    const int init = inflateInit2(&inflater.stream, -MAX_WBITS);
+    if (init != Z_OK) {
+        return fail(ZipArchiveError::extractFailed(QString(), zlibFailure("inflateInit", init)));
+    }
+    inflater.open = true;
+    z_stream& stream = inflater.stream;
+    QByteArray input;
+    QByteArray output(pieceSize, Qt::Uninitialized);
+    int64_t produced = 0;
+    int64_t handed = 0;
+    for (;;) {
+        if (stream.avail_in == 0 && !data.atEnd()) {
+            auto piece = data.nextPiece();
+            if (!piece) {
+                return fail(inflateFailure(Z_BUF_ERROR));
+            }
+            input = std::move(*piece);
+            stream.next_in = reinterpret_cast<Bytef*>(input.data());
+            stream.avail_in = uInt(input.size());
+        }
+        const int64_t room =
+            std::min<int64_t>({pieceSize, declaredSize + 1 - produced, maxBytes - handed});
+        stream.next_out = reinterpret_cast<Bytef*>(output.data());
+        stream.avail_out = uInt(room);
+        const int code = inflate(&stream, Z_NO_FLUSH);
+        const int64_t made = room - int64_t(stream.avail_out);
+        produced += made;
+        if (produced > declaredSize) {
+            return fail(inflateFailure(Z_BUF_ERROR));
+        }
+        if (code != Z_OK && code != Z_STREAM_END && code != Z_BUF_ERROR) {
+            return fail(inflateFailure(code));
+        }
+        const auto wanted = qsizetype(std::min<int64_t>(made, maxBytes - handed));
+        if (wanted > 0 && !sink(QByteArrayView(output).first(wanted))) {
+            return handed;
+        }
+        handed += wanted;
+        if (code == Z_STREAM_END || handed >= maxBytes) {
+            return handed;
+        }
+        if (code == Z_BUF_ERROR && stream.avail_in == 0 && data.atEnd()) {
+            return fail(inflateFailure(Z_BUF_ERROR));
+        }
+    }
+}
+
+// The central directory and, past its announced end, as much as the last
+// header's name may reach into; never more than directoryReadLimit bytes
+// however large the directory claims to be.
+constexpr uint64_t directoryReadLimit = uint64_t(64) << 20;
 
 } // namespace
 
-ZipResult<QList<ZipMember>> parseArchive(QByteArrayView archive) {
-    const auto endRecord = findEndRecord(archive);
+ZipResult<QList<ZipMember>> parseArchive(const ZipSource& archive) {
     const QString placeholder = QStringLiteral("/");
-    if (!endRecord) {
+    const auto noEndRecord = [&] {
         return fail(ZipArchiveError::listFailed(placeholder, QStringLiteral("EOCD not found")));
-    }
-    const auto* p = reinterpret_cast<const uchar*>(archive.data());
-    const uint64_t fileSize = uint64_t(archive.size());
-    const uint16_t entryCount = le16(p + *endRecord + 10);
-    const uint64_t directorySize = le32(p + *endRecord + 12);
-    const uint64_t directoryOffset = le32(p + *endRecord + 16);
-    if (directoryOffset + directorySize > fileSize) {
+    };
+    const auto invalidDirectory = [&] {
         return fail(
             ZipArchiveError::listFailed(placeholder, QStringLiteral("Invalid central directory")));
+    };
+    const uint64_t fileSize = archive.size();
+    const uint64_t tailSize = std::min<uint64_t>(fileSize, endRecordSize + longestComment);
+    const auto tail = archive.read(fileSize - tailSize, qsizetype(tailSize));
+    const auto endRecord = tail ? findEndRecord(*tail) : std::nullopt;
+    if (!endRecord) {
+        return noEndRecord();
     }
+    const auto* record = reinterpret_cast<const uchar*>(tail->constData()) + *endRecord;
+    const uint16_t entryCount = le16(record + 10);
+    const uint64_t directorySize = le32(record + 12);
+    const uint64_t directoryOffset = le32(record + 16);
+    if (directoryOffset + directorySize > fileSize) {
+        return invalidDirectory();
+    }
+    if (entryCount == 0) {
+        return QList<ZipMember>();
+    }
+    const uint64_t readSize =
+        std::min({fileSize - directoryOffset, std::min(directorySize, directoryReadLimit) +
+                                                  uint64_t(std::numeric_limits<uint16_t>::max())});
+    const auto directory = archive.read(directoryOffset, qsizetype(readSize));
+    if (!directory) {
+        return invalidDirectory();
+    }
+    const auto* p = reinterpret_cast<const uchar*>(directory->constData());
+    const uint64_t end = std::min(directorySize, directoryReadLimit);
     QList<ZipMember> members;
-    members.reserve(std::min<qsizetype>(entryCount, qsizetype(directorySize) / centralHeaderSize));
+    members.reserve(std::min<qsizetype>(entryCount, qsizetype(end) / centralHeaderSize));
     DateCache dates;
-    const uint64_t end = directoryOffset + directorySize;
-    uint64_t pos = directoryOffset;
+    uint64_t pos = 0;
     // A damaged directory ends the listing early with what was good.
     for (int entry = 0; entry < entryCount; ++entry) {
         if (pos + centralHeaderSize > end || le32(p + pos) != centralHeaderSignature) {
@@ -158,7 +278,7 @@ ZipResult<QList<ZipMember>> parseArchive(QByteArrayView archive) {
         }
         const uchar* header = p + pos;
         const uint64_t nameLength = le16(header + 28);
-        if (pos + centralHeaderSize + nameLength > fileSize) {
+        if (pos + centralHeaderSize + nameLength > readSize) {
             break;
         }
         const QByteArrayView name(header + centralHeaderSize, qsizetype(nameLength));
@@ -168,33 +288,53 @@ ZipResult<QList<ZipMember>> parseArchive(QByteArrayView archive) {
     return members;
 }
 
-ZipResult<QByteArray> memberData(QByteArrayView archive, const ZipMember& member) {
-    const auto* p = reinterpret_cast<const uchar*>(archive.data());
-    const uint64_t fileSize = uint64_t(archive.size());
+ZipResult<int64_t> readMember(const ZipSource& archive, const ZipMember& member, int64_t maxBytes,
+                              const MemberSink& sink) {
+    const uint64_t fileSize = archive.size();
     const uint64_t offset = member.localHeaderOffset;
-    if (offset + localHeaderSize > fileSize || le32(p + offset) != localHeaderSignature) {
+    const auto header =
+        offset + localHeaderSize <= fileSize ? archive.read(offset, localHeaderSize) : std::nullopt;
+    const auto* p = header ? reinterpret_cast<const uchar*>(header->constData()) : nullptr;
+    if (!p || le32(p) != localHeaderSignature) {
         return fail(
             ZipArchiveError::extractFailed(member.path, QStringLiteral("Invalid local header")));
     }
     // The local header's own lengths decide where the data starts; they may
     // differ from the central directory's.
-    const uint64_t start = offset + localHeaderSize + le16(p + offset + 26) + le16(p + offset + 28);
+    const uint64_t start = offset + localHeaderSize + le16(p + 26) + le16(p + 28);
     const uint64_t compressedSize = uint64_t(member.compressedSize);
     if (start + compressedSize > fileSize) {
         return fail(ZipArchiveError::extractFailed(member.path,
                                                    QStringLiteral("Truncated compressed data")));
     }
-    const QByteArrayView data(p + start, qsizetype(compressedSize));
+    const CompressedData data(archive, start, compressedSize);
     switch (member.compressionMethod) {
     case 0:
-        return data.toByteArray();
+        return copyStored(data, member, maxBytes, sink);
     case 8:
-        return inflateRaw(data, member.size);
+        return inflateMember(data, member.size, maxBytes, sink);
     default:
         return fail(ZipArchiveError::extractFailed(
             member.path, QStringLiteral("Unsupported compression method ") +
                              QString::number(member.compressionMethod)));
     }
+}
+
+ZipResult<QList<ZipMember>> parseArchive(QByteArrayView archive) {
+    return parseArchive(BytesSource(archive));
+}
+
+ZipResult<QByteArray> memberData(QByteArrayView archive, const ZipMember& member,
+                                 int64_t maxBytes) {
+    QByteArray bytes;
+    auto read = readMember(BytesSource(archive), member, maxBytes, [&](QByteArrayView piece) {
+        bytes.append(piece);
+        return true;
+    });
+    if (!read) {
+        return fail(read.error());
+    }
+    return bytes;
 }
 
 // A name without the UTF-8 flag that is not well-formed UTF-8 is CP932

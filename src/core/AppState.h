@@ -558,6 +558,10 @@ private:
     mutable TaggedSizeMemo m_taggedSizeMemo;
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
+    // The copy of an archive member VIEWER shows, removed once it shows
+    // something else.
+    QString m_previewCopy;
+    void releasePreviewCopy(const QString& keep = {});
     bool m_changeScheduled = false;
     // What waits for the answer to the save question, if anything.
     std::function<void()> m_afterEditorSaveQuestion;

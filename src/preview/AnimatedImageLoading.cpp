@@ -6,9 +6,11 @@
 
 #include <QBuffer>
 #include <QFile>
+#include <QFileInfo>
 #include <QImageReader>
 #include <QtEndian>
 
+#include <climits>
 #include <limits>
 
 namespace AnimatedImageSupport {
@@ -49,12 +51,35 @@ QImage readerFrame(const QByteArray& data, int index) {
     return image;
 }
 
+// The canvas Qt's GIF reader draws every frame on, for a reader that has
+// read nothing yet: the logical screen of the file's header, or the first
+// frame where that is larger. Qt's answer to the size alone names only the
+// first frame when it is much smaller than the screen.
+QSize gifCanvas(QImageReader& reader) {
+    const QByteArray head = reader.device() ? reader.device()->peek(10) : QByteArray();
+    QSize screen(0, 0);
+    if (head.size() == 10) {
+        screen = QSize(qFromLittleEndian<quint16>(head.constData() + 6),
+                       qFromLittleEndian<quint16>(head.constData() + 8));
+    }
+    return screen.expandedTo(reader.size());
+}
+
+// The frames of a GIF that fit the budget, of those the reader counts.
+int gifFrameCount(QImageReader& reader) {
+    const QSize canvas = gifCanvas(reader);
+    return std::min(std::max(reader.imageCount(), 0),
+                    framesWithinBudget(canvas.width(), canvas.height(), gifCanvasesAtWork));
+}
+
 // Every GIF frame in one pass: asking for each index apart would read the
 // file from the start again for every frame.
 QList<QImage> gifFrames(const QByteArray& data, int count, const std::function<bool()>& cancelled) {
     QBuffer buffer;
     buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, "gif");
+    count = std::min(count, gifFrameCount(reader));
     QList<QImage> frames;
     while (frames.size() < count && !(cancelled && cancelled())) {
         QImage frame = reader.read();
@@ -84,23 +109,46 @@ QList<QImage> apngFrames(const QByteArray& data, int count,
     return frames;
 }
 
+// A file larger than this is read only this far: frames past it would not
+// fit the budget anyway.
+constexpr qint64 maxFileBytes = qint64(128) << 20;
+
+// The bytes of a regular file: a FIFO or a device named like a picture is
+// not read.
 QByteArray readFile(const QString& path) {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
         return {};
     }
-    return file.readAll();
+    return file.read(maxFileBytes);
 }
 
 int clampedCount(qint64 count) {
     return int(std::min<qint64>(count, std::numeric_limits<int>::max()));
 }
 
-// The frame count of the first acTL of a PNG file, found by walking the
-// chunk headers: the image data is skipped, never read, so a large picture
-// costs a few small reads on the main thread and not a copy of the file.
-std::optional<quint32> fileActlFrameCount(QFile& file) {
+// The frames of an APNG canvas that fit the budget, of those acTL announces.
+int apngFrameCount(quint32 announced, qint64 width, qint64 height) {
+    return std::min(clampedCount(announced), framesWithinBudget(width, height, apngCanvasesAtWork));
+}
+
+// The canvas size of a PNG's IHDR; empty when there is none.
+QSize headerSize(QByteArrayView data) {
+    if (data.size() < 8) {
+        return {};
+    }
+    const auto width = qFromBigEndian<quint32>(data.data());
+    const auto height = qFromBigEndian<quint32>(data.data() + 4);
+    return width <= INT_MAX && height <= INT_MAX ? QSize(int(width), int(height)) : QSize();
+}
+
+// The frame count of the first acTL of a PNG file that fits the budget,
+// found by walking the chunk headers: the image data is skipped, never
+// read, so a large picture costs a few small reads on the main thread and
+// not a copy of the file.
+std::optional<int> fileAPNGFrameCount(QFile& file) {
     const qint64 size = file.size();
+    QSize canvas;
     for (qint64 offset = 8; offset + 8 <= size;) {
         if (!file.seek(offset)) {
             return std::nullopt;
@@ -114,10 +162,15 @@ std::optional<quint32> fileActlFrameCount(QFile& file) {
             return std::nullopt;
         }
         const QByteArrayView type = QByteArrayView(header).sliced(4);
+        if (type == "IHDR" && canvas.isEmpty()) {
+            canvas = headerSize(file.read(std::min<qint64>(length, 8)));
+        }
         if (type == "acTL") {
             const QByteArray data = length >= 8 ? file.read(8) : QByteArray();
-            return data.size() == 8 ? std::optional(qFromBigEndian<quint32>(data.constData()))
-                                    : std::nullopt;
+            return data.size() == 8
+                       ? std::optional(apngFrameCount(qFromBigEndian<quint32>(data.constData()),
+                                                      canvas.width(), canvas.height()))
+                       : std::nullopt;
         }
         if (type == "IEND") {
             return std::nullopt;
@@ -132,8 +185,11 @@ std::optional<quint32> fileActlFrameCount(QFile& file) {
 std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data) {
     if (isPNGData(data)) {
         const auto count = actlFrameCount(data);
+        const auto header = firstChunk(data, "IHDR");
+        const QSize canvas = header ? headerSize(header->data) : QSize();
         if (count && *count >= 2) {
-            return AnimatedImageInfo{clampedCount(*count), "APNG"};
+            const int fitting = apngFrameCount(*count, canvas.width(), canvas.height());
+            return fitting >= 2 ? std::optional(AnimatedImageInfo{fitting, "APNG"}) : std::nullopt;
         }
         const int sourceCount = readerImageCount(data);
         if (sourceCount >= 2) {
@@ -143,7 +199,11 @@ std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data
     }
     if (isGIFData(data)) {
         // Qt's reader is both the image source and the bitmap representation.
-        const int count = readerImageCount(data);
+        QBuffer buffer;
+        buffer.setData(data);
+        buffer.open(QIODevice::ReadOnly);
+        QImageReader reader(&buffer, "gif");
+        const int count = gifFrameCount(reader);
         if (count >= 2) {
             return AnimatedImageInfo{count, "GIF"};
         }
@@ -161,13 +221,13 @@ std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path) {
     // animated exactly when its acTL says so.
     const QByteArray head = file.peek(8);
     if (isPNGData(head)) {
-        const auto count = fileActlFrameCount(file);
-        return count && *count >= 2 ? std::optional(AnimatedImageInfo{clampedCount(*count), "APNG"})
+        const auto count = fileAPNGFrameCount(file);
+        return count && *count >= 2 ? std::optional(AnimatedImageInfo{*count, "APNG"})
                                     : std::nullopt;
     }
     if (isGIFData(head)) {
-        QImageReader reader(&file);
-        const int count = reader.imageCount();
+        QImageReader reader(&file, "gif");
+        const int count = gifFrameCount(reader);
         return count >= 2 ? std::optional(AnimatedImageInfo{count, "GIF"}) : std::nullopt;
     }
     return std::nullopt;

@@ -7,6 +7,7 @@
 #include <QPainter>
 
 #include <algorithm>
+#include <climits>
 
 namespace AnimatedImageSupport {
 
@@ -133,6 +134,10 @@ QImage composeFrame(Canvas& canvas, const FrameSpec& frame, const QImage& previo
 }
 
 void disposeFrame(QImage& image, const FrameSpec& frame, const QImage& snapshot) {
+    // Painting would copy the canvas, which the recorded frame still shares.
+    if (frame.disposeOp != 1 && frame.disposeOp != 2) {
+        return;
+    }
     const QRect bottomUp = bottomUpFrameRect(frame, image.height());
     const QRect rect(bottomUp.x(), image.height() - bottomUp.y() - bottomUp.height(),
                      bottomUp.width(), bottomUp.height());
@@ -244,7 +249,16 @@ QRect bottomUpFrameRect(const FrameSpec& frame, int canvasHeight) {
     return QRect(x, canvasHeight - top - height, width, height);
 }
 
-QList<QImage> composeAPNGFrames(const QByteArray& data, const ComposeLimits& limits) {
+int framesWithinBudget(qint64 width, qint64 height, int canvasesAtWork, const FrameBudget& budget) {
+    // Divided rather than multiplied: two 32-bit sizes overflow a product.
+    if (width <= 0 || height <= 0 || height > budget.maxPixels / width) {
+        return 0;
+    }
+    const qint64 canvases = budget.maxPixels / (width * height);
+    return int(std::clamp<qint64>(canvases - canvasesAtWork, 0, INT_MAX));
+}
+
+QList<QImage> composeAPNGFrames(const QByteArray& data, const FrameBudget& budget) {
     if (!isPNGData(data)) {
         return {};
     }
@@ -256,12 +270,12 @@ QList<QImage> composeAPNGFrames(const QByteArray& data, const ComposeLimits& lim
     }
     const qint64 width = bigEndian32(header->data, 0);
     const qint64 height = bigEndian32(header->data, 4);
-    // Divided rather than multiplied: two 32-bit sizes overflow a product.
-    if (width == 0 || height == 0 || height > limits.maxCanvasPixels / width) {
+    const int fitting = framesWithinBudget(width, height, apngCanvasesAtWork, budget);
+    if (fitting == 0) {
         return {};
     }
-    const QList<FrameSpec> frames = frameSpecs(chunks, width, height);
-    if (frames.isEmpty() || frames.size() > limits.maxResultBytes / (width * height * 4)) {
+    const QList<FrameSpec> frames = frameSpecs(chunks, width, height).mid(0, fitting);
+    if (frames.isEmpty()) {
         return {};
     }
     Canvas canvas{QImage(int(width), int(height), QImage::Format_ARGB32_Premultiplied),

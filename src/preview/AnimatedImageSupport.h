@@ -49,15 +49,29 @@ struct FrameSpec {
     bool operator==(const FrameSpec&) const = default;
 };
 
-// What composing may allocate. A canvas larger than maxCanvasPixels, or a
-// result (frames times canvas) beyond maxResultBytes, gives no frames at all,
-// decided before anything is allocated.
-struct ComposeLimits {
-    qint64 maxCanvasPixels = qint64(8192) * 8192;
-    qint64 maxResultBytes = qint64(2) << 30;
+// What the frames of one animated image may take in memory together, in
+// pixels of four bytes: every frame kept is a whole canvas, and decoding
+// needs a few canvases more at work. Frames past the budget are not decoded
+// and not counted, so a file of a few hundred bytes that announces
+// thousands of large frames costs at most this much (384 MiB). Decided from
+// the canvas size before anything is allocated.
+struct FrameBudget {
+    qint64 maxPixels = qint64(96) << 20;
 };
 
-// The frame count and "APNG" or "GIF" for an image of two frames or more.
+// The canvases at work beside the frames kept: APNG composes on a canvas
+// with a snapshot, the canvas before it and the decoded frame; Qt's GIF
+// reader keeps its own canvas beside the frame it makes.
+constexpr int apngCanvasesAtWork = 4;
+constexpr int gifCanvasesAtWork = 2;
+
+// How many frames of a canvas fit the budget beside canvasesAtWork more; 0
+// for an empty canvas or one too large for even one frame.
+int framesWithinBudget(qint64 width, qint64 height, int canvasesAtWork,
+                       const FrameBudget& budget = {});
+
+// The frame count and "APNG" or "GIF" for an image of two frames or more:
+// the frames within the budget, which are the ones loadAllFrames gives.
 std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path);
 std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data);
 
@@ -77,18 +91,19 @@ QList<FrameSpec> frameSpecs(const QList<PNGChunk>& chunks, qint64 canvasWidth, q
 // A frame's region with the origin at the bottom left of the canvas.
 QRect bottomUpFrameRect(const FrameSpec& frame, int canvasHeight);
 
-// Every frame composed on the canvas, each image of the canvas's size; empty
-// when the stream cannot be composed.
-QList<QImage> composeAPNGFrames(const QByteArray& data, const ComposeLimits& limits = {});
+// The frames composed on the canvas, each image of the canvas's size, as
+// many as the budget holds; empty when the stream cannot be composed.
+QList<QImage> composeAPNGFrames(const QByteArray& data, const FrameBudget& budget = {});
 
 // One frame; the index wraps at both ends.
 QImage apngFrame(const QByteArray& data, int index);
 QImage gifFrame(const QByteArray& data, int index);
 QImage imageSourceFrame(const QByteArray& data, int index);
 
-// Every frame a viewer pages through, or a single still when the file is not
-// animated; empty when nothing can be decoded. isCancelled, when given, is
-// asked between frames.
+// Every frame a viewer pages through, as many as the budget holds, or a
+// single still when the file is not animated; empty when nothing can be
+// decoded. Only a regular file is read. isCancelled, when given, is asked
+// between frames.
 QList<QImage> loadAllFrames(const QString& path, const std::function<bool()>& isCancelled = {});
 // loadAllFrames on the executor's disk-read pool. done gets the frames on the
 // main thread while context lives and the ticket is current; once the ticket

@@ -1,8 +1,8 @@
 #include "preview/GalleryThumbnail.h"
 
 #include "archive/ArchiveService.h"
+#include "archive/ArchiveTemporaryFolder.h"
 
-#include <QFile>
 #include <QImageReader>
 
 namespace {
@@ -68,7 +68,7 @@ std::optional<QImage> make(const FileEntry& entry) {
     std::optional<QImage> image = fromFile(copy.value());
     // The copy served only this thumbnail; a folder of many images would
     // otherwise leave as many copies behind at each scroll.
-    QFile::remove(copy.value());
+    ArchiveTemporaryFolder::remove(copy.value());
     return image;
 }
 

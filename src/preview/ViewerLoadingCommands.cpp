@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveService.h"
+#include "archive/ArchiveTemporaryFolder.h"
 #include "core/Background.h"
 #include "core/PathUtils.h"
 #include "preview/AnimatedImageSupport.h"
@@ -13,6 +14,7 @@
 #include <QFile>
 
 #include <sys/stat.h>
+#include <utility>
 
 using TextPreviewLoading::TextPreviewLoadResult;
 using Outcome = TextPreviewLoadResult::Outcome;
@@ -170,8 +172,15 @@ void endMemberLoad(AppState& state, const QString& url, const TextPreviewLoadRes
 
 } // namespace
 
+void AppState::releasePreviewCopy(const QString& keep) {
+    if (!m_previewCopy.isEmpty() && m_previewCopy != keep) {
+        ArchiveTemporaryFolder::remove(std::exchange(m_previewCopy, QString()));
+    }
+}
+
 void AppState::clearViewer() {
     cancelPreviewLoad();
+    releasePreviewCopy();
     clearTextFields(*this);
     editorURL.reset();
     viewerKind = ViewerContentKind::none;
@@ -207,6 +216,8 @@ void AppState::loadViewerContent(const QString& url) {
     viewerZipEntry.clear();
     viewerSkipReason.reset();
     const QString path = PathUtils::standardizedPath(url);
+    // Coming back to VIEWER shows the member's copy again.
+    releasePreviewCopy(path);
     const QString name = PathUtils::lastPathComponent(path);
     const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
     if (kind == ViewerContentKind::text) {
@@ -278,6 +289,7 @@ void AppState::showLoadFailure(const QString& url, const QString& message) {
 void AppState::loadViewerContentForMember(const QString& archive, const QString& memberPath,
                                           const QString& name) {
     cancelPreviewLoad();
+    releasePreviewCopy();
     const ViewerContentKind kind = PreviewSelection::classifyFile(name, std::nullopt);
     viewerFromZip = true;
     viewerZipArchive = archive;
@@ -329,6 +341,10 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
             [this, weakTask](ArchiveService::ArchiveResult<QString> extracted) {
                 const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
                 if (!isCurrent(*this, ended)) {
+                    // A copy made for a member no longer shown is not kept.
+                    if (extracted) {
+                        ArchiveTemporaryFolder::remove(*extracted);
+                    }
                     return;
                 }
                 isViewerLoading = false;
@@ -336,6 +352,7 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
                 if (!extracted) {
                     reportError(extracted.error().description());
                 } else {
+                    m_previewCopy = *extracted;
                     editorURL = *extracted;
                     viewerKind = ViewerContentKind::preview;
                     lookUpAnimation(*this, *extracted);

@@ -177,6 +177,7 @@ void AppState::openFileInEditor(const QString& url) {
     }
     // A text load still running for VIEWER would otherwise land in the editor.
     cancelPreviewLoad();
+    releasePreviewCopy(path);
     editorURL = path;
     editorText = decoded->text;
     textEncodingLabel = decoded->label;

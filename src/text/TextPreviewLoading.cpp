@@ -256,11 +256,15 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
 }
 
 TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath) {
-    const auto bytes = ArchiveService::extractMemberData(archive, memberPath);
-    if (!bytes) {
+    const auto head = ArchiveService::extractMemberHead(archive, memberPath, headLimit);
+    if (!head) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }
-    return decoded(*bytes, bytes->size() > headLimit, bytes->size());
+    // A member cut short whose archive does not tell its size (a tool's
+    // output) is at least one byte longer than its head.
+    const int64_t read = head->bytes.size();
+    const int64_t size = head->isCut ? head->size.value_or(read + 1) : read;
+    return decoded(head->bytes, head->isCut, size);
 }
 
 // The two runners of a load meet here, on the caller's thread: the first to

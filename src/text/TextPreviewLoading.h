@@ -72,8 +72,8 @@ TextPreviewLoadResult readTextHead(const QString& path, int64_t maxBytes = headL
 TextPreviewLoadResult extractDocumentText(const QString& path,
                                           const CancelFlag* cancelled = nullptr);
 
-// The text of an archive member, decoded whole; a member longer than the
-// head limit is decoded as if it might be cut.
+// The head of an archive member, as for a plain file: only its first
+// headLimit bytes are read (and inflated), and fileSize is the member's size.
 TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath);
 
 // The converter's own text from unrtf, without the banner it writes first.

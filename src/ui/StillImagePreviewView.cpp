@@ -2,12 +2,13 @@
 
 #include "core/AppState.h"
 #include "core/Background.h"
+#include "preview/StillImageReading.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
 #include "ui/PreviewMessage.h"
 
-#include <QImageReader>
 #include <QPainter>
+#include <QScreen>
 #include <QVBoxLayout>
 
 StillImagePreviewView::StillImagePreviewView(const AppState& state, QWidget* parent)
@@ -20,10 +21,8 @@ StillImagePreviewView::StillImagePreviewView(const AppState& state, QWidget* par
     m_picture->hide();
 }
 
-QImage StillImagePreviewView::readImage(const QString& path) {
-    QImageReader reader(path);
-    reader.setAutoTransform(true);
-    return reader.read();
+QImage StillImagePreviewView::readImage(const QString& path, const QSize& bound) {
+    return StillImageReading::read(path, bound);
 }
 
 void StillImagePreviewView::setPath(const QString& path) {
@@ -36,11 +35,16 @@ void StillImagePreviewView::setPath(const QString& path) {
     m_picture->setImage({});
     m_picture->hide();
     update();
-    // A read that finishes after the file changed holds a stale ticket and
-    // is dropped.
+    // The pane never grows past its screen: a larger picture is decoded at
+    // the screen's size. A read that finishes after the file changed holds a
+    // stale ticket and is dropped.
+    const QScreen* shownOn = screen();
+    const QSize bound =
+        shownOn ? (QSizeF(shownOn->size()) * shownOn->devicePixelRatio()).toSize() : QSize();
     Background::run(
         m_state.executor(), Background::Pool::diskRead, this, m_reads.take(),
-        [path] { return readImage(path); }, [this](const QImage& image) { applyLoaded(image); });
+        [path, bound] { return readImage(path, bound); },
+        [this](const QImage& image) { applyLoaded(image); });
 }
 
 void StillImagePreviewView::applyLoaded(const QImage& image) {

@@ -27,8 +27,9 @@ public:
     QString statusText() const;
     const QImage& image() const;
 
-    // Reads the picture upright; a null image when it cannot be decoded.
-    static QImage readImage(const QString& path);
+    // Reads the picture upright, no larger than bound; a null image when it
+    // cannot be decoded.
+    static QImage readImage(const QString& path, const QSize& bound);
 
 protected:
     void paintEvent(QPaintEvent* event) override;

@@ -8,6 +8,7 @@
 
 #include <QFile>
 #include <QProcess>
+#include <QThreadPool>
 #include <QTest>
 
 #include <gtest/gtest.h>
@@ -208,7 +209,7 @@ TEST_F(ViewerLoading, DocumentsShowTheirTextOrElseAPreview) {
     EXPECT_EQ(state->editorURL, dir.filePath("damaged.docx"));
 }
 
-TEST_F(ViewerLoading, MembersShowWholeOrCopiedOut) {
+TEST_F(ViewerLoading, MembersShowTheirHeadOrAreCopiedOut) {
     QByteArray big;
     for (int i = 0; big.size() < 100000; ++i) {
         big += QByteArray::number(i) + " line of text\n";
@@ -221,7 +222,8 @@ TEST_F(ViewerLoading, MembersShowWholeOrCopiedOut) {
     state->loadViewerContentForMember(archive, "big.txt", "big.txt");
     EXPECT_TRUE(state->viewerFromZip);
     settle();
-    EXPECT_EQ(state->editorText.toUtf8(), big);
+    // Only the head is read, as for a file on disk.
+    EXPECT_EQ(state->editorText.toUtf8(), big.left(65536));
     EXPECT_TRUE(state->isTextPreviewTruncated);
     EXPECT_EQ(state->textFileByteSize, 100000);
     EXPECT_EQ(state->editorURL, archive + "/big.txt");
@@ -240,4 +242,47 @@ TEST_F(ViewerLoading, MembersShowWholeOrCopiedOut) {
     EXPECT_EQ(state->errorMessage, "Cannot read archive entry");
     EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
     EXPECT_FALSE(state->viewerSkipReason);
+}
+
+// A member shown as a picture is a copy in the private temporary folder; it
+// stays while VIEWER shows it and goes once VIEWER shows anything else. A
+// copy that comes back after the cursor moved on is not kept either.
+TEST_F(ViewerLoading, AMembersCopyGoesOnceTheViewerMovesOn) {
+    const QString temporary = dir.makeFolder("tmp");
+    const QByteArray savedTmp = qgetenv("TMPDIR");
+    qputenv("TMPDIR", temporary.toUtf8());
+    dir.makeFile("pic.png", "not an image, but a file to copy out");
+    dir.makeFile("notes.txt", "notes");
+    const QString archive = makeZip("bundle.zip", {"pic.png", "notes.txt"});
+    const QDir copies(temporary + "/Dorvik-archive-" + QString::number(::geteuid()));
+    const auto showPicture = [&] {
+        state->loadViewerContentForMember(archive, "pic.png", "pic.png");
+        settle();
+        EXPECT_EQ(copies.entryList(QDir::Files).size(), 1);
+        return state->editorURL.value_or(QString());
+    };
+
+    QString copy = showPicture();
+    ASSERT_TRUE(copy.startsWith(copies.path())) << copy.toStdString();
+    // Back to VIEWER from another layout: the copy on show is loaded again.
+    state->loadViewerContent(copy);
+    EXPECT_TRUE(QFile::exists(copy));
+    state->loadViewerContentForMember(archive, "notes.txt", "notes.txt");
+    settle();
+    EXPECT_FALSE(QFile::exists(copy));
+
+    copy = showPicture();
+    state->loadViewerContent(dir.filePath("notes.txt"));
+    EXPECT_FALSE(QFile::exists(copy));
+
+    copy = showPicture();
+    state->clearViewer();
+    EXPECT_FALSE(QFile::exists(copy));
+
+    state->loadViewerContentForMember(archive, "pic.png", "pic.png");
+    state->loadViewerContent(dir.filePath("notes.txt"));
+    QThreadPool::globalInstance()->waitForDone();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(copies.entryList(QDir::Files), QStringList());
+    qputenv("TMPDIR", savedTmp);
 }

@@ -1,0 +1,202 @@
+#include "archive/ArchiveTemporaryFolder.h"
+
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QMutex>
+#include <QMutexLocker>
+#include <QSet>
+#include <QUuid>
+
+#include <cerrno>
+#include <cstdlib>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace ArchiveTemporaryFolder {
+
+namespace {
+
+// The longest file name most Linux file systems take, in bytes.
+constexpr qsizetype longestFileName = 255;
+
+// What this process made, to be removed at exit. Never destroyed: a worker
+// may still be making a copy while the program ends.
+struct Made {
+    QMutex lock;
+    QSet<QString> paths;
+};
+
+Made& made() {
+    static Made* const instance = [] {
+        auto* made = new Made;
+        std::atexit(removeAll);
+        return made;
+    }();
+    return *instance;
+}
+
+void remember(const QString& path) {
+    Made& state = made();
+    QMutexLocker locker(&state.lock);
+    state.paths.insert(path);
+}
+
+QString folderPath() {
+    return QDir::tempPath() + QStringLiteral("/Dorvik-archive-") + QString::number(::geteuid());
+}
+
+QString failure(const QString& what, int code) {
+    return what + QStringLiteral(": ") + SystemError::fromErrno(code).text;
+}
+
+class Descriptor {
+public:
+    explicit Descriptor(int fd)
+        : m_fd(fd) {}
+    ~Descriptor() {
+        if (m_fd >= 0) {
+            ::close(m_fd);
+        }
+    }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+    int get() const { return m_fd; }
+
+private:
+    int m_fd;
+};
+
+// The folder open as a directory once it is known to be the user's own and
+// closed to everyone else. It is made atomically by mkdir, and what stands
+// at its name is looked at without following a link (lstat); the folder
+// then opened must be that same one.
+Result<int, QString> openFolder(const QString& path) {
+    const QByteArray name = QFile::encodeName(path);
+    if (::mkdir(name.constData(), 0700) != 0 && errno != EEXIST) {
+        return fail(failure(QStringLiteral("Cannot make ") + path, errno));
+    }
+    struct stat standing {};
+    if (::lstat(name.constData(), &standing) != 0) {
+        return fail(failure(path, errno));
+    }
+    if (!S_ISDIR(standing.st_mode)) {
+        return fail(path + QStringLiteral(" is not a folder"));
+    }
+    if (standing.st_uid != ::geteuid()) {
+        return fail(path + QStringLiteral(" belongs to another user"));
+    }
+    const int fd = ::open(name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        return fail(failure(path, errno));
+    }
+    struct stat opened {};
+    if (::fstat(fd, &opened) != 0 || opened.st_dev != standing.st_dev ||
+        opened.st_ino != standing.st_ino) {
+        ::close(fd);
+        return fail(path + QStringLiteral(" changed while it was checked"));
+    }
+    // A folder of the user's own that others may enter is closed to them.
+    if ((opened.st_mode & 077) != 0 && ::fchmod(fd, 0700) != 0) {
+        const int code = errno;
+        ::close(fd);
+        return fail(failure(path, code));
+    }
+    return fd;
+}
+
+QString uuid() {
+    return QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+// head + tail, where a tail too long for the file system loses its
+// beginning: its end keeps the extension.
+QString fileName(const QString& head, QString tail) {
+    while (!tail.isEmpty() && QFile::encodeName(head + tail).size() > longestFileName) {
+        tail.remove(0, 1);
+    }
+    return head + tail;
+}
+
+void removePath(const QString& path) {
+    const QFileInfo info(path);
+    if (info.isDir() && !info.isSymLink()) {
+        QDir(path).removeRecursively();
+    } else {
+        QFile::remove(path);
+    }
+}
+
+} // namespace
+
+FolderResult folder() {
+    const QString path = folderPath();
+    auto fd = openFolder(path);
+    if (!fd) {
+        return fail(fd.error());
+    }
+    ::close(*fd);
+    return path;
+}
+
+Result<NewFile, QString> createFile(const QString& memberName) {
+    const QString path = folderPath();
+    auto opened = openFolder(path);
+    if (!opened) {
+        return fail(opened.error());
+    }
+    const Descriptor directory(*opened);
+    const QString name = fileName(uuid() + QLatin1Char('-'), memberName);
+    const int fd = ::openat(directory.get(), QFile::encodeName(name).constData(),
+                            O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return fail(failure(QStringLiteral("Cannot make a copy in ") + path, errno));
+    }
+    const QString filePath = path + QLatin1Char('/') + name;
+    remember(filePath);
+    return NewFile{fd, filePath};
+}
+
+FolderResult createWorkFolder(const QString& prefix) {
+    const QString path = folderPath();
+    auto opened = openFolder(path);
+    if (!opened) {
+        return fail(opened.error());
+    }
+    const Descriptor directory(*opened);
+    const QString name = prefix + uuid();
+    if (::mkdirat(directory.get(), QFile::encodeName(name).constData(), 0700) != 0) {
+        return fail(failure(QStringLiteral("Cannot make a folder in ") + path, errno));
+    }
+    const QString work = path + QLatin1Char('/') + name;
+    remember(work);
+    return work;
+}
+
+void remove(const QString& path) {
+    {
+        Made& state = made();
+        QMutexLocker locker(&state.lock);
+        if (!state.paths.remove(path)) {
+            return;
+        }
+    }
+    removePath(path);
+}
+
+void removeAll() {
+    QSet<QString> paths;
+    {
+        Made& state = made();
+        QMutexLocker locker(&state.lock);
+        paths.swap(state.paths);
+    }
+    for (const QString& path : paths) {
+        removePath(path);
+    }
+    // Left in place while another instance of the program still keeps copies there.
+    ::rmdir(QFile::encodeName(folderPath()).constData());
+}
+
+} // namespace ArchiveTemporaryFolder
