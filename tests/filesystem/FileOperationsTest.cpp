@@ -7,9 +7,11 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
+#include <csignal>
 #include <fcntl.h>
 #include <sched.h>
 #include <sys/inotify.h>
@@ -366,6 +368,65 @@ TEST(CopyAndMove, ACopyKilledHalfWayLeavesTheOldOrTheNewTargetNeverAPart) {
         } else {
             EXPECT_TRUE(!exists(target) || left == 'n') << "a part at the target";
         }
+    }
+}
+
+// The process is killed the moment a chosen step of a save or of a move to
+// another file system begins: what stands at the target is the old text or
+// the whole new one, and a moved item is whole at its source or its target.
+TEST(CopyAndMove, AKillAtAnyStepOfASaveOrAMoveAcrossFileSystemsLosesNothing) {
+    const auto killHere = [](const seccomp_data&) { ::kill(::getpid(), SIGKILL); };
+    const std::vector<long> writing = {SYS_write, SYS_pwrite64};
+    const std::vector<long> syncing = {SYS_fsync, SYS_fdatasync, SYS_syncfs};
+    const std::vector<long> removing = {
+#ifdef SYS_unlink
+        SYS_unlink, SYS_rmdir,
+#endif
+        SYS_unlinkat};
+    for (const auto& [name, calls] : {std::pair{"write", writing}, std::pair{"sync", syncing},
+                                      std::pair{"rename", placingCalls()}}) {
+        SCOPED_TRACE(std::string("save killed at its ") + name);
+        TestDir dir;
+        const QString target = dir.makeFile("note.txt", "stored");
+        const ChildOutcome outcome = runInChild(
+            [&] {
+                if (!holdSystemCalls(calls, killHere)) {
+                    return QStringLiteral("cannot hold calls");
+                }
+                const auto saved =
+                    fs::writeText(QStringLiteral("typed"), target, TextFileEncoding::utf8);
+                return saved ? QStringLiteral("done") : saved.error().description();
+            },
+            ChildAccount::same);
+        if (outcome.text == "cannot hold calls") {
+            GTEST_SKIP() << "the kernel refuses seccomp user notification";
+        }
+        EXPECT_NE(outcome.text, "done") << "the step was never reached";
+        EXPECT_EQ(contents(target), "stored");
+    }
+    const QString other = otherFileSystemFolder();
+    if (other.isEmpty()) {
+        GTEST_SKIP() << "no second file system";
+    }
+    for (const auto& [name, calls] :
+         {std::pair{"rename", placingCalls()}, std::pair{"removal of the source", removing}}) {
+        SCOPED_TRACE(std::string("move across file systems killed at its ") + name);
+        TestDir dir;
+        QTemporaryDir elsewhere(other + "/dorvik-test-XXXXXX");
+        const QString source = dir.makeFile("moving.txt", "whole");
+        const QString target = elsewhere.path() + "/moving.txt";
+        const ChildOutcome outcome = runInChild(
+            [&] {
+                if (!holdSystemCalls(calls, killHere)) {
+                    return QStringLiteral("cannot hold calls");
+                }
+                const auto moved = fs::moveItem(source, elsewhere.path(), false);
+                return moved ? QStringLiteral("done") : moved.error().description();
+            },
+            ChildAccount::same);
+        EXPECT_NE(outcome.text, "done") << "the step was never reached";
+        EXPECT_TRUE(contents(source) == "whole" || contents(target) == "whole");
+        EXPECT_TRUE(!exists(target) || contents(target) == "whole") << "a part at the target";
     }
 }
 
