@@ -1,5 +1,7 @@
 #include "preview/StillImageReading.h"
 
+#include "preview/PngRowReading.h"
+
 #include <QImageIOHandler>
 #include <QImageReader>
 
@@ -14,11 +16,19 @@ QImage read(const QString& path, const QSize& bound) {
     const QSize fitting = reader.transformation().testFlag(QImageIOHandler::TransformationRotate90)
                               ? bound.transposed()
                               : bound;
-    if (size.isValid() && fitting.isValid() &&
-        (size.width() > fitting.width() || size.height() > fitting.height())) {
-        reader.setScaledSize(size.scaled(fitting, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)));
+    const bool larger = size.isValid() && fitting.isValid() &&
+                        (size.width() > fitting.width() || size.height() > fitting.height());
+    const QSize scaled = size.scaled(fitting, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+    if (larger) {
+        reader.setScaledSize(scaled);
     }
-    return reader.read();
+    const QImage image = reader.read();
+    // Qt's PNG reader holds the whole picture before it scales and refuses
+    // one past its allocation limit; such a picture is read a row at a time.
+    if (image.isNull() && larger && reader.format() == "png") {
+        return PngRowReading::readScaled(path, scaled);
+    }
+    return image;
 }
 
 } // namespace StillImageReading

@@ -6,9 +6,9 @@
 
 // A picture of one frame for VIEWER, read upright by its orientation tag.
 // A picture larger than the place it is shown in is decoded at that size:
-// JPEG scales while it decodes, so a photograph too large to decode whole
-// within Qt's allocation limit still shows, and memory stays near what is
-// on the screen.
+// JPEG scales while it decodes, and a PNG too large for Qt's reader is read
+// a row at a time, so a picture too large to decode whole within Qt's
+// allocation limit still shows, and memory stays near what is on the screen.
 namespace StillImageReading {
 
 // The picture at path, scaled down with its aspect ratio kept to fit within

@@ -2,11 +2,13 @@
 // animations load only the frames the budget holds, measured in a child
 // process, and a still larger than its place is decoded at that size.
 #include "preview/AnimatedImageSupport.h"
+#include "preview/PngRowReading.h"
 #include "preview/StillImageReading.h"
 #include "support/BoundedChild.h"
 #include "support/TestDir.h"
 
 #include <QBuffer>
+#include <QFile>
 #include <QImageReader>
 #include <QPainter>
 
@@ -137,18 +139,30 @@ TEST(StillImages, APictureLargerThanItsPlaceIsDecodedAtThatSize) {
     const QString sideways =
         dir.makeFile("sideways.jpg", stored.data().left(2) + orientation + stored.data().mid(2));
 
+    // A PNG, which Qt's reader holds whole before it scales, is read by rows.
+    const QString png = dir.filePath("photo.png");
+    ASSERT_TRUE(photo.save(png));
+
     const int savedLimit = QImageReader::allocationLimit();
     QImageReader::setAllocationLimit(4);
     EXPECT_TRUE(QImageReader(path).read().isNull());
+    EXPECT_TRUE(QImageReader(png).read().isNull());
     const QImage shown = StillImageReading::read(path, QSize(800, 800));
     const QImage upright = StillImageReading::read(sideways, QSize(800, 800));
+    const QImage fromRows = StillImageReading::read(png, QSize(800, 800));
     QImageReader::setAllocationLimit(savedLimit);
     EXPECT_EQ(shown.size(), QSize(800, 400));
     EXPECT_EQ(upright.size(), QSize(800, 400));
-    for (const QImage& image : {shown, upright}) {
+    EXPECT_EQ(fromRows.size(), QSize(800, 400));
+    for (const QImage& image : {shown, upright, fromRows}) {
         EXPECT_TRUE(isYellow(image.pixel(200, 200)));
         EXPECT_FALSE(isYellow(image.pixel(600, 200)));
     }
+    // A PNG cut short gives no picture, and nothing worse.
+    QFile whole(png);
+    ASSERT_TRUE(whole.open(QIODevice::ReadOnly));
+    const QString cut = dir.makeFile("cut.png", whole.readAll().left(4000));
+    EXPECT_TRUE(PngRowReading::readScaled(cut, QSize(800, 400)).isNull());
     // A picture that fits its place comes whole.
     EXPECT_EQ(StillImageReading::read(path, QSize(4000, 4000)).size(), QSize(2000, 1000));
 }
