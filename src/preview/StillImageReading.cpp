@@ -22,10 +22,11 @@ QImage read(const QString& path, const QSize& bound) {
     if (larger) {
         reader.setScaledSize(scaled);
     }
+    const QByteArray format = reader.format(); // forgotten when the read fails
     const QImage image = reader.read();
     // Qt's PNG reader holds the whole picture before it scales and refuses
     // one past its allocation limit; such a picture is read a row at a time.
-    if (image.isNull() && larger && reader.format() == "png") {
+    if (image.isNull() && larger && format == "png") {
         return PngRowReading::readScaled(path, scaled);
     }
     return image;

@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QImageReader>
 #include <QPainter>
+#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -139,9 +140,14 @@ TEST(StillImages, APictureLargerThanItsPlaceIsDecodedAtThatSize) {
     const QString sideways =
         dir.makeFile("sideways.jpg", stored.data().left(2) + orientation + stored.data().mid(2));
 
-    // A PNG, which Qt's reader holds whole before it scales, is read by rows.
+    // A PNG, which Qt's reader holds whole before it scales, is read by rows;
+    // an interlaced one (written by ImageMagick) pass by pass.
     const QString png = dir.filePath("photo.png");
     ASSERT_TRUE(photo.save(png));
+    const QString interlaced = dir.filePath("interlaced.png");
+    ASSERT_EQ(QProcess::execute(QStringLiteral("convert"), {png, QStringLiteral("-interlace"),
+                                                            QStringLiteral("PNG"), interlaced}),
+              0);
 
     const int savedLimit = QImageReader::allocationLimit();
     QImageReader::setAllocationLimit(4);
@@ -150,11 +156,13 @@ TEST(StillImages, APictureLargerThanItsPlaceIsDecodedAtThatSize) {
     const QImage shown = StillImageReading::read(path, QSize(800, 800));
     const QImage upright = StillImageReading::read(sideways, QSize(800, 800));
     const QImage fromRows = StillImageReading::read(png, QSize(800, 800));
+    const QImage fromPasses = StillImageReading::read(interlaced, QSize(800, 800));
     QImageReader::setAllocationLimit(savedLimit);
     EXPECT_EQ(shown.size(), QSize(800, 400));
     EXPECT_EQ(upright.size(), QSize(800, 400));
     EXPECT_EQ(fromRows.size(), QSize(800, 400));
-    for (const QImage& image : {shown, upright, fromRows}) {
+    EXPECT_EQ(fromPasses.size(), QSize(800, 400));
+    for (const QImage& image : {shown, upright, fromRows, fromPasses}) {
         EXPECT_TRUE(isYellow(image.pixel(200, 200)));
         EXPECT_FALSE(isYellow(image.pixel(600, 200)));
     }
