@@ -1,6 +1,7 @@
 // The file side of AnimatedImageSupport: what kind of animation a file holds,
 // GIF frames from Qt's reader, and every frame of a file for the viewer.
 #include "preview/AnimatedImageSupport.h"
+#include "preview/PngChunkCheck.h"
 
 #include "core/Background.h"
 
@@ -26,6 +27,10 @@ int wrapped(int index, int count) {
 int readerImageCount(const QByteArray& data) {
     QBuffer buffer;
     buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    if (PngChunkCheck::announcesMoreThanItHolds(buffer)) {
+        return 0;
+    }
     QImageReader reader(&buffer);
     return std::max(reader.imageCount(), 0);
 }
@@ -35,6 +40,10 @@ int readerImageCount(const QByteArray& data) {
 QImage readerFrame(const QByteArray& data, int index) {
     QBuffer buffer;
     buffer.setData(data);
+    buffer.open(QIODevice::ReadOnly);
+    if (PngChunkCheck::announcesMoreThanItHolds(buffer)) {
+        return {};
+    }
     QImageReader reader(&buffer);
     const int count = std::max(reader.imageCount(), 1);
     const int target = wrapped(index, count);

@@ -1,5 +1,7 @@
 #include "preview/GalleryThumbnail.h"
 
+#include "preview/PngChunkCheck.h"
+
 #include "archive/ArchiveService.h"
 #include "archive/ArchiveTemporaryFolder.h"
 
@@ -42,6 +44,9 @@ QImage readPlain(const QString& path) {
 namespace GalleryThumbnail {
 
 std::optional<QImage> fromFile(const QString& path) {
+    if (PngChunkCheck::fileAnnouncesMoreThanItHolds(path)) {
+        return std::nullopt;
+    }
     QImage image = readScaled(path);
     if (image.isNull()) {
         image = readPlain(path);

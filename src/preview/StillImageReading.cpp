@@ -1,5 +1,6 @@
 #include "preview/StillImageReading.h"
 
+#include "preview/PngChunkCheck.h"
 #include "preview/PngRowReading.h"
 
 #include <QImageIOHandler>
@@ -8,6 +9,9 @@
 namespace StillImageReading {
 
 QImage read(const QString& path, const QSize& bound) {
+    if (PngChunkCheck::fileAnnouncesMoreThanItHolds(path)) {
+        return {};
+    }
     QImageReader reader(path);
     reader.setAutoTransform(true);
     const QSize size = reader.size();

@@ -2,6 +2,7 @@
 // animations load only the frames the budget holds, measured in a child
 // process, and a still larger than its place is decoded at that size.
 #include "preview/AnimatedImageSupport.h"
+#include "preview/GalleryThumbnail.h"
 #include "preview/PngRowReading.h"
 #include "preview/StillImageReading.h"
 #include "support/BoundedChild.h"
@@ -12,8 +13,11 @@
 #include <QImageReader>
 #include <QPainter>
 #include <QProcess>
+#include <QtEndian>
 
 #include <gtest/gtest.h>
+
+#include <zlib.h>
 
 using namespace AnimatedImageSupport;
 
@@ -173,6 +177,41 @@ TEST(StillImages, APictureLargerThanItsPlaceIsDecodedAtThatSize) {
     EXPECT_TRUE(PngRowReading::readScaled(cut, QSize(800, 400)).isNull());
     // A picture that fits its place comes whole.
     EXPECT_EQ(StillImageReading::read(path, QSize(4000, 4000)).size(), QSize(2000, 1000));
+}
+
+// A PNG chunk built as the format has it: length, type, data, CRC.
+QByteArray pngChunk(const char* type, const QByteArray& data, quint32 announced) {
+    QByteArray body = QByteArray(type) + data;
+    QByteArray chunk(4, '\0');
+    qToBigEndian(announced, chunk.data());
+    chunk += body;
+    QByteArray crc(4, '\0');
+    qToBigEndian(
+        quint32(::crc32(0, reinterpret_cast<const Bytef*>(body.constData()), uInt(body.size()))),
+        crc.data());
+    return chunk + crc;
+}
+
+// A few dozen bytes whose text chunk announces 900 MB: nothing reads them
+// into memory, not the still, the thumbnail nor the animation's frames.
+TEST(StillImages, APngThatAnnouncesMoreThanItHoldsTakesNothing) {
+    TestDir dir;
+    QByteArray header(13, '\0');
+    qToBigEndian(quint32(64), header.data());
+    qToBigEndian(quint32(40), header.data() + 4);
+    header[8] = 8; // bit depth
+    header[9] = 2; // RGB
+    const QByteArray bytes = QByteArrayLiteral("\x89PNG\r\n\x1a\n") + pngChunk("IHDR", header, 13) +
+                             pngChunk("tEXt", "Comment\0short", 900u << 20);
+    const QString path = dir.makeFile("liar.png", bytes);
+    EXPECT_EXIT(
+        BoundedChild::run(64 << 20,
+                          [&] {
+                              return StillImageReading::read(path, QSize(800, 800)).isNull() &&
+                                     !GalleryThumbnail::fromFile(path) &&
+                                     AnimatedImageSupport::loadAllFrames(path).isEmpty();
+                          }),
+        ::testing::ExitedWithCode(0), "");
 }
 
 } // namespace
