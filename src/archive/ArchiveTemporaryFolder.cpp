@@ -1,5 +1,7 @@
 #include "archive/ArchiveTemporaryFolder.h"
 
+#include "core/FileDescriptor.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -50,23 +52,6 @@ QString folderPath() {
 QString failure(const QString& what, int code) {
     return what + QStringLiteral(": ") + SystemError::fromErrno(code).text;
 }
-
-class Descriptor {
-public:
-    explicit Descriptor(int fd)
-        : m_fd(fd) {}
-    ~Descriptor() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 // The folder open as a directory once it is known to be the user's own and
 // closed to everyone else. It is made atomically by mkdir, and what stands
@@ -146,7 +131,7 @@ Result<NewFile, QString> createFile(const QString& memberName) {
     if (!opened) {
         return fail(opened.error());
     }
-    const Descriptor directory(*opened);
+    const FileDescriptor directory(*opened);
     const QString name = fileName(uuid() + QLatin1Char('-'), memberName);
     const int fd = ::openat(directory.get(), QFile::encodeName(name).constData(),
                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
@@ -164,7 +149,7 @@ FolderResult createWorkFolder(const QString& prefix) {
     if (!opened) {
         return fail(opened.error());
     }
-    const Descriptor directory(*opened);
+    const FileDescriptor directory(*opened);
     const QString name = prefix + uuid();
     if (::mkdirat(directory.get(), QFile::encodeName(name).constData(), 0700) != 0) {
         return fail(failure(QStringLiteral("Cannot make a folder in ") + path, errno));

@@ -291,23 +291,6 @@ FsResult<Done> removeTree(int folder, const QByteArray& name, Removal removal) {
 
 } // namespace
 
-Descriptor::~Descriptor() {
-    close();
-}
-
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-    if (this != &other) {
-        close();
-        m_fd = std::exchange(other.m_fd, -1);
-    }
-    return *this;
-}
-
-bool Descriptor::close() {
-    const int fd = std::exchange(m_fd, -1);
-    return fd < 0 || ::close(fd) == 0;
-}
-
 FsResult<Descriptor> openFolder(const QByteArray& path) {
     Descriptor folder(::open(path.constData(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder.isOpen()) {

@@ -4,6 +4,7 @@
 // item relative to a folder held open, so a folder swapped for a link while
 // the work runs can't lead it anywhere else; and an item is put in place by a
 // rename that never replaces what it was not meant to replace.
+#include "core/FileDescriptor.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QByteArray>
@@ -14,28 +15,7 @@
 
 namespace ItemTree {
 
-// An open file descriptor, closed with the object.
-class Descriptor {
-public:
-    Descriptor() = default;
-    explicit Descriptor(int fd)
-        : m_fd(fd) {}
-    ~Descriptor();
-    Descriptor(Descriptor&& other) noexcept
-        : m_fd(std::exchange(other.m_fd, -1)) {}
-    Descriptor& operator=(Descriptor&& other) noexcept;
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    int get() const { return m_fd; }
-    bool isOpen() const { return m_fd >= 0; }
-    // Closes now and tells whether that succeeded, so a late write error is
-    // not lost.
-    bool close();
-
-private:
-    int m_fd = -1;
-};
+using Descriptor = FileDescriptor;
 
 // Which item a path leads to, whatever links or mounts lie on the way.
 struct Identity {

@@ -2,6 +2,7 @@
 
 #include "archive/ArchiveService.h"
 #include "core/Background.h"
+#include "core/FileDescriptor.h"
 #include "text/TextDecoding.h"
 
 #include <QFileInfo>
@@ -31,23 +32,6 @@ constexpr int converterPollMilliseconds = 25;
 bool isSet(const CancelFlag* flag) {
     return flag && flag->load();
 }
-
-class FileDescriptor {
-public:
-    explicit FileDescriptor(int fd)
-        : m_fd(fd) {}
-    ~FileDescriptor() {
-        if (m_fd >= 0) {
-            ::close(m_fd);
-        }
-    }
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
-    int get() const { return m_fd; }
-
-private:
-    int m_fd;
-};
 
 std::optional<QByteArray> readUpTo(int fd, int64_t maxBytes) {
     QByteArray bytes(qsizetype(maxBytes), Qt::Uninitialized);
