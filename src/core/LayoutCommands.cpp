@@ -14,7 +14,7 @@ namespace {
 constexpr double kRedrawThrottleSeconds = 0.12;
 
 bool isPlainFile(const FileEntry& entry) {
-    return !entry.isDirectory && !entry.isParent && !entry.isZipArchive;
+    return !entry.isDirectory && !entry.isParent && !entry.isZipArchive && !entry.isLinkToFolder;
 }
 
 } // namespace

@@ -82,6 +82,9 @@ struct FileEntry {
     QString permissionMode;
     QString ownerName;
     QString groupName;
+    // A symbolic link whose target is a folder: it keeps its "l" mode and its
+    // place among the files, but Enter goes into it by the link's own path.
+    bool isLinkToFolder = false;
 
     // A member of an archive (not itself a nested archive): commands that
     // change a file refuse such rows.

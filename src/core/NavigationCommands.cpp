@@ -67,8 +67,10 @@ UpwardStep stepUp(const FilerLocation& location) {
     return {archiveFolderLocation(zip->archive, parentInner), inner.mid(slash + 1)};
 }
 
+// A link to a folder is entered like the folder, by the link's own path, so
+// that going up comes back to the link's row as a shell's "cd .." does.
 bool opensAsLocation(const FileEntry& entry) {
-    return entry.isDirectory || entry.isParent || entry.isZipArchive;
+    return entry.isDirectory || entry.isParent || entry.isZipArchive || entry.isLinkToFolder;
 }
 
 } // namespace

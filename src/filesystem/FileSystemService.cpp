@@ -64,6 +64,13 @@ FileEntry itemRow(const QString& path, const QString& name, const struct stat& s
     return row;
 }
 
+// Follows a link once more, only for links, so that listing plain files
+// costs nothing extra.
+bool linksToFolder(int dirFd, const QByteArray& name) {
+    struct stat target;
+    return ::fstatat(dirFd, name.constData(), &target, 0) == 0 && S_ISDIR(target.st_mode);
+}
+
 struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
 };
@@ -84,6 +91,7 @@ FsResult<QList<FileEntry>> readItems(int dirFd, const std::vector<QByteArray>& n
             continue;
         }
         rows.append(itemRow(prefix + name, name, st));
+        rows.last().isLinkToFolder = S_ISLNK(st.st_mode) && linksToFolder(dirFd, raw);
     }
     return rows;
 }

@@ -64,7 +64,7 @@ FsResult<QByteArray> readWholeFile(const QString& url) {
 
 // The entry under the cursor can be edited only when it is a plain file.
 bool isEditableEntry(const FileEntry& entry) {
-    return !entry.isDirectory && !entry.isParent && !entry.isZipArchive;
+    return !entry.isDirectory && !entry.isParent && !entry.isZipArchive && !entry.isLinkToFolder;
 }
 
 // The picker's buttons stand in this order; the selection starts on the

@@ -9,6 +9,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 using namespace KeyTest;
 
 namespace {
@@ -96,6 +98,40 @@ TEST_F(NavigationTest, AnUnreadableFolderIsNotEntered) {
     state->openCursorEntry();
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_FALSE(state->errorMessage);
+}
+
+// A link to a folder is entered by its own path and left by its parent, as a
+// shell's cd does; links to files and dangling links are not entered.
+TEST_F(NavigationTest, ALinkToAFolderIsEnteredByItsOwnPathAndLeftByItsParent) {
+    dir.makeLink(QStringLiteral("into"), dir.filePath(QStringLiteral("beta")));
+    dir.makeLink(QStringLiteral("file-link"), dir.filePath(QStringLiteral("c.txt")));
+    dir.makeLink(QStringLiteral("dangling"), dir.filePath(QStringLiteral("gone")));
+    state->refreshAll();
+    const auto rowOf = [&](const QString& name) {
+        const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
+        const auto found = std::find_if(rows.begin(), rows.end(),
+                                        [&](const FileEntry& e) { return e.name == name; });
+        return found == rows.end() ? -1 : int(found - rows.begin());
+    };
+    const int linkRow = rowOf(QStringLiteral("into"));
+    ASSERT_GE(linkRow, 0);
+    // The row stays a link among the files, after both folders.
+    const FileEntry link = state->visibleEntries(PaneSide::left).at(linkRow);
+    EXPECT_TRUE(link.permissionMode.startsWith(QLatin1Char('l')));
+    EXPECT_GT(linkRow, rowOf(QStringLiteral("beta")));
+    for (const char* name : {"file-link", "dangling"}) {
+        state->setSelection(rowOf(QString::fromUtf8(name)), PaneSide::left);
+        EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+        EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()))
+            << name;
+    }
+    state->setSelection(linkRow, PaneSide::left);
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+    EXPECT_EQ(state->pane(PaneSide::left).location, folder("into"));
+    EXPECT_GE(rowOf(QStringLiteral("inner")), 0);
+    EXPECT_TRUE(state->handleKeyDown(named(KeyCode::deleteBackward)));
+    EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
+    EXPECT_EQ(nameAtCursor(), QStringLiteral("into"));
 }
 
 TEST_F(NavigationTest, GoToFolderReportsAMissingFolder) {
