@@ -85,13 +85,14 @@ KeyPress::KeyPress(const KeyEvent& keyEvent)
 }
 
 bool AppState::handleKeyDown(const KeyEvent& event) {
+    // Command keys belong to the menus and the text fields, in every mode,
+    // also while a copy or move runs: the menus decide what stays inert then.
+    if (event.has(KeyModifier::command)) {
+        return false;
+    }
     // Nothing can be cancelled once an item of a copy or move is under way.
     if (isFileOperationRunning) {
         return true;
-    }
-    // Command keys belong to the menus and the text fields, in every mode.
-    if (event.has(KeyModifier::command)) {
-        return false;
     }
     const KeyPress press(event);
     if (isShiftKeyDown != press.shiftOnly) {

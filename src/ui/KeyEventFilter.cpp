@@ -6,6 +6,7 @@
 #include <QInputMethodEvent>
 #include <QKeyEvent>
 #include <QLineEdit>
+#include <QMenuBar>
 #include <QPlainTextEdit>
 #include <QTextBlock>
 #include <QTextEdit>
@@ -118,6 +119,37 @@ bool isTextInputWidget(const QWidget* widget) {
            qobject_cast<const QPlainTextEdit*>(widget);
 }
 
+// An open menu (of the menu bar, or a context menu) or the menu bar walked
+// from the keyboard has the keys: the panes behind it get none of them.
+bool menuHasTheKeys() {
+    return QApplication::activePopupWidget() != nullptr ||
+           qobject_cast<const QMenuBar*>(QApplication::focusWidget()) != nullptr;
+}
+
+QMenuBar* menuBarOf(const QObject* window) {
+    for (QWidget* topLevel : QApplication::topLevelWidgets()) {
+        if (topLevel->windowHandle() == window) {
+            return topLevel->findChild<QMenuBar*>();
+        }
+    }
+    return nullptr;
+}
+
+// F10 opens the first menu of the window's menu bar, as in other Qt and GTK
+// programs; the arrows then walk the menus.
+bool openMenuBar(const QObject* window) {
+    QMenuBar* bar = menuBarOf(window);
+    if (!bar || bar->actions().isEmpty()) {
+        return false;
+    }
+    bar->setActiveAction(bar->actions().constFirst());
+    return true;
+}
+
+bool isMenuBarKey(const QKeyEvent& event) {
+    return event.key() == Qt::Key_F10 && event.modifiers() == Qt::NoModifier;
+}
+
 } // namespace
 
 KeyEventFilter::KeyEventFilter(AppState& state, QObject* parent)
@@ -165,8 +197,12 @@ bool KeyEventFilter::eventFilter(QObject* watched, QEvent* event) {
         followModifierKey(keyEvent);
         return false;
     }
-    if (event->type() == QEvent::KeyRelease) {
+    if (event->type() == QEvent::KeyRelease || menuHasTheKeys()) {
         return false;
+    }
+    // An input method may convert with F10 while it composes.
+    if (isMenuBarKey(keyEvent) && !hasMarkedText() && openMenuBar(watched)) {
+        return true;
     }
     return m_state.handleKeyDown(keyEventFrom(keyEvent));
 }

@@ -13,8 +13,10 @@ class QKeyEvent;
 // each key at the window before any widget does, hands it to
 // AppState::handleKeyDown, and stops it there when it was consumed; a key left
 // over goes on to the focused widget. Modifier keys alone go to
-// handleFlagsChanged. It also answers the core's questions about text input:
-// whether an input method is composing, and giving the keyboard back.
+// handleFlagsChanged. While a menu is open, or the menu bar is walked from
+// the keyboard, keys go to it and not to the core; F10 opens the menu bar. It
+// also answers the core's questions about text input: whether an input method
+// is composing, and giving the keyboard back.
 class KeyEventFilter : public QObject, public TextInputHost {
     Q_OBJECT
 
