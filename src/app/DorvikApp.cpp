@@ -3,10 +3,14 @@
 #include "app/ContentView.h"
 #include "core/AppState.h"
 #include "core/Preferences.h"
+#include "core/StartFolder.h"
 #include "filesystem/FileAccessMemory.h"
 #include "ui/KeyEventFilter.h"
 
 #include <QApplication>
+#include <QIcon>
+
+#include <cstdio>
 
 DorvikApp::DorvikApp()
     : m_preferences(std::make_unique<SettingsPreferences>()) {
@@ -20,7 +24,22 @@ DorvikApp::~DorvikApp() {
     FileAccessMemory::attach(nullptr);
 }
 
+void DorvikApp::startIn(const QString& folder) {
+    const auto start = StartFolder::fromArgument(folder);
+    if (start) {
+        m_state->startIn(*start);
+        return;
+    }
+    const QString message = QStringLiteral("dorvik: %1; starting in %2\n")
+                                .arg(start.error(), m_state->startupDirectory);
+    std::fputs(message.toLocal8Bit().constData(), stderr);
+}
+
 int DorvikApp::run(QApplication& application) {
+    // The desktop finds the window's entry and icon by this name; the icon
+    // is the installed one of the hicolor theme.
+    QGuiApplication::setDesktopFileName(QStringLiteral(DORVIK_APP_ID));
+    QApplication::setWindowIcon(QIcon::fromTheme(QStringLiteral(DORVIK_APP_ID)));
     // Every key passes through the state before any widget sees it.
     m_keyFilter = std::make_unique<KeyEventFilter>(*m_state);
     application.installEventFilter(m_keyFilter.get());

@@ -7,6 +7,7 @@ class ContentView;
 class KeyEventFilter;
 class Preferences;
 class QApplication;
+class QString;
 
 // The application: the settings store, the one AppState and the window.
 class DorvikApp {
@@ -14,6 +15,9 @@ public:
     DorvikApp();
     ~DorvikApp();
 
+    // Both panes start in the folder for this run, or, when it can't be
+    // opened, in the start folder after a word on standard error.
+    void startIn(const QString& folder);
     int run(QApplication& application);
 
 private:

@@ -1,11 +1,49 @@
+#include "app/CommandLine.h"
 #include "app/DorvikApp.h"
 
 #include <QApplication>
 
+#include <cstdio>
+#include <optional>
+
+namespace {
+
+void print(std::FILE* stream, const QString& text) {
+    std::fputs(text.toLocal8Bit().constData(), stream);
+}
+
+// Help and version are answered before the window system is reached, so
+// that they work without a display. Unknown options wait for the toolkit to
+// take its own out.
+std::optional<int> answerWithoutWindow(int argc, char* argv[]) {
+    const QCoreApplication core(argc, argv);
+    const CommandLine::Request request = CommandLine::parse(QCoreApplication::arguments());
+    if (request.kind != CommandLine::Request::Kind::help &&
+        request.kind != CommandLine::Request::Kind::version) {
+        return std::nullopt;
+    }
+    print(stdout, request.text);
+    return 0;
+}
+
+} // namespace
+
 int main(int argc, char* argv[]) {
-    QApplication application(argc, argv);
     QApplication::setApplicationName(QStringLiteral("Dorvik"));
     QApplication::setOrganizationName(QStringLiteral("Dorvik"));
+    QApplication::setApplicationVersion(QStringLiteral(DORVIK_VERSION));
+    if (const std::optional<int> answered = answerWithoutWindow(argc, argv)) {
+        return *answered;
+    }
+    QApplication application(argc, argv);
+    const CommandLine::Request request = CommandLine::parse(QApplication::arguments());
+    if (request.kind == CommandLine::Request::Kind::usageError) {
+        print(stderr, request.text);
+        return 2;
+    }
     DorvikApp app;
+    if (request.folder) {
+        app.startIn(*request.folder);
+    }
     return app.run(application);
 }

@@ -92,6 +92,8 @@ public:
     std::optional<FileEntry> currentEntry() const;
 
     // --- Start-up and settings
+    // Both panes start in this folder for this run; the stored start folder stays.
+    void startIn(const QString& folder);
     void setUIFontSize(double size);
     void setAppLanguage(AppLanguage language);
     void requestQuit();

@@ -28,6 +28,13 @@ void AppState::resolveStartupDirectory() {
     }
 }
 
+void AppState::startIn(const QString& folder) {
+    const FilerLocation location = FilerLocation::directory(PathUtils::standardizedPath(folder));
+    pane(PaneSide::left).location = location;
+    pane(PaneSide::right).location = location;
+    notifyChanged();
+}
+
 void AppState::readSettings() {
     const Preferences& p = m_preferences;
     sortMode =

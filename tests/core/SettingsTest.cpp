@@ -3,12 +3,16 @@
 #include "core/AppState.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
+#include "core/StartFolder.h"
 #include "core/UiFontSize.h"
 #include "support/TestDir.h"
 
 #include <QDir>
 
 #include <gtest/gtest.h>
+
+#include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -110,6 +114,53 @@ TEST(SettingsTest, StartFolderIsTheStoredFolderOnlyWhenItStillExists) {
         preferences.setValue("startupDirectory", stored);
         EXPECT_EQ(AppState(preferences).startupDirectory, PathUtils::homeDirectory());
         EXPECT_EQ(preferences.stringValue("startupDirectory"), stored);
+    }
+}
+
+// A folder named on the command line holds for one run: both panes start in
+// it, while the stored start folder stays what O goes to.
+TEST(SettingsTest, AFolderFromTheCommandLineStartsBothPanesForThisRunOnly) {
+    TestDir dir;
+    const QString home = dir.makeFolder(QStringLiteral("home"));
+    const QString given = dir.makeFolder(QStringLiteral("given"));
+    MemoryPreferences preferences;
+    preferences.setValue("startupDirectory", home);
+    AppState state(preferences);
+    const auto start = StartFolder::fromArgument(given + QStringLiteral("/./"));
+    ASSERT_TRUE(start) << start.error().toStdString();
+    state.startIn(*start);
+    EXPECT_EQ(state.pane(PaneSide::left).location, FilerLocation::directory(given));
+    EXPECT_EQ(state.pane(PaneSide::right).location, FilerLocation::directory(given));
+    EXPECT_EQ(state.startupDirectory, home);
+    EXPECT_EQ(preferences.stringValue("startupDirectory"), home);
+
+    const QString before = QDir::currentPath();
+    QDir::setCurrent(dir.path());
+    const auto relative = StartFolder::fromArgument(QStringLiteral("given"));
+    QDir::setCurrent(before);
+    ASSERT_TRUE(relative);
+    EXPECT_EQ(*relative, given);
+}
+
+TEST(SettingsTest, AFolderThatCannotBeStartedInIsRefusedWithItsReason) {
+    TestDir dir;
+    const QString file = dir.makeFile(QStringLiteral("file"));
+    const QString closed = dir.makeFolder(QStringLiteral("closed"));
+    dir.setMode(QStringLiteral("closed"), 0);
+    struct Case {
+        QString argument;
+        QString reason;
+    };
+    std::vector<Case> cases = {{dir.filePath("gone"), QStringLiteral("No such file or directory")},
+                               {file, QStringLiteral("Not a folder")}};
+    // The superuser reads every folder.
+    if (::geteuid() != 0) {
+        cases.push_back({closed, QStringLiteral("Permission denied")});
+    }
+    for (const Case& c : cases) {
+        const auto start = StartFolder::fromArgument(c.argument);
+        ASSERT_FALSE(start) << c.argument.toStdString();
+        EXPECT_EQ(start.error(), QStringLiteral("cannot open %1: %2").arg(c.argument, c.reason));
     }
 }
 
