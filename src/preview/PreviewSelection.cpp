@@ -1,5 +1,6 @@
 #include "preview/PreviewSelection.h"
 
+#include "core/FileDescriptor.h"
 #include "text/TextDecoding.h"
 
 #include <QFile>
@@ -162,16 +163,10 @@ std::optional<ViewerContentKind> kindByName(const QString& name, const QString& 
 }
 
 // Only a regular file is read: opening a FIFO or a device named like a
-// document would block the main thread, or read a stream that never ends.
+// document would block the thread for good, or read a stream that never ends.
 QByteArray readHead(const QString& path) {
-    if (!QFileInfo(path).isFile()) {
-        return {};
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return file.read(headSize);
+    const auto file = openRegularQFile(path);
+    return file ? (*file)->read(headSize) : QByteArray();
 }
 
 bool beginsWithRTF(QByteArrayView head) {

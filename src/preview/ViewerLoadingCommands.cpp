@@ -50,26 +50,15 @@ bool isRegularFile(const QString& path) {
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool startsAsGIF(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) && AnimatedImageSupport::isGIFData(file.peek(6));
-}
-
-// How many frames the picture on show has. A PNG's acTL is found from its
-// chunk headers alone, at once. A GIF's frames are counted by reading through
-// the whole file, which may be large or on a slow disk: that runs on a worker
-// thread, the picture shows as a still meanwhile, and the count arrives later
-// unless another file has been chosen since.
+// How many frames the picture on show has. A GIF's frames are counted by
+// reading through the whole file, and even a PNG's chunk headers may sit on a
+// slow disk or a dead mount: the count is made on a reader thread, the
+// picture shows as a still meanwhile, and the count arrives later unless
+// another file has been chosen since. What is not a regular file is never
+// opened there.
 void lookUpAnimation(AppState& state, const QString& path) {
     state.animatedPreviewInfo.reset();
     state.animatedFrameIndex = 0;
-    if (!isRegularFile(path)) {
-        return;
-    }
-    if (!startsAsGIF(path)) {
-        state.animatedPreviewInfo = AnimatedImageSupport::animatedImageInfo(path);
-        return;
-    }
     Background::run(
         state.executor(), Background::Pool::diskRead, &state, state.previewLoadGeneration.take(),
         [path] { return AnimatedImageSupport::animatedImageInfo(path); },
