@@ -13,6 +13,7 @@
 
 #include <QFile>
 
+#include <stop_token>
 #include <sys/stat.h>
 #include <utility>
 
@@ -27,6 +28,9 @@ struct PreviewLoadTask {
     QString archive;
     QString entry;
     TextPreviewLoading::LoadHandle textLoad;
+    // Stops the archive tool that reads a member once the load is given up:
+    // replaced, cancelled or past its time limit.
+    std::stop_source toolStop;
 };
 
 namespace {
@@ -195,6 +199,7 @@ void AppState::cancelPreviewLoad() {
     previewLoadGeneration.dropAll();
     if (const std::shared_ptr<PreviewLoadTask> task = std::exchange(m_previewLoadTask, nullptr)) {
         task->textLoad.cancel();
+        task->toolStop.request_stop();
     }
 }
 
@@ -306,12 +311,16 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
         m_previewLoadTask = task;
         task->textLoad = TextPreviewLoading::start(
             m_executor,
-            [archive, memberPath](const TextPreviewLoading::CancelFlag&) {
-                return TextPreviewLoading::loadMemberText(archive, memberPath);
+            [archive, memberPath,
+             stop = task->toolStop.get_token()](const TextPreviewLoading::CancelFlag&) {
+                return TextPreviewLoading::loadMemberText(archive, memberPath, stop);
             },
             TextPreviewLoading::timeLimit(), this,
             [this, weakTask](const TextPreviewLoadResult& result) {
                 const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
+                if (ended) {
+                    ended->toolStop.request_stop();
+                }
                 if (!isCurrent(*this, ended)) {
                     return;
                 }
@@ -347,7 +356,8 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
                     lookUpAnimation(*this, *extracted);
                 }
                 notifyChanged();
-            });
+            },
+            task->toolStop.get_token());
     }
     notifyChanged();
 }

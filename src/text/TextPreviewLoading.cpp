@@ -241,8 +241,10 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
                                          output->size());
 }
 
-TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath) {
-    const auto head = ArchiveService::extractMemberHead(archive, memberPath, headLimit);
+TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath,
+                                     std::stop_token stopToken) {
+    const auto head =
+        ArchiveService::extractMemberHead(archive, memberPath, headLimit, std::move(stopToken));
     if (!head) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }
