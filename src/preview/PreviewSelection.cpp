@@ -251,6 +251,20 @@ ViewerContentKind classifyFile(const QString& name, const std::optional<QString>
     return looksLikePlainText(*path) ? ViewerContentKind::text : ViewerContentKind::preview;
 }
 
+std::optional<ViewerContentKind> kindByNameAlone(const QString& name) {
+    const QString ext = pathExtension(name);
+    if (documentExtensions().contains(ext)) {
+        return std::nullopt;
+    }
+    if (const auto kind = kindByName(name, ext)) {
+        return kind;
+    }
+    // The content type of a file comes from its name; only a name that says
+    // nothing leaves the kind to the first bytes.
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension);
+    return isUninformative(type) ? std::nullopt : kindByContentType(type);
+}
+
 FileHead sniffFileHead(const QString& path) {
     return sniffHead(readHead(path));
 }

@@ -86,6 +86,25 @@ bool isExtractableDocument(const QString& path, const QString& name) {
            PreviewSelection::sniffFileHead(path) != PreviewSelection::FileHead::text;
 }
 
+// What the VIEWER makes of a file on disk, and what decides it.
+struct Classified {
+    ViewerContentKind kind = ViewerContentKind::unsupported;
+    bool isExtractableDocument = false;
+    bool isDiskImage = false;
+};
+
+Classified classifiedByName(const QString& name, ViewerContentKind kind) {
+    return {kind, false, PreviewSelection::isDiskImageFile(name, std::nullopt)};
+}
+
+// Reads the disk: for a reader thread.
+Classified classifiedOnDisk(const QString& path, const QString& name) {
+    const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
+    return {kind, kind == ViewerContentKind::preview && isExtractableDocument(path, name),
+            kind == ViewerContentKind::unsupported &&
+                PreviewSelection::isDiskImageFile(name, path)};
+}
+
 void clearTextFields(AppState& state) {
     state.editorText.clear();
     state.textEncodingLabel.clear();
@@ -118,6 +137,28 @@ void showGraphicPreview(AppState& state, const QString& path) {
     lookUpAnimation(state, path);
     state.rightMode = RightPaneMode::viewer;
     state.stopWatching(PaneSide::right);
+}
+
+// Shows a file once its kind is known: its text loads, or it is drawn, or
+// the pane says why it is not shown.
+void showClassified(AppState& state, const QString& path, const Classified& classified) {
+    if (classified.kind == ViewerContentKind::text) {
+        state.startTextLoad(path, false);
+    } else if (classified.isExtractableDocument) {
+        state.startTextLoad(path, true);
+    } else if (classified.kind == ViewerContentKind::preview) {
+        showGraphicPreview(state, path);
+    } else {
+        clearTextFields(state);
+        state.isViewerLoading = false;
+        state.editorURL = path;
+        state.viewerKind = ViewerContentKind::unsupported;
+        if (classified.isDiskImage) {
+            state.viewerSkipReason = diskImageMessage;
+        }
+    }
+    showViewer(state);
+    state.notifyChanged();
 }
 
 void showLoadedText(AppState& state, const TextPreviewLoadResult& result) {
@@ -213,24 +254,31 @@ void AppState::loadViewerContent(const QString& url) {
     // Coming back to VIEWER shows the member's copy again.
     releasePreviewCopy(path);
     const QString name = PathUtils::lastPathComponent(path);
-    const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
-    if (kind == ViewerContentKind::text) {
-        startTextLoad(path, false);
-    } else if (kind == ViewerContentKind::preview && isExtractableDocument(path, name)) {
-        startTextLoad(path, true);
-    } else if (kind == ViewerContentKind::preview) {
-        showGraphicPreview(*this, path);
-    } else {
-        clearTextFields(*this);
-        isViewerLoading = false;
-        editorURL = path;
-        viewerKind = ViewerContentKind::unsupported;
-        if (PreviewSelection::isDiskImageFile(name, path)) {
-            viewerSkipReason = diskImageMessage;
-        }
+    // A document a converter may read is looked at first, whatever its name says.
+    const auto kind =
+        PreviewSelection::isExtractableExtension(PreviewSelection::pathExtension(name))
+            ? std::nullopt
+            : PreviewSelection::kindByNameAlone(name);
+    if (kind) {
+        showClassified(*this, path, classifiedByName(name, *kind));
+        return;
     }
+    // The content type and the first bytes are asked on a reader thread: a
+    // slow disk or a dead mount never holds the window.
+    clearTextFields(*this);
+    editorURL = path;
+    viewerKind = ViewerContentKind::none;
+    isViewerLoading = true;
     showViewer(*this);
     notifyChanged();
+    Background::run(
+        m_executor, Background::Pool::diskRead, this, previewLoadGeneration.take(),
+        [path, name] { return classifiedOnDisk(path, name); },
+        [this, path](const Classified& classified) {
+            if (editorURL == path && !viewerFromZip) {
+                showClassified(*this, path, classified);
+            }
+        });
 }
 
 void AppState::startTextLoad(const QString& url, bool extracted) {
