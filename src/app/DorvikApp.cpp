@@ -2,6 +2,7 @@
 
 #include "app/ContentView.h"
 #include "core/AppState.h"
+#include "core/ChildProcesses.h"
 #include "core/Preferences.h"
 #include "core/StartFolder.h"
 #include "filesystem/FileAccessMemory.h"
@@ -43,7 +44,12 @@ int DorvikApp::run(QApplication& application) {
     // Every key passes through the state before any widget sees it.
     m_keyFilter = std::make_unique<KeyEventFilter>(*m_state);
     application.installEventFilter(m_keyFilter.get());
+    // Archive tools and converters still running end with the program, so
+    // that leaving never waits for a hung one and none is left behind.
+    QObject::connect(&application, &QCoreApplication::aboutToQuit, &ChildProcesses::killAll);
     m_window = std::make_unique<ContentView>(*m_state);
     m_window->show();
-    return application.exec();
+    const int status = application.exec();
+    ChildProcesses::killAll();
+    return status;
 }

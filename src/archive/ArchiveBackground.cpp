@@ -8,27 +8,35 @@ namespace ArchiveService {
 
 void listMembersInBackground(Background::Executor& executor, const QString& archive,
                              QObject* context,
-                             std::function<void(ArchiveResult<QList<ArchiveMember>>)> done) {
+                             std::function<void(ArchiveResult<QList<ArchiveMember>>)> done,
+                             std::stop_token stopToken) {
     Background::run(
-        executor, Background::Pool::shared, context, [archive] { return listMembers(archive); },
-        std::move(done));
+        executor, Background::Pool::shared, context,
+        [archive, stopToken] { return listMembers(archive, stopToken); }, std::move(done));
 }
 
 void extractMemberDataInBackground(Background::Executor& executor, const QString& archive,
                                    const QString& memberPath, QObject* context,
-                                   std::function<void(ArchiveResult<QByteArray>)> done) {
+                                   std::function<void(ArchiveResult<QByteArray>)> done,
+                                   std::stop_token stopToken) {
     Background::run(
         executor, Background::Pool::shared, context,
-        [archive, memberPath] { return extractMemberData(archive, memberPath); }, std::move(done));
+        [archive, memberPath, stopToken] {
+            return extractMemberData(archive, memberPath, stopToken);
+        },
+        std::move(done));
 }
 
 void extractMemberToTemporaryFileInBackground(Background::Executor& executor,
                                               const QString& archive, const QString& memberPath,
                                               QObject* context,
-                                              std::function<void(ArchiveResult<QString>)> done) {
+                                              std::function<void(ArchiveResult<QString>)> done,
+                                              std::stop_token stopToken) {
     Background::run(
         executor, Background::Pool::shared, context,
-        [archive, memberPath] { return extractMemberToTemporaryFile(archive, memberPath); },
+        [archive, memberPath, stopToken] {
+            return extractMemberToTemporaryFile(archive, memberPath, stopToken);
+        },
         std::move(done));
 }
 

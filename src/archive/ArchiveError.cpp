@@ -16,6 +16,11 @@ QString ArchiveError::description() const {
         return QStringLiteral("Required tool not found: ") + subject +
                QStringLiteral("\n(install via Homebrew: brew install ") + subject +
                QStringLiteral(")");
+    case Kind::timedOut:
+        return subject + QStringLiteral(" timed out (no progress for ") + reason +
+               QStringLiteral(" s)");
+    case Kind::cancelled:
+        return QStringLiteral("Cancelled");
     case Kind::zip:
         break;
     }

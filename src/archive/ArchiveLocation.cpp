@@ -10,13 +10,13 @@ namespace ArchiveLocation {
 
 Result<QList<FileEntry>, ArchiveError> list(const FilerLocation::Zip& location,
                                             bool showHiddenFiles, FilerSortMode sortMode,
-                                            bool showLocalizedNames) {
+                                            bool showLocalizedNames, std::stop_token stopToken) {
     const QString archive = PathUtils::standardizedPath(location.archive);
     const QFileInfo info(archive);
     if (!info.exists()) {
         return fail(ArchiveError::notFound(archive));
     }
-    auto members = ArchiveService::listMembers(archive);
+    auto members = ArchiveService::listMembers(archive, std::move(stopToken));
     if (!members) {
         return fail(members.error());
     }

@@ -50,9 +50,11 @@ ArchiveResult<MemberHead> zipMemberHead(const QString& archive, const QString& m
 }
 
 ArchiveResult<MemberHead> tarMemberHead(const QString& archive, ArchiveKind kind,
-                                        const QString& memberPath, int64_t maxBytes) {
+                                        const QString& memberPath, int64_t maxBytes,
+                                        std::stop_token stopToken) {
     MemberHead head;
-    auto run = streamTarMember(archive, kind, memberPath, keepingHead(head, maxBytes));
+    auto run = streamTarMember(archive, kind, memberPath, keepingHead(head, maxBytes),
+                               std::move(stopToken));
     if (!run) {
         return fail(run.error());
     }
@@ -111,7 +113,7 @@ private:
 };
 
 ArchiveResult<Done> copyMember(const QString& archive, ArchiveKind kind, const QString& memberPath,
-                               CopyWriter& writer) {
+                               CopyWriter& writer, const std::stop_token& stopToken) {
     const auto sink = [&writer](QByteArrayView piece) { return writer.write(piece); };
     switch (kind) {
     case ArchiveKind::zip: {
@@ -123,9 +125,9 @@ ArchiveResult<Done> copyMember(const QString& archive, ArchiveKind kind, const Q
     }
     case ArchiveKind::tar:
     case ArchiveKind::tarGz:
-        return streamTarMember(archive, kind, memberPath, sink);
+        return streamTarMember(archive, kind, memberPath, sink, stopToken);
     case ArchiveKind::lzh: {
-        auto head = extractLhaMember(archive, memberPath, memberMemoryLimit);
+        auto head = extractLhaMember(archive, memberPath, memberMemoryLimit, stopToken);
         if (!head) {
             return fail(head.error());
         }
@@ -143,14 +145,18 @@ ArchiveResult<Done> copyMember(const QString& archive, ArchiveKind kind, const Q
 
 } // namespace
 
-ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, ArchiveKind kind) {
+ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, ArchiveKind kind,
+                                                   std::stop_token stopToken) {
     const auto tar = findTool({QStringLiteral("tar")});
     if (!tar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("tar")));
     }
     const QString flag =
         kind == ArchiveKind::tarGz ? QStringLiteral("-tzf") : QStringLiteral("-tf");
-    auto output = runTool(*tar, {flag, archive});
+    // Literal quoting: names come as the bytes they are, never as the
+    // escapes tar prints for bytes it takes for unprintable.
+    auto output =
+        runTool(*tar, {QStringLiteral("--quoting-style=literal"), flag, archive}, stopToken);
     if (!output) {
         return fail(output.error());
     }
@@ -158,7 +164,8 @@ ArchiveResult<QList<ArchiveMember>> listTarMembers(const QString& archive, Archi
 }
 
 ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
-                                    const QString& memberPath, const OutputSink& sink) {
+                                    const QString& memberPath, const OutputSink& sink,
+                                    std::stop_token stopToken) {
     const auto tar = findTool({QStringLiteral("tar")});
     if (!tar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("tar")));
@@ -179,20 +186,25 @@ ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
         anything = true;
         return sink(piece);
     };
-    auto run = streamTool(*tar, options + QStringList{member}, received);
-    if (run || anything) {
+    const auto settled = [&anything](const ArchiveResult<Done>& run) {
+        return run || anything || run.error().endsAllAttempts();
+    };
+    auto run = streamTool(*tar, options + QStringList{member}, received, stopToken);
+    if (settled(run)) {
         return run;
     }
-    run = streamTool(*tar, options + QStringList{QStringLiteral("./") + member}, received);
-    if (run || anything) {
+    run =
+        streamTool(*tar, options + QStringList{QStringLiteral("./") + member}, received, stopToken);
+    if (settled(run)) {
         return run;
     }
     // The error of the "./" try stands when this one fails too.
-    auto absolute = streamTool(*tar, options + QStringList{QStringLiteral("/") + member}, received);
-    return absolute || anything ? std::move(absolute) : std::move(run);
+    auto absolute =
+        streamTool(*tar, options + QStringList{QStringLiteral("/") + member}, received, stopToken);
+    return settled(absolute) ? std::move(absolute) : std::move(run);
 }
 
-ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive) {
+ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive, std::stop_token stopToken) {
     const QString path = PathUtils::standardizedPath(archive);
     const ArchiveKind kind = archiveKind(path);
     if (kind == ArchiveKind::zip) {
@@ -205,13 +217,13 @@ ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive) {
         return fail(*refused);
     }
     if (kind == ArchiveKind::lzh) {
-        return listLhaMembers(path);
+        return listLhaMembers(path, std::move(stopToken));
     }
-    return listTarMembers(path, kind);
+    return listTarMembers(path, kind, std::move(stopToken));
 }
 
 ArchiveResult<MemberHead> extractMemberHead(const QString& archive, const QString& memberPath,
-                                            int64_t maxBytes) {
+                                            int64_t maxBytes, std::stop_token stopToken) {
     const QString path = PathUtils::standardizedPath(archive);
     const ArchiveKind kind = archiveKind(path);
     if (kind == ArchiveKind::zip) {
@@ -224,17 +236,18 @@ ArchiveResult<MemberHead> extractMemberHead(const QString& archive, const QStrin
         return fail(*refused);
     }
     if (kind == ArchiveKind::lzh) {
-        return extractLhaMember(path, memberPath, maxBytes);
+        return extractLhaMember(path, memberPath, maxBytes, std::move(stopToken));
     }
-    return tarMemberHead(path, kind, memberPath, maxBytes);
+    return tarMemberHead(path, kind, memberPath, maxBytes, std::move(stopToken));
 }
 
-ArchiveResult<QByteArray> extractMemberData(const QString& archive, const QString& memberPath) {
+ArchiveResult<QByteArray> extractMemberData(const QString& archive, const QString& memberPath,
+                                            std::stop_token stopToken) {
     const QString path = PathUtils::standardizedPath(archive);
     if (archiveKind(path) == ArchiveKind::zip) {
         return fromZip(ZipArchiveService::extractMemberData(path, memberPath, memberMemoryLimit));
     }
-    auto head = extractMemberHead(path, memberPath, memberMemoryLimit);
+    auto head = extractMemberHead(path, memberPath, memberMemoryLimit, std::move(stopToken));
     if (!head) {
         return fail(head.error());
     }
@@ -245,7 +258,8 @@ ArchiveResult<QByteArray> extractMemberData(const QString& archive, const QStrin
 }
 
 ArchiveResult<QString> extractMemberToTemporaryFile(const QString& archive,
-                                                    const QString& memberPath) {
+                                                    const QString& memberPath,
+                                                    std::stop_token stopToken) {
     const QString path = PathUtils::standardizedPath(archive);
     const ArchiveKind kind = archiveKind(path);
     if (kind == ArchiveKind::other) {
@@ -263,7 +277,7 @@ ArchiveResult<QString> extractMemberToTemporaryFile(const QString& archive,
         return fail(ArchiveError::extractFailed(memberPath, file.error()));
     }
     CopyWriter writer(file->fd);
-    const auto copied = copyMember(path, kind, memberPath, writer);
+    const auto copied = copyMember(path, kind, memberPath, writer, stopToken);
     const auto failure = writer.failure();
     if (!copied || failure) {
         ArchiveTemporaryFolder::remove(file->path);

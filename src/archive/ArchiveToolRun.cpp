@@ -1,17 +1,21 @@
 // Finding and running the archive tools. A tool's output is taken as it
 // comes and handed on at once, so that what the tool prints is never held
 // whole unless the caller keeps it, and a tool that prints past what the
-// caller wants is stopped there.
+// caller wants is stopped there. A tool that makes no progress for the time
+// limit, or whose caller withdraws the request, is stopped too.
 #include "archive/ArchiveService.h"
 
+#include "core/ChildProcesses.h"
 #include "core/PathUtils.h"
 #include "text/TextDecoding.h"
 
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QProcess>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <unistd.h>
 
@@ -49,6 +53,8 @@ QString failureReason(const QByteArray& standardError, int status) {
 }
 
 // Ends the tool and everything it started: tar runs gzip in its own group.
+// Waits for the end, so that the child never outlives the thread that
+// started it (see ChildProcesses::runInOwnGroup).
 void stop(QProcess& process) {
     const qint64 pid = process.processId();
     if (pid > 0) {
@@ -56,6 +62,71 @@ void stop(QProcess& process) {
     }
     process.kill();
     process.waitForFinished(-1);
+}
+
+std::atomic<int64_t> configuredTimeLimit{defaultToolTimeLimit.count()};
+
+// What the tool has read so far, all sources together: a tool that reads
+// its archive is at work even while it prints nothing (tar looking for a
+// member near the end of a large archive). None when it can't be asked.
+std::optional<int64_t> bytesReadBy(qint64 pid) {
+    QFile io(QStringLiteral("/proc/%1/io").arg(pid));
+    if (!io.open(QIODevice::ReadOnly)) {
+        return std::nullopt;
+    }
+    for (const QByteArray& line : io.readAll().split('\n')) {
+        if (line.startsWith("rchar:")) {
+            return line.mid(6).trimmed().toLongLong();
+        }
+    }
+    return std::nullopt;
+}
+
+QString secondsText(std::chrono::milliseconds limit) {
+    return QString::number(double(limit.count()) / 1000.0, 'g', 3);
+}
+
+// Watches a running tool for progress: output on either pipe, or bytes read.
+// A tool that makes none for the whole time limit counts as hung.
+class ProgressWatch {
+public:
+    explicit ProgressWatch(qint64 pid)
+        : m_pid(pid)
+        , m_limit(toolTimeLimit())
+        , m_read(bytesReadBy(pid)) {
+        m_sinceProgress.start();
+    }
+
+    void sawOutput() { m_sinceProgress.restart(); }
+
+    bool isHung() {
+        if (!m_sinceProgress.hasExpired(m_limit.count())) {
+            return false;
+        }
+        const std::optional<int64_t> read = bytesReadBy(m_pid);
+        if (read && read != m_read) {
+            m_read = read;
+            m_sinceProgress.restart();
+            return false;
+        }
+        return true;
+    }
+
+    std::chrono::milliseconds limit() const { return m_limit; }
+
+private:
+    qint64 m_pid;
+    std::chrono::milliseconds m_limit;
+    std::optional<int64_t> m_read;
+    QElapsedTimer m_sinceProgress;
+};
+
+// Archive tools print names in the C library's locale: under LC_ALL=C tar
+// would escape every byte of a Japanese name. A UTF-8 locale gives the bytes.
+QProcessEnvironment toolEnvironment() {
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("LC_ALL"), QStringLiteral("C.UTF-8"));
+    return environment;
 }
 
 } // namespace
@@ -73,18 +144,32 @@ std::optional<QString> findTool(const QStringList& names) {
     return std::nullopt;
 }
 
+std::chrono::milliseconds toolTimeLimit() {
+    return std::chrono::milliseconds(configuredTimeLimit.load());
+}
+
+void setToolTimeLimit(std::chrono::milliseconds limit) {
+    configuredTimeLimit.store(limit.count());
+}
+
 ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments,
-                               const OutputSink& sink) {
+                               const OutputSink& sink, std::stop_token stopToken) {
+    if (stopToken.stop_requested()) {
+        return fail(ArchiveError::cancelled());
+    }
     QProcess process;
     process.setProgram(path);
     process.setArguments(arguments);
+    process.setProcessEnvironment(toolEnvironment());
     // A tool that asks a question must not wait for an answer that never comes.
     process.setStandardInputFile(QProcess::nullDevice());
-    process.setChildProcessModifier([] { ::setpgid(0, 0); });
+    ChildProcesses::runInOwnGroup(process);
     process.start();
     if (!process.waitForStarted(-1)) {
         return fail(ArchiveError::toolMissing(PathUtils::lastPathComponent(path)));
     }
+    const ChildProcesses::Registration registration(pid_t(process.processId()));
+    ProgressWatch watch(process.processId());
     // Both pipes are drained at every turn, so a tool that fills its error
     // pipe before ending its output cannot block; of the error only the head
     // is kept.
@@ -94,12 +179,24 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
         const QByteArray error = process.readAllStandardError();
         errorHead.append(error.first(std::min(error.size(), errorHeadLimit - errorHead.size())));
         const QByteArray output = process.readAllStandardOutput();
+        if (!output.isEmpty() || !error.isEmpty()) {
+            watch.sawOutput();
+        }
         if (!output.isEmpty() && !sink(output)) {
             stop(process);
             return Done{};
         }
         if (!running) {
             break;
+        }
+        if (stopToken.stop_requested()) {
+            stop(process);
+            return fail(ArchiveError::cancelled());
+        }
+        if (watch.isHung()) {
+            stop(process);
+            return fail(ArchiveError::timedOut(PathUtils::lastPathComponent(path),
+                                               secondsText(watch.limit())));
         }
         process.waitForReadyRead(pollMilliseconds);
     }
@@ -111,17 +208,19 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
     return fail(ArchiveError::listFailed(path, failureReason(errorHead, status)));
 }
 
-ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& arguments) {
+ArchiveResult<QByteArray> runTool(const QString& path, const QStringList& arguments,
+                                  std::stop_token stopToken) {
     QByteArray output;
     bool tooLarge = false;
-    auto run = streamTool(path, arguments, [&](QByteArrayView piece) {
+    const auto keep = [&](QByteArrayView piece) {
         if (output.size() + piece.size() > toolOutputLimit) {
             tooLarge = true;
             return false;
         }
         output.append(piece);
         return true;
-    });
+    };
+    auto run = streamTool(path, arguments, keep, std::move(stopToken));
     if (!run) {
         return fail(run.error());
     }
@@ -142,9 +241,9 @@ OutputSink keepingHead(MemberHead& head, int64_t maxBytes) {
 }
 
 ArchiveResult<MemberHead> runToolHead(const QString& path, const QStringList& arguments,
-                                      int64_t maxBytes) {
+                                      int64_t maxBytes, std::stop_token stopToken) {
     MemberHead head;
-    auto run = streamTool(path, arguments, keepingHead(head, maxBytes));
+    auto run = streamTool(path, arguments, keepingHead(head, maxBytes), std::move(stopToken));
     if (!run) {
         return fail(run.error());
     }

@@ -22,13 +22,13 @@ using ArchiveToolOutput::LsarListing;
 const QString kCp932 = QStringLiteral("cp932");
 
 ArchiveResult<LsarListing> runLsar(const QString& lsar, const QString& archive,
-                                   const QString& encoding) {
+                                   const QString& encoding, const std::stop_token& stopToken) {
     QStringList arguments = {QStringLiteral("-j"), QStringLiteral("-nr")};
     if (!encoding.isEmpty()) {
         arguments << QStringLiteral("-e") << encoding;
     }
     arguments << QStringLiteral("--") << archive;
-    auto output = runTool(lsar, arguments);
+    auto output = runTool(lsar, arguments, stopToken);
     if (!output) {
         return fail(output.error());
     }
@@ -41,18 +41,20 @@ ArchiveResult<LsarListing> runLsar(const QString& lsar, const QString& archive,
 
 // Japanese encodings first, each failure swallowed; then lsar's own guess,
 // whose failure is the caller's. A Western guess means CP932 names came out
-// garbled, so CP932 gets one more chance.
-ArchiveResult<LsarListing> lsarListing(const QString& lsar, const QString& archive) {
+// garbled, so CP932 gets one more chance. A hung or withdrawn run ends it all.
+ArchiveResult<LsarListing> lsarListing(const QString& lsar, const QString& archive,
+                                       const std::stop_token& stopToken) {
     for (const QString& encoding :
          {kCp932, QStringLiteral("shift_jis"), QStringLiteral("japanese")}) {
-        auto listing = runLsar(lsar, archive, encoding);
-        if (listing && !listing->entries.isEmpty()) {
+        auto listing = runLsar(lsar, archive, encoding, stopToken);
+        if ((listing && !listing->entries.isEmpty()) ||
+            (!listing && listing.error().endsAllAttempts())) {
             return listing;
         }
     }
-    auto guessed = runLsar(lsar, archive, {});
+    auto guessed = runLsar(lsar, archive, {}, stopToken);
     if (guessed && ArchiveToolOutput::isWesternEncoding(guessed->encoding)) {
-        auto again = runLsar(lsar, archive, kCp932);
+        auto again = runLsar(lsar, archive, kCp932, stopToken);
         if (again && !again->entries.isEmpty()) {
             return again;
         }
@@ -66,12 +68,13 @@ QString lastComponent(const QString& path) {
 
 // The lsar index of a file member: by its whole path, or else by its last
 // path component when exactly one file has it.
-ArchiveResult<int64_t> lsarIndex(const QString& archive, const QString& member) {
+ArchiveResult<int64_t> lsarIndex(const QString& archive, const QString& member,
+                                 const std::stop_token& stopToken) {
     const auto lsar = findTool({QStringLiteral("lsar")});
     if (!lsar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("lsar")));
     }
-    auto listing = lsarListing(*lsar, archive);
+    auto listing = lsarListing(*lsar, archive, stopToken);
     if (!listing) {
         return fail(listing.error());
     }
@@ -147,7 +150,7 @@ private:
 
 ArchiveResult<MemberHead> extractThroughFolder(const QString& unar, const QString& archive,
                                                const QString& member, std::optional<int64_t> index,
-                                               int64_t maxBytes) {
+                                               int64_t maxBytes, const std::stop_token& stopToken) {
     const auto notFound =
         ArchiveError::extractFailed(member, QStringLiteral("Extracted file not found"));
     ExtractionFolder folder;
@@ -163,7 +166,7 @@ ArchiveResult<MemberHead> extractThroughFolder(const QString& unar, const QStrin
     } else {
         arguments << QStringLiteral("--") << archive << member;
     }
-    if (auto run = runTool(unar, arguments); !run) {
+    if (auto run = runTool(unar, arguments, stopToken); !run) {
         return fail(run.error());
     }
     const QString name = lastComponent(member);
@@ -187,17 +190,21 @@ ArchiveResult<MemberHead> extractThroughFolder(const QString& unar, const QStrin
 }
 
 ArchiveResult<MemberHead> extractWithUnar(const QString& unar, const QString& archive,
-                                          const QString& member, int64_t maxBytes) {
-    const auto index = lsarIndex(archive, member);
+                                          const QString& member, int64_t maxBytes,
+                                          const std::stop_token& stopToken) {
+    const auto index = lsarIndex(archive, member, stopToken);
+    if (!index && index.error().endsAllAttempts()) {
+        return fail(index.error());
+    }
     if (index) {
         auto bytes =
             nonEmpty(runToolHead(unar,
                                  {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
                                   QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-i"),
                                   QStringLiteral("--"), archive, QString::number(*index)},
-                                 maxBytes),
+                                 maxBytes, stopToken),
                      member);
-        if (bytes) {
+        if (bytes || bytes.error().endsAllAttempts()) {
             return bytes;
         }
     }
@@ -206,25 +213,26 @@ ArchiveResult<MemberHead> extractWithUnar(const QString& unar, const QString& ar
                              {QStringLiteral("-o"), QStringLiteral("-"), QStringLiteral("-q"),
                               QStringLiteral("-f"), QStringLiteral("-nr"), QStringLiteral("-D"),
                               QStringLiteral("-e"), kCp932, QStringLiteral("--"), archive, member},
-                             maxBytes),
+                             maxBytes, stopToken),
                  member);
-    if (bytes) {
+    if (bytes || bytes.error().endsAllAttempts()) {
         return bytes;
     }
     return extractThroughFolder(unar, archive, member, index ? std::optional(*index) : std::nullopt,
-                                maxBytes);
+                                maxBytes, stopToken);
 }
 
 // lha has no "--": a name that begins with "-" only ever reaches it behind "./".
 ArchiveResult<MemberHead> extractWithLha(const QString& lha, const QString& archive,
-                                         const QString& member, int64_t maxBytes) {
+                                         const QString& member, int64_t maxBytes,
+                                         const std::stop_token& stopToken) {
     for (const QString& operand : {member, QStringLiteral("./") + member, lastComponent(member)}) {
         if (operand.startsWith(QLatin1Char('-'))) {
             continue;
         }
         for (const QString& command : {QStringLiteral("pq"), QStringLiteral("p")}) {
-            auto bytes = runToolHead(lha, {command, archive, operand}, maxBytes);
-            if (bytes && !bytes->bytes.isEmpty()) {
+            auto bytes = runToolHead(lha, {command, archive, operand}, maxBytes, stopToken);
+            if ((bytes && !bytes->bytes.isEmpty()) || (!bytes && bytes.error().endsAllAttempts())) {
                 return bytes;
             }
         }
@@ -234,16 +242,17 @@ ArchiveResult<MemberHead> extractWithLha(const QString& lha, const QString& arch
 
 } // namespace
 
-ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive) {
+ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive,
+                                                   std::stop_token stopToken) {
     if (const auto lsar = findTool({QStringLiteral("lsar")})) {
-        auto listing = lsarListing(*lsar, archive);
+        auto listing = lsarListing(*lsar, archive, stopToken);
         if (!listing) {
             return fail(listing.error());
         }
         return ArchiveToolOutput::membersFromLsar(*listing);
     }
     if (const auto lha = findTool({QStringLiteral("lha")})) {
-        auto output = runTool(*lha, {QStringLiteral("l"), archive});
+        auto output = runTool(*lha, {QStringLiteral("l"), archive}, stopToken);
         if (!output) {
             return fail(output.error());
         }
@@ -253,20 +262,21 @@ ArchiveResult<QList<ArchiveMember>> listLhaMembers(const QString& archive) {
 }
 
 ArchiveResult<MemberHead> extractLhaMember(const QString& archive, const QString& memberPath,
-                                           int64_t maxBytes) {
+                                           int64_t maxBytes, std::stop_token stopToken) {
     const QString member = ArchiveToolOutput::normalizedMemberPath(memberPath);
     if (member.isEmpty()) {
         return fail(ArchiveError::extractFailed(memberPath, QStringLiteral("Empty path")));
     }
     const auto unar = findTool({QStringLiteral("unar")});
     if (unar) {
-        if (auto bytes = extractWithUnar(*unar, archive, member, maxBytes)) {
+        auto bytes = extractWithUnar(*unar, archive, member, maxBytes, stopToken);
+        if (bytes || bytes.error().endsAllAttempts()) {
             return bytes;
         }
     }
     const auto lha = findTool({QStringLiteral("lha")});
     if (lha) {
-        return extractWithLha(*lha, archive, member, maxBytes);
+        return extractWithLha(*lha, archive, member, maxBytes, stopToken);
     }
     if (!unar) {
         return fail(ArchiveError::toolMissing(QStringLiteral("unar or lha")));

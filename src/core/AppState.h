@@ -422,6 +422,8 @@ public:
     std::optional<QString> pendingLargeEditURL;
     // The preview load and frame count under way; a newer one drops the older.
     Background::TicketCounter previewLoadGeneration;
+    // The GALLERY's item list of a large folder under way; a newer one drops the older.
+    Background::TicketCounter galleryBuildGeneration;
 
     // --- Settings
     bool showHiddenFiles = false;

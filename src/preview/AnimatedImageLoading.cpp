@@ -4,6 +4,7 @@
 #include "preview/PngChunkCheck.h"
 
 #include "core/Background.h"
+#include "core/FileDescriptor.h"
 
 #include <QBuffer>
 #include <QFile>
@@ -125,11 +126,8 @@ constexpr qint64 maxFileBytes = qint64(128) << 20;
 // The bytes of a regular file: a FIFO or a device named like a picture is
 // not read.
 QByteArray readFile(const QString& path) {
-    QFile file(path);
-    if (!QFileInfo(path).isFile() || !file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return file.read(maxFileBytes);
+    const auto file = openRegularQFile(path);
+    return file ? (*file)->read(maxFileBytes) : QByteArray();
 }
 
 int clampedCount(qint64 count) {
@@ -221,10 +219,11 @@ std::optional<AnimatedImageInfo> animatedImageInfoForData(const QByteArray& data
 }
 
 std::optional<AnimatedImageInfo> animatedImageInfo(const QString& path) {
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    const auto opened = openRegularQFile(path);
+    if (!opened) {
         return std::nullopt;
     }
+    QFile& file = **opened;
     // Only PNG and GIF can be animated; anything else is not read past its
     // head. Qt's reader counts at most one image in a PNG, so a PNG is
     // animated exactly when its acTL says so.

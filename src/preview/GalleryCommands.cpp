@@ -1,6 +1,7 @@
 // GALLERY: the images of the left pane's folder as a grid whose selection
 // and the filer's cursor are kept on the same file.
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "preview/Gallery.h"
 #include "preview/PreviewSelection.h"
 #include "search/TreeSession.h"
@@ -28,14 +29,28 @@ bool isMember(const FileEntry& entry) {
     return entry.zipArchiveURL && entry.zipEntryPath;
 }
 
-// A member is judged by its name alone; a file on disk may also show by its
-// content that it is an image.
+// Judged by the name alone: the content type of a listed file comes from its
+// name too, so asking the disk whether the file exists would only add a wait.
 bool isGalleryEntry(const FileEntry& entry) {
     if (entry.isParent || entry.isDirectory || entry.isZipArchive) {
         return false;
     }
-    return PreviewSelection::isGalleryImage(
-        entry.name, isMember(entry) ? std::nullopt : std::optional<QString>(entry.url));
+    return PreviewSelection::isGalleryImage(entry.name, std::nullopt);
+}
+
+// Above this many rows the item list is made on a worker thread: each name's
+// content type is looked up, and a folder of 100,000 files would take the
+// window for a good part of a second.
+constexpr qsizetype kRowsBuiltAtOnce = 2000;
+
+QList<AppState::GalleryItem> galleryItemsOf(const QList<FileEntry>& rows) {
+    QList<AppState::GalleryItem> items;
+    for (const FileEntry& entry : rows) {
+        if (isGalleryEntry(entry)) {
+            items.append({entry.name, entry});
+        }
+    }
+    return items;
 }
 
 int indexOfName(const QList<FileEntry>& rows, const QString& name) {
@@ -50,30 +65,38 @@ int indexOfItem(const QList<AppState::GalleryItem>& items, const QString& name) 
     return found == items.end() ? -1 : int(found - items.begin());
 }
 
+// The earlier selection stays on its name; otherwise the first item.
+void applyGalleryItems(AppState& state, QList<AppState::GalleryItem> items) {
+    std::optional<QString> selectedName;
+    const std::optional<int> selection = state.gallerySelection;
+    if (selection && *selection >= 0 && *selection < state.galleryItems.size()) {
+        selectedName = state.galleryItems.at(*selection).name;
+    }
+    state.galleryItems = std::move(items);
+    const int kept = selectedName ? indexOfItem(state.galleryItems, *selectedName) : -1;
+    if (kept >= 0) {
+        state.gallerySelection = kept;
+    } else if (!state.galleryItems.isEmpty()) {
+        state.gallerySelection = 0;
+    } else {
+        state.gallerySelection.reset();
+    }
+    state.notifyChanged();
+}
+
 } // namespace
 
-// The earlier selection stays on its name; otherwise the first item.
 void AppState::rebuildGalleryItems() {
-    std::optional<QString> selectedName;
-    if (gallerySelection && *gallerySelection >= 0 && *gallerySelection < galleryItems.size()) {
-        selectedName = galleryItems.at(*gallerySelection).name;
+    QList<FileEntry> rows = sourceRows(*this, gallerySide(*this));
+    if (rows.size() <= kRowsBuiltAtOnce) {
+        galleryBuildGeneration.dropAll();
+        applyGalleryItems(*this, galleryItemsOf(rows));
+        return;
     }
-    QList<GalleryItem> items;
-    for (const FileEntry& entry : sourceRows(*this, gallerySide(*this))) {
-        if (isGalleryEntry(entry)) {
-            items.append({entry.name, entry});
-        }
-    }
-    galleryItems = std::move(items);
-    const int kept = selectedName ? indexOfItem(galleryItems, *selectedName) : -1;
-    if (kept >= 0) {
-        gallerySelection = kept;
-    } else if (!galleryItems.isEmpty()) {
-        gallerySelection = 0;
-    } else {
-        gallerySelection.reset();
-    }
-    notifyChanged();
+    Background::run(
+        m_executor, Background::Pool::shared, this, galleryBuildGeneration.take(),
+        [rows = std::move(rows)] { return galleryItemsOf(rows); },
+        [this](QList<GalleryItem> items) { applyGalleryItems(*this, std::move(items)); });
 }
 
 // The filer's cursor moved: the grid follows when its file is an item.

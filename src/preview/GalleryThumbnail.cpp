@@ -4,7 +4,9 @@
 
 #include "archive/ArchiveService.h"
 #include "archive/ArchiveTemporaryFolder.h"
+#include "core/FileDescriptor.h"
 
+#include <QFileInfo>
 #include <QImageReader>
 
 namespace {
@@ -23,7 +25,11 @@ QSize fittedSize(const QSize& size) {
 // Decoding at the small size saves most of the work for formats that can
 // (JPEG scales while it decodes).
 QImage readScaled(const QString& path) {
-    QImageReader reader(path);
+    const auto file = openRegularQFile(path);
+    if (!file) {
+        return {};
+    }
+    QImageReader reader(file->get(), QFileInfo(path).suffix().toLower().toLatin1());
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     if (size.isValid()) {
@@ -34,7 +40,11 @@ QImage readScaled(const QString& path) {
 
 // What the reader could not make at a small size may still load whole.
 QImage readPlain(const QString& path) {
-    QImageReader reader(path);
+    const auto file = openRegularQFile(path);
+    if (!file) {
+        return {};
+    }
+    QImageReader reader(file->get(), QFileInfo(path).suffix().toLower().toLatin1());
     reader.setAutoTransform(true);
     return reader.read();
 }

@@ -1,5 +1,7 @@
 #include "preview/PngChunkCheck.h"
 
+#include "core/FileDescriptor.h"
+
 #include <QFile>
 #include <QIODevice>
 #include <QtEndian>
@@ -41,8 +43,8 @@ bool announcesMoreThanItHolds(QIODevice& device) {
 }
 
 bool fileAnnouncesMoreThanItHolds(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) && announcesMoreThanItHolds(file);
+    const auto file = openRegularQFile(path);
+    return file && announcesMoreThanItHolds(**file);
 }
 
 } // namespace PngChunkCheck

@@ -1,5 +1,7 @@
 #include "preview/PngRowReading.h"
 
+#include "core/FileDescriptor.h"
+
 #include <QFile>
 
 #include <png.h>
@@ -158,10 +160,11 @@ QImage readScaled(const QString& path, const QSize& size) {
         return {};
     }
     Decode d;
-    d.file.setFileName(path);
-    if (!d.file.open(QIODevice::ReadOnly)) {
+    auto opened = FileDescriptor::openRegularFile(path);
+    if (!opened || !d.file.open(opened->get(), QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
         return {};
     }
+    opened->release();
     d.out = QImage(size, QImage::Format_RGBA8888);
     if (d.out.isNull()) {
         return {};

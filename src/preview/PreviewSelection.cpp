@@ -1,5 +1,6 @@
 #include "preview/PreviewSelection.h"
 
+#include "core/FileDescriptor.h"
 #include "text/TextDecoding.h"
 
 #include <QFile>
@@ -162,16 +163,10 @@ std::optional<ViewerContentKind> kindByName(const QString& name, const QString& 
 }
 
 // Only a regular file is read: opening a FIFO or a device named like a
-// document would block the main thread, or read a stream that never ends.
+// document would block the thread for good, or read a stream that never ends.
 QByteArray readHead(const QString& path) {
-    if (!QFileInfo(path).isFile()) {
-        return {};
-    }
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        return {};
-    }
-    return file.read(headSize);
+    const auto file = openRegularQFile(path);
+    return file ? (*file)->read(headSize) : QByteArray();
 }
 
 bool beginsWithRTF(QByteArrayView head) {
@@ -254,6 +249,20 @@ ViewerContentKind classifyFile(const QString& name, const std::optional<QString>
         return ViewerContentKind::preview;
     }
     return looksLikePlainText(*path) ? ViewerContentKind::text : ViewerContentKind::preview;
+}
+
+std::optional<ViewerContentKind> kindByNameAlone(const QString& name) {
+    const QString ext = pathExtension(name);
+    if (documentExtensions().contains(ext)) {
+        return std::nullopt;
+    }
+    if (const auto kind = kindByName(name, ext)) {
+        return kind;
+    }
+    // The content type of a file comes from its name; only a name that says
+    // nothing leaves the kind to the first bytes.
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension);
+    return isUninformative(type) ? std::nullopt : kindByContentType(type);
 }
 
 FileHead sniffFileHead(const QString& path) {

@@ -11,8 +11,9 @@ class QMimeType;
 
 // How the viewer shows a file: as text, as a graphic preview, or not at all,
 // decided from the name, the content type and, where those are silent, the
-// first bytes. classifyFile runs on the main thread as the cursor moves, so
-// it reads at most one head of 4096 bytes.
+// first bytes. classifyFile reads at most one head of 4096 bytes; where the
+// name alone decides (kindByNameAlone), nothing on disk is touched, and the
+// VIEWER asks the disk on a reader thread only for the other names.
 namespace PreviewSelection {
 
 // What the first bytes of a file say it is.
@@ -33,6 +34,9 @@ bool isBareTextName(const QString& name);
 
 // path is absent for an archive member. Never gives none.
 ViewerContentKind classifyFile(const QString& name, const std::optional<QString>& path);
+// The kind classifyFile gives a file on disk when its name alone decides it;
+// none when the content type or the first bytes have a say.
+std::optional<ViewerContentKind> kindByNameAlone(const QString& name);
 
 FileHead sniffFileHead(const QString& path);
 FileHead sniffHead(QByteArrayView head);

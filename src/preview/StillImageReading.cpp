@@ -2,7 +2,9 @@
 
 #include "preview/PngChunkCheck.h"
 #include "preview/PngRowReading.h"
+#include "core/FileDescriptor.h"
 
+#include <QFileInfo>
 #include <QImageIOHandler>
 #include <QImageReader>
 
@@ -12,7 +14,12 @@ QImage read(const QString& path, const QSize& bound) {
     if (PngChunkCheck::fileAnnouncesMoreThanItHolds(path)) {
         return {};
     }
-    QImageReader reader(path);
+    // Qt's reader would open a FIFO named like a picture and wait in open().
+    const auto file = openRegularQFile(path);
+    if (!file) {
+        return {};
+    }
+    QImageReader reader(file->get(), QFileInfo(path).suffix().toLower().toLatin1());
     reader.setAutoTransform(true);
     const QSize size = reader.size();
     // The scaled size is that of the picture as stored, before it is turned

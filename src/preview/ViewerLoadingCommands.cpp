@@ -13,6 +13,7 @@
 
 #include <QFile>
 
+#include <stop_token>
 #include <sys/stat.h>
 #include <utility>
 
@@ -27,6 +28,9 @@ struct PreviewLoadTask {
     QString archive;
     QString entry;
     TextPreviewLoading::LoadHandle textLoad;
+    // Stops the archive tool that reads a member once the load is given up:
+    // replaced, cancelled or past its time limit.
+    std::stop_source toolStop;
 };
 
 namespace {
@@ -50,26 +54,15 @@ bool isRegularFile(const QString& path) {
     return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
-bool startsAsGIF(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) && AnimatedImageSupport::isGIFData(file.peek(6));
-}
-
-// How many frames the picture on show has. A PNG's acTL is found from its
-// chunk headers alone, at once. A GIF's frames are counted by reading through
-// the whole file, which may be large or on a slow disk: that runs on a worker
-// thread, the picture shows as a still meanwhile, and the count arrives later
-// unless another file has been chosen since.
+// How many frames the picture on show has. A GIF's frames are counted by
+// reading through the whole file, and even a PNG's chunk headers may sit on a
+// slow disk or a dead mount: the count is made on a reader thread, the
+// picture shows as a still meanwhile, and the count arrives later unless
+// another file has been chosen since. What is not a regular file is never
+// opened there.
 void lookUpAnimation(AppState& state, const QString& path) {
     state.animatedPreviewInfo.reset();
     state.animatedFrameIndex = 0;
-    if (!isRegularFile(path)) {
-        return;
-    }
-    if (!startsAsGIF(path)) {
-        state.animatedPreviewInfo = AnimatedImageSupport::animatedImageInfo(path);
-        return;
-    }
     Background::run(
         state.executor(), Background::Pool::diskRead, &state, state.previewLoadGeneration.take(),
         [path] { return AnimatedImageSupport::animatedImageInfo(path); },
@@ -91,6 +84,25 @@ bool isExtractableDocument(const QString& path, const QString& name) {
     }
     return !isRegularFile(path) ||
            PreviewSelection::sniffFileHead(path) != PreviewSelection::FileHead::text;
+}
+
+// What the VIEWER makes of a file on disk, and what decides it.
+struct Classified {
+    ViewerContentKind kind = ViewerContentKind::unsupported;
+    bool isExtractableDocument = false;
+    bool isDiskImage = false;
+};
+
+Classified classifiedByName(const QString& name, ViewerContentKind kind) {
+    return {kind, false, PreviewSelection::isDiskImageFile(name, std::nullopt)};
+}
+
+// Reads the disk: for a reader thread.
+Classified classifiedOnDisk(const QString& path, const QString& name) {
+    const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
+    return {kind, kind == ViewerContentKind::preview && isExtractableDocument(path, name),
+            kind == ViewerContentKind::unsupported &&
+                PreviewSelection::isDiskImageFile(name, path)};
 }
 
 void clearTextFields(AppState& state) {
@@ -125,6 +137,28 @@ void showGraphicPreview(AppState& state, const QString& path) {
     lookUpAnimation(state, path);
     state.rightMode = RightPaneMode::viewer;
     state.stopWatching(PaneSide::right);
+}
+
+// Shows a file once its kind is known: its text loads, or it is drawn, or
+// the pane says why it is not shown.
+void showClassified(AppState& state, const QString& path, const Classified& classified) {
+    if (classified.kind == ViewerContentKind::text) {
+        state.startTextLoad(path, false);
+    } else if (classified.isExtractableDocument) {
+        state.startTextLoad(path, true);
+    } else if (classified.kind == ViewerContentKind::preview) {
+        showGraphicPreview(state, path);
+    } else {
+        clearTextFields(state);
+        state.isViewerLoading = false;
+        state.editorURL = path;
+        state.viewerKind = ViewerContentKind::unsupported;
+        if (classified.isDiskImage) {
+            state.viewerSkipReason = diskImageMessage;
+        }
+    }
+    showViewer(state);
+    state.notifyChanged();
 }
 
 void showLoadedText(AppState& state, const TextPreviewLoadResult& result) {
@@ -206,6 +240,7 @@ void AppState::cancelPreviewLoad() {
     previewLoadGeneration.dropAll();
     if (const std::shared_ptr<PreviewLoadTask> task = std::exchange(m_previewLoadTask, nullptr)) {
         task->textLoad.cancel();
+        task->toolStop.request_stop();
     }
 }
 
@@ -219,24 +254,31 @@ void AppState::loadViewerContent(const QString& url) {
     // Coming back to VIEWER shows the member's copy again.
     releasePreviewCopy(path);
     const QString name = PathUtils::lastPathComponent(path);
-    const ViewerContentKind kind = PreviewSelection::classifyFile(name, path);
-    if (kind == ViewerContentKind::text) {
-        startTextLoad(path, false);
-    } else if (kind == ViewerContentKind::preview && isExtractableDocument(path, name)) {
-        startTextLoad(path, true);
-    } else if (kind == ViewerContentKind::preview) {
-        showGraphicPreview(*this, path);
-    } else {
-        clearTextFields(*this);
-        isViewerLoading = false;
-        editorURL = path;
-        viewerKind = ViewerContentKind::unsupported;
-        if (PreviewSelection::isDiskImageFile(name, path)) {
-            viewerSkipReason = diskImageMessage;
-        }
+    // A document a converter may read is looked at first, whatever its name says.
+    const auto kind =
+        PreviewSelection::isExtractableExtension(PreviewSelection::pathExtension(name))
+            ? std::nullopt
+            : PreviewSelection::kindByNameAlone(name);
+    if (kind) {
+        showClassified(*this, path, classifiedByName(name, *kind));
+        return;
     }
+    // The content type and the first bytes are asked on a reader thread: a
+    // slow disk or a dead mount never holds the window.
+    clearTextFields(*this);
+    editorURL = path;
+    viewerKind = ViewerContentKind::none;
+    isViewerLoading = true;
     showViewer(*this);
     notifyChanged();
+    Background::run(
+        m_executor, Background::Pool::diskRead, this, previewLoadGeneration.take(),
+        [path, name] { return classifiedOnDisk(path, name); },
+        [this, path](const Classified& classified) {
+            if (editorURL == path && !viewerFromZip) {
+                showClassified(*this, path, classified);
+            }
+        });
 }
 
 void AppState::startTextLoad(const QString& url, bool extracted) {
@@ -317,12 +359,16 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
         m_previewLoadTask = task;
         task->textLoad = TextPreviewLoading::start(
             m_executor,
-            [archive, memberPath](const TextPreviewLoading::CancelFlag&) {
-                return TextPreviewLoading::loadMemberText(archive, memberPath);
+            [archive, memberPath,
+             stop = task->toolStop.get_token()](const TextPreviewLoading::CancelFlag&) {
+                return TextPreviewLoading::loadMemberText(archive, memberPath, stop);
             },
             TextPreviewLoading::timeLimit(), this,
             [this, weakTask](const TextPreviewLoadResult& result) {
                 const std::shared_ptr<PreviewLoadTask> ended = weakTask.lock();
+                if (ended) {
+                    ended->toolStop.request_stop();
+                }
                 if (!isCurrent(*this, ended)) {
                     return;
                 }
@@ -358,7 +404,8 @@ void AppState::loadViewerContentForMember(const QString& archive, const QString&
                     lookUpAnimation(*this, *extracted);
                 }
                 notifyChanged();
-            });
+            },
+            task->toolStop.get_token());
     }
     notifyChanged();
 }

@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
+#include "core/FileDescriptor.h"
 #include "core/PathUtils.h"
 #include "dialogs/DosDialog.h"
 #include "filesystem/FileSystemService.h"
@@ -26,6 +27,8 @@ namespace {
 constexpr int64_t kEditorByteLimit = 262144;
 
 const QString kPreviewOnly = QStringLiteral("This file is preview-only (not editable as text)");
+const QString kNotRegularFile =
+    QStringLiteral("This item is not a regular file (not editable as text)");
 
 // The size of a file, or none when it can't be asked.
 std::optional<int64_t> fileSize(const QString& url) {
@@ -36,29 +39,22 @@ std::optional<int64_t> fileSize(const QString& url) {
     return int64_t(st.st_size);
 }
 
-FsResult<QByteArray> readWholeFile(const QString& url) {
-    const int fd = ::open(QFile::encodeName(url).constData(), O_RDONLY | O_CLOEXEC);
-    if (fd < 0) {
-        return fail(FileSystemError::fromErrno(errno));
-    }
+FsResult<QByteArray> readWholeFile(const FileDescriptor& file) {
     QByteArray bytes;
     char buffer[65536];
     for (;;) {
-        const ssize_t count = ::read(fd, buffer, sizeof buffer);
+        const ssize_t count = ::read(file.get(), buffer, sizeof buffer);
         if (count < 0 && errno == EINTR) {
             continue;
         }
         if (count < 0) {
-            const int code = errno;
-            ::close(fd);
-            return fail(FileSystemError::fromErrno(code));
+            return fail(FileSystemError::fromErrno(errno));
         }
         if (count == 0) {
             break;
         }
         bytes.append(buffer, count);
     }
-    ::close(fd);
     return bytes;
 }
 
@@ -150,6 +146,16 @@ void AppState::enterEditor() {
 
 void AppState::openFileInEditor(const QString& url) {
     const QString path = PathUtils::standardizedPath(url);
+    // Opened first and without waiting: a FIFO or a device named like a text
+    // would hold the window in open() or read() for good.
+    const auto file = FileDescriptor::openRegularFile(path);
+    if (!file) {
+        reportError(file.error() == FileDescriptor::notRegularFile()
+                        ? kNotRegularFile
+                        : FileSystemError::fromErrno(file.error().code).description());
+        notifyChanged();
+        return;
+    }
     if (PreviewSelection::classifyFile(PathUtils::lastPathComponent(path), path) !=
         ViewerContentKind::text) {
         reportError(kPreviewOnly);
@@ -162,7 +168,7 @@ void AppState::openFileInEditor(const QString& url) {
         offerExternalOpenForLargeFile(path);
         return;
     }
-    const FsResult<QByteArray> bytes = readWholeFile(path);
+    const FsResult<QByteArray> bytes = readWholeFile(*file);
     if (!bytes) {
         reportError(bytes.error().description());
         notifyChanged();

@@ -2,6 +2,7 @@
 
 #include "archive/ArchiveService.h"
 #include "core/Background.h"
+#include "core/ChildProcesses.h"
 #include "core/FileDescriptor.h"
 #include "text/TextDecoding.h"
 
@@ -91,15 +92,17 @@ QString convertedFile(const QString& path, const QString& extension) {
 }
 
 // Runs the converter in a process group of its own, so that killing it also
-// ends whatever helpers it started. Gives its output for exit status 0.
+// ends whatever helpers it started, and waits for its end on this thread.
+// Gives its output for exit status 0.
 std::optional<QByteArray> runConverter(const QString& program, const QStringList& arguments,
                                        const CancelFlag* cancelled) {
     QProcess process;
-    process.setChildProcessModifier([] { ::setpgid(0, 0); });
+    ChildProcesses::runInOwnGroup(process);
     process.start(program, arguments);
     if (!process.waitForStarted()) {
         return std::nullopt;
     }
+    const ChildProcesses::Registration registration(pid_t(process.processId()));
     while (process.state() != QProcess::NotRunning) {
         if (isSet(cancelled)) {
             ::kill(-pid_t(process.processId()), SIGKILL);
@@ -145,19 +148,16 @@ QString failureMessage(Outcome outcome) {
 
 TextPreviewLoadResult readTextHead(const QString& path, int64_t maxBytes,
                                    const CancelFlag* cancelled) {
-    const QByteArray name = QFile::encodeName(path);
+    // A FIFO or a device would hold this thread in open() or read() for good.
+    const auto file = FileDescriptor::openRegularFile(path);
     struct stat status {};
-    if (::stat(name.constData(), &status) != 0) {
-        return TextPreviewLoadResult::of(Outcome::ioFailed);
-    }
-    const FileDescriptor file(::open(name.constData(), O_RDONLY | O_CLOEXEC));
-    if (file.get() < 0) {
+    if (!file || ::fstat(file->get(), &status) != 0) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }
     if (isSet(cancelled)) {
         return TextPreviewLoadResult::of(Outcome::cancelled);
     }
-    const std::optional<QByteArray> head = readUpTo(file.get(), maxBytes);
+    const std::optional<QByteArray> head = readUpTo(file->get(), maxBytes);
     if (!head) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }
@@ -209,7 +209,9 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
         }
     }
     const QFileInfo info(path);
-    if (!program || !info.exists()) {
+    // The converter opens the document itself: it is given regular files
+    // only, or it would wait on a FIFO for good.
+    if (!program || !FileDescriptor::openRegularFile(convertedFile(path, extension))) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }
     const QStringList arguments = chosen.argumentsBefore +
@@ -239,8 +241,10 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
                                          output->size());
 }
 
-TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath) {
-    const auto head = ArchiveService::extractMemberHead(archive, memberPath, headLimit);
+TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath,
+                                     std::stop_token stopToken) {
+    const auto head =
+        ArchiveService::extractMemberHead(archive, memberPath, headLimit, std::move(stopToken));
     if (!head) {
         return TextPreviewLoadResult::of(Outcome::ioFailed);
     }

@@ -9,6 +9,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 class QObject;
 namespace Background {
@@ -74,7 +75,9 @@ TextPreviewLoadResult extractDocumentText(const QString& path,
 
 // The head of an archive member, as for a plain file: only its first
 // headLimit bytes are read (and inflated), and fileSize is the member's size.
-TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath);
+// A stop request kills the archive tool that reads it.
+TextPreviewLoadResult loadMemberText(const QString& archive, const QString& memberPath,
+                                     std::stop_token stopToken = {});
 
 // The converter's own text from unrtf, without the banner it writes first.
 QByteArray stripUnrtfBanner(QByteArray output);

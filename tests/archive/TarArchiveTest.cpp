@@ -63,6 +63,28 @@ TEST_F(TarArchiveTest, MembersStoredWithDotSlashListWithoutItAndAreFoundByTheRet
     }
 }
 
+TEST_F(TarArchiveTest, NamesComeAsTheirBytesWhateverTheProgramsLocale) {
+    // Under the C locale tar would print each byte of a Japanese name, and a
+    // tab in any name, as a backslash escape, which the listing would then
+    // take for folders.
+    const QString japanese = QStringLiteral("日本語のメモ.txt");
+    const QString tabbed = QStringLiteral("a\tb.txt");
+    dir.makeFile(QStringLiteral("src/") + japanese, "nihongo");
+    dir.makeFile(QStringLiteral("src/") + tabbed, "tab");
+    const QString archive = makeTar(QStringLiteral("names.tar"), {"-cf"}, {japanese, tabbed});
+    const std::optional<QByteArray> savedLocale =
+        qEnvironmentVariableIsSet("LC_ALL") ? std::optional(qgetenv("LC_ALL")) : std::nullopt;
+    qputenv("LC_ALL", "C");
+    const auto members = ArchiveService::listMembers(archive);
+    const QByteArray bytes = extracted(archive, japanese);
+    savedLocale ? qputenv("LC_ALL", *savedLocale) : qunsetenv("LC_ALL");
+    ASSERT_TRUE(members) << members.error().description().toStdString();
+    const QList<ArchiveMember> expected = {{japanese, false, 0, std::nullopt},
+                                           {tabbed, false, 0, std::nullopt}};
+    EXPECT_EQ(*members, expected);
+    EXPECT_EQ(bytes, "nihongo");
+}
+
 TEST_F(TarArchiveTest, MemberNamesThatLookLikeOptionsAreReadAsNames) {
     const QString evil = QStringLiteral("--checkpoint-action=exec=touch PWNED");
     const QString sibling = QStringLiteral("--checkpoint=1");

@@ -3,6 +3,7 @@
 #include "core/KeyTestSupport.h"
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "preview/Gallery.h"
@@ -83,6 +84,29 @@ TEST_F(GalleryTest, ItemsAreThePicturesOfTheFolderInItsOrder) {
     // Unknown bytes keep a picture extension; beyond the list, the kind of
     // the extension decides.
     EXPECT_EQ(itemNames(), (QStringList{"a.webp", "b.JPG", "c.ico", "e.svg"}));
+}
+
+TEST_F(GalleryTest, ALargeFolderIsSortedOnAWorkerAndOnlyTheNewestListCounts) {
+    for (int i = 0; i < 2000; ++i) {
+        dir.makeFile(QStringLiteral("f%1.txt").arg(i, 4, 10, QLatin1Char('0')));
+    }
+    dir.makeFile(QStringLiteral("a.png"), pngBytes());
+    Background::ManualExecutor manual;
+    state = std::make_unique<AppState>(preferences, manual);
+    state->refreshAll();
+    manual.runAll();
+    state->enterGalleryLayout();
+    EXPECT_TRUE(itemNames().isEmpty());
+    EXPECT_EQ(manual.waitingCount(), 1);
+    // The folder changes before the list is made: the older list is dropped.
+    dir.makeFile(QStringLiteral("b.png"), pngBytes());
+    state->reloadPane(PaneSide::left, false);
+    state->rebuildGalleryItems();
+    ASSERT_TRUE(manual.runNext());
+    EXPECT_TRUE(itemNames().isEmpty());
+    manual.runAll();
+    EXPECT_EQ(itemNames(), (QStringList{"a.png", "b.png"}));
+    EXPECT_EQ(selectedItem(), "a.png");
 }
 
 TEST_F(GalleryTest, MembersOfAnArchiveAreJudgedByNameAlone) {

@@ -114,12 +114,18 @@ TEST_F(ViewerLoading, FailuresAreToldInThePane) {
     }
 }
 
-TEST_F(ViewerLoading, ABlockedReadEndsAtTheTimeLimit) {
-    const QString fifo = makeFifo("stuck.txt");
-    show(fifo);
-    releaseReaders(fifo);
-    EXPECT_EQ(state->viewerSkipReason, timedOutText);
-    EXPECT_EQ(state->viewerKind, ViewerContentKind::unsupported);
+TEST_F(ViewerLoading, FifosAreRefusedAtOnceAndHoldNoReader) {
+    // More FIFOs than there are reader threads: a reader stuck in open() on
+    // each would leave none for the text after them.
+    for (int i = 0; i < 10; ++i) {
+        const QString fifo = makeFifo(QStringLiteral("stuck%1.txt").arg(i));
+        show(fifo);
+        EXPECT_EQ(state->viewerSkipReason, QStringLiteral("ファイルを開けませんでした"));
+        EXPECT_EQ(state->viewerKind, ViewerContentKind::unsupported);
+    }
+    show(dir.makeFile("after.txt", "after"));
+    EXPECT_EQ(state->editorText, "after");
+    EXPECT_FALSE(state->viewerSkipReason);
 
     // A document on a FIFO never blocks the main thread: it ends as a preview.
     const QString document = makeFifo("stuck.odt");
@@ -159,6 +165,30 @@ TEST_F(ViewerLoading, ANewerLoadDropsTheOlder) {
 
 // A GIF's frames are counted off the main thread: the picture shows at once
 // and its count follows, unless another file has been chosen meanwhile.
+TEST_F(ViewerLoading, AFileWhoseNameSaysNothingIsLookedAtOnAReaderThread) {
+    stepByHand();
+    const QString notes = dir.makeFile("notes.unknownkind", "plain words\n");
+    const QString binary = dir.makeFile("blob.unknownkind", QByteArray("\x00\x01\x02\xFF", 4));
+    state->loadViewerContent(notes);
+    EXPECT_TRUE(state->isViewerLoading);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::none);
+    EXPECT_EQ(manual.nextPool(), Background::Pool::diskRead);
+    manual.runAll();
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    EXPECT_EQ(state->editorText, "plain words\n");
+
+    // A look that ends after the cursor has moved on shows nothing.
+    state->loadViewerContent(binary);
+    state->loadViewerContent(notes);
+    manual.runAll();
+    EXPECT_EQ(state->editorURL, notes);
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::text);
+    state->loadViewerContent(binary);
+    manual.runAll();
+    EXPECT_EQ(state->viewerKind, ViewerContentKind::preview);
+    EXPECT_FALSE(state->isViewerLoading);
+}
+
 TEST_F(ViewerLoading, AGIFsFrameCountFollowsUnlessTheCursorMovedOn) {
     ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue",
                                             dir.filePath("anim.gif")}),
@@ -199,6 +229,11 @@ TEST_F(ViewerLoading, DocumentsShowTheirTextOrElseAPreview) {
         << state->editorText.toStdString();
     EXPECT_TRUE(state->isExtractedTextPreview);
     EXPECT_EQ(state->textFileByteSize, QFileInfo(dir.filePath("made.docx")).size());
+    ASSERT_EQ(QProcess::execute("pandoc", {markdown, "-o", dir.filePath("made.odt")}), 0);
+    show(dir.filePath("made.odt"));
+    EXPECT_TRUE(state->editorText.contains("Converted 日本語 paragraph."))
+        << state->editorText.toStdString();
+    EXPECT_TRUE(state->isExtractedTextPreview);
 
     // A document no converter reads goes to the graphic preview without a word.
     show(dir.makeFile("damaged.docx", "PK\x03\x04 broken"));

@@ -7,13 +7,19 @@
 #include "support/TestDir.h"
 #include "text/TextDecoding.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <fcntl.h>
 #include <functional>
 #include <ostream>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
 
 inline void PrintTo(const QString& text, std::ostream* out) {
     *out << '"' << text.toStdString() << '"';
@@ -242,6 +248,37 @@ TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
     s.errorMessage.reset();
     s.saveEditor();
     EXPECT_EQ(error(), QStringLiteral("No file open in editor"));
+}
+
+TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
+    const QString fifo = dir.filePath(QStringLiteral("stuck.txt"));
+    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+    // Should the editor wait in open() after all, a writer comes after a
+    // while and lets it go, so that the test fails instead of hanging.
+    std::atomic<bool> done{false};
+    std::thread watchdog([&] {
+        for (int i = 0; i < 100 && !done; ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        }
+        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        if (fd >= 0) {
+            ::close(fd);
+        }
+    });
+    AppState& s = listedAt(QStringLiteral("stuck.txt"));
+    QElapsedTimer clock;
+    clock.start();
+    s.enterEditor();
+    EXPECT_LT(clock.elapsed(), 2000);
+    EXPECT_EQ(error(), QStringLiteral("This item is not a regular file (not editable as text)"));
+    EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
+    s.errorMessage.reset();
+    // A device reads as empty text and would open if only size were asked.
+    s.openFileInEditor(QStringLiteral("/dev/null"));
+    EXPECT_EQ(error(), QStringLiteral("This item is not a regular file (not editable as text)"));
+    EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
+    done = true;
+    watchdog.join();
 }
 
 TEST_F(EditorTest, TheViewersWholeTextIsEditedAsItIsAndAHeadIsReadAgain) {

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <sys/types.h>
+
+class QProcess;
+
+// The outside programs the file manager starts (archive tools, document
+// converters) never outlive it. Each runs in a process group of its own, so
+// that killing the group also ends what the program started in turn (tar
+// runs gzip); the group is killed when the file manager dies, and every
+// group still running is killed on the way out.
+namespace ChildProcesses {
+
+// Makes the child of process the leader of its own group and asks the kernel
+// to kill it when its parent goes.
+//
+// The kernel sends that signal when the *thread* that started the child
+// ends, not the process. The callers therefore wait for the child to end on
+// the thread that started it, so the thread always outlives its child; and a
+// child whose parent is already gone by the time it is set up ends at once.
+void runInOwnGroup(QProcess& process);
+
+// A running child's group, known to killAll() while the object lives.
+class Registration {
+public:
+    explicit Registration(pid_t group);
+    ~Registration();
+    Registration(const Registration&) = delete;
+    Registration& operator=(const Registration&) = delete;
+
+private:
+    pid_t m_group;
+};
+
+// Kills every registered group, and from now on every group that registers;
+// for the program's way out. Any thread.
+void killAll();
+
+// How many groups are registered now.
+int runningCount();
+
+} // namespace ChildProcesses

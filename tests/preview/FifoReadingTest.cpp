@@ -1,0 +1,67 @@
+// Every reader of a picture's or a document's bytes refuses a FIFO named
+// like one without waiting for a writer: each runs on a thread of its own
+// and must be done well before a writer comes to let a stuck one go.
+#include "preview/AnimatedImageSupport.h"
+#include "preview/GalleryThumbnail.h"
+#include "preview/PngRowReading.h"
+#include "preview/PreviewSelection.h"
+#include "preview/StillImageReading.h"
+#include "support/TestDir.h"
+
+#include <QFile>
+
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <functional>
+#include <future>
+#include <sys/stat.h>
+#include <unistd.h>
+
+using namespace std::chrono_literals;
+
+namespace {
+
+TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
+    TestDir dir;
+    const struct {
+        const char* name;
+        std::function<bool(const QString&)> refused;
+    } readers[] = {
+        {"still.png",
+         [](const QString& p) {
+             return StillImageReading::read(p, {64, 64}).isNull();
+         }},
+        {"rows.png",
+         [](const QString& p) {
+             return PngRowReading::readScaled(p, {8, 8}).isNull();
+         }},
+        {"moving.png",
+         [](const QString& p) { return !AnimatedImageSupport::animatedImageInfo(p); }},
+        {"moving.gif",
+         [](const QString& p) { return !AnimatedImageSupport::animatedImageInfo(p); }},
+        {"frames.gif",
+         [](const QString& p) { return AnimatedImageSupport::loadAllFrames(p).isEmpty(); }},
+        {"thumb.jpg", [](const QString& p) { return !GalleryThumbnail::fromFile(p); }},
+        {"letter.docx",
+         [](const QString& p) {
+             return PreviewSelection::sniffFileHead(p) == PreviewSelection::FileHead::other;
+         }},
+    };
+    for (const auto& reader : readers) {
+        SCOPED_TRACE(reader.name);
+        const QString fifo = dir.filePath(QString::fromLatin1(reader.name));
+        ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        auto pending = std::async(std::launch::async, reader.refused, fifo);
+        const bool finished = pending.wait_for(2s) == std::future_status::ready;
+        // A writer that opens and closes lets a reader stuck in open() go.
+        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        EXPECT_TRUE(finished);
+        EXPECT_TRUE(pending.get());
+    }
+}
+
+} // namespace
