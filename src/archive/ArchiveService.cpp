@@ -179,17 +179,25 @@ ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
         anything = true;
         return sink(piece);
     };
+    // tar's failure is told as a failure to read the member, not to list
+    // the archive.
+    const auto readFailure = [&memberPath](ArchiveResult<Done> result) -> ArchiveResult<Done> {
+        if (!result && result.error().kind == ArchiveError::Kind::listFailed) {
+            return fail(ArchiveError::extractFailed(memberPath, result.error().reason));
+        }
+        return result;
+    };
     auto run = streamTool(*tar, options + QStringList{member}, received);
     if (run || anything) {
-        return run;
+        return readFailure(std::move(run));
     }
     run = streamTool(*tar, options + QStringList{QStringLiteral("./") + member}, received);
     if (run || anything) {
-        return run;
+        return readFailure(std::move(run));
     }
     // The error of the "./" try stands when this one fails too.
     auto absolute = streamTool(*tar, options + QStringList{QStringLiteral("/") + member}, received);
-    return absolute || anything ? std::move(absolute) : std::move(run);
+    return readFailure(absolute || anything ? std::move(absolute) : std::move(run));
 }
 
 ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive) {
