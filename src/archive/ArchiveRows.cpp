@@ -49,17 +49,37 @@ FileEntry memberRow(const QString& archive, const QString& name, const ArchiveMe
     return row;
 }
 
+// A member's path as the folders show it: empty, "." and ".." components
+// are left out, so "../x" stands in the archive's root as "x" and never as a
+// second ".." row. A folder keeps its trailing "/".
+QString shownPath(const QString& memberPath) {
+    QStringList kept;
+    for (const QString& component : memberPath.split(QLatin1Char('/'))) {
+        if (!component.isEmpty() && component != QLatin1String(".") &&
+            component != QLatin1String("..")) {
+            kept.append(component);
+        }
+    }
+    QString shown = kept.join(QLatin1Char('/'));
+    if (!shown.isEmpty() && memberPath.endsWith(QLatin1Char('/'))) {
+        shown += QLatin1Char('/');
+    }
+    return shown;
+}
+
 // The children of one folder by name. A deeper path stands for a folder of
 // that name, made from the first member under it; a folder wins over a file
-// of the same name, otherwise the first member stays.
+// of the same name, otherwise the first member stays. A file child keeps the
+// member's own path, by which it is read.
 QMap<QString, ArchiveMember> childrenOf(const QList<ArchiveMember>& members, const QString& prefix,
                                         bool showHiddenFiles) {
     QMap<QString, ArchiveMember> children;
     for (const ArchiveMember& member : members) {
-        if (!member.path.startsWith(prefix)) {
+        const QString shown = shownPath(member.path);
+        if (!shown.startsWith(prefix)) {
             continue;
         }
-        const QString rest = member.path.mid(prefix.size());
+        const QString rest = shown.mid(prefix.size());
         if (rest.isEmpty()) {
             continue;
         }

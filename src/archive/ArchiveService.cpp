@@ -189,19 +189,27 @@ ArchiveResult<Done> streamTarMember(const QString& archive, ArchiveKind kind,
     const auto settled = [&anything](const ArchiveResult<Done>& run) {
         return run || anything || run.error().endsAllAttempts();
     };
+    // tar's failure is told as a failure to read the member, not to list
+    // the archive.
+    const auto readFailure = [&memberPath](ArchiveResult<Done> result) -> ArchiveResult<Done> {
+        if (!result && result.error().kind == ArchiveError::Kind::listFailed) {
+            return fail(ArchiveError::extractFailed(memberPath, result.error().reason));
+        }
+        return result;
+    };
     auto run = streamTool(*tar, options + QStringList{member}, received, stopToken);
     if (settled(run)) {
-        return run;
+        return readFailure(std::move(run));
     }
     run =
         streamTool(*tar, options + QStringList{QStringLiteral("./") + member}, received, stopToken);
     if (settled(run)) {
-        return run;
+        return readFailure(std::move(run));
     }
     // The error of the "./" try stands when this one fails too.
     auto absolute =
         streamTool(*tar, options + QStringList{QStringLiteral("/") + member}, received, stopToken);
-    return settled(absolute) ? std::move(absolute) : std::move(run);
+    return readFailure(settled(absolute) ? std::move(absolute) : std::move(run));
 }
 
 ArchiveResult<QList<ArchiveMember>> listMembers(const QString& archive, std::stop_token stopToken) {

@@ -14,6 +14,27 @@ namespace ArchiveToolOutput {
 
 namespace {
 
+// lsar writes its flags as JSON booleans or as the numbers 0 and 1, depending
+// on its version and on the format: both mean the same.
+bool jsonFlag(const QJsonValue& value) {
+    if (value.isBool()) {
+        return value.toBool();
+    }
+    return value.isDouble() && value.toDouble() != 0;
+}
+
+// A whole number given as a JSON number or as a decimal text; the fallback
+// for anything else.
+int64_t jsonInteger(const QJsonValue& value, int64_t fallback) {
+    if (value.isString()) {
+        bool ok = false;
+        const qlonglong number = value.toString().trimmed().toLongLong(&ok);
+        return ok ? number : fallback;
+    }
+    // toInteger refuses values that are not whole numbers a 64-bit integer holds.
+    return value.toInteger(fallback);
+}
+
 std::optional<QString> nameFromEntry(const QJsonObject& entry) {
     const QJsonValue fileName = entry.value(QLatin1String("XADFileName"));
     if (fileName.isString() && isPlausibleName(fileName.toString())) {
@@ -34,7 +55,7 @@ std::optional<QString> nameFromEntry(const QJsonObject& entry) {
 }
 
 std::optional<LsarEntry> entryFromJson(const QJsonObject& object, qsizetype place) {
-    if (object.value(QLatin1String("XADIsArchive")).toBool()) {
+    if (jsonFlag(object.value(QLatin1String("XADIsArchive")))) {
         return std::nullopt;
     }
     const auto name = nameFromEntry(object);
@@ -43,12 +64,9 @@ std::optional<LsarEntry> entryFromJson(const QJsonObject& object, qsizetype plac
     }
     LsarEntry entry;
     entry.name = *name;
-    entry.isDirectory = object.value(QLatin1String("XADIsDirectory")).toBool();
-    const QJsonValue size = object.value(QLatin1String("XADFileSize"));
-    // toInteger refuses values that are not whole numbers a 64-bit integer holds.
-    entry.size = std::max<int64_t>(0, size.toInteger(0));
-    const QJsonValue index = object.value(QLatin1String("XADIndex"));
-    entry.index = index.toInteger(int64_t(place));
+    entry.isDirectory = jsonFlag(object.value(QLatin1String("XADIsDirectory")));
+    entry.size = std::max<int64_t>(0, jsonInteger(object.value(QLatin1String("XADFileSize")), 0));
+    entry.index = jsonInteger(object.value(QLatin1String("XADIndex")), int64_t(place));
     return entry;
 }
 
@@ -197,6 +215,21 @@ QList<ArchiveMember> parseLhaList(const QByteArray& output) {
         members.append(ArchiveMember{path, isDirectory, 0, std::nullopt});
     }
     return members;
+}
+
+QByteArray lhaPrintedMember(const QByteArray& output) {
+    static const QByteArray rule = QByteArrayLiteral("::::::::\n");
+    if (!output.startsWith(rule)) {
+        return output;
+    }
+    const qsizetype nameEnd = output.indexOf('\n', rule.size());
+    if (nameEnd < 0 || output.mid(nameEnd + 1, rule.size()) != rule) {
+        return output;
+    }
+    const qsizetype start = nameEnd + 1 + rule.size();
+    const QByteArray banner = output.first(start);
+    const qsizetype next = output.indexOf(banner, start);
+    return output.mid(start, next < 0 ? -1 : next - start);
 }
 
 QList<ArchiveMember> parseTarList(const QByteArray& output) {

@@ -56,6 +56,13 @@ std::optional<QByteArray> nameDataBytes(const QJsonValue& value);
 // The members of `lha l` output. Names are the last word of each line.
 QList<ArchiveMember> parseLhaList(const QByteArray& output);
 
+// The bytes of the first member in what `lha p` printed. lha puts a banner
+// before each member it prints ("::::::::", the name, "::::::::", a line
+// each); the banner is not part of the member, and a second member of the
+// same name, banner and all, is cut off. Output without a banner is
+// returned as it is.
+QByteArray lhaPrintedMember(const QByteArray& output);
+
 // The members of `tar -tf` output: names only, so size 0 and no date.
 QList<ArchiveMember> parseTarList(const QByteArray& output);
 

@@ -13,6 +13,9 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <algorithm>
+#include <limits>
+
 namespace ArchiveService {
 
 namespace {
@@ -222,6 +225,13 @@ ArchiveResult<MemberHead> extractWithUnar(const QString& unar, const QString& ar
                                 maxBytes, stopToken);
 }
 
+// maxBytes and room for the banner lha prints before a member: two rules
+// and the name, whatever encoding it prints the name in.
+int64_t withBannerRoom(int64_t maxBytes, const QString& operand) {
+    const int64_t banner = 2 * 9 + 4 * int64_t(operand.size()) + 1;
+    return maxBytes > std::numeric_limits<int64_t>::max() - banner ? maxBytes : maxBytes + banner;
+}
+
 // lha has no "--": a name that begins with "-" only ever reaches it behind "./".
 ArchiveResult<MemberHead> extractWithLha(const QString& lha, const QString& archive,
                                          const QString& member, int64_t maxBytes,
@@ -231,9 +241,18 @@ ArchiveResult<MemberHead> extractWithLha(const QString& lha, const QString& arch
             continue;
         }
         for (const QString& command : {QStringLiteral("pq"), QStringLiteral("p")}) {
-            auto bytes = runToolHead(lha, {command, archive, operand}, maxBytes, stopToken);
-            if ((bytes && !bytes->bytes.isEmpty()) || (!bytes && bytes.error().endsAllAttempts())) {
-                return bytes;
+            auto bytes = runToolHead(lha, {command, archive, operand},
+                                     withBannerRoom(maxBytes, operand), stopToken);
+            if (!bytes) {
+                if (bytes.error().endsAllAttempts()) {
+                    return bytes;
+                }
+                continue;
+            }
+            const QByteArray member = ArchiveToolOutput::lhaPrintedMember(bytes->bytes);
+            if (!member.isEmpty()) {
+                return MemberHead{member.first(std::min<qsizetype>(member.size(), maxBytes)),
+                                  std::nullopt, bytes->isCut || member.size() > maxBytes};
             }
         }
     }

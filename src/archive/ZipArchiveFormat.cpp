@@ -1,6 +1,7 @@
 // The ZIP format itself: pure functions over an archive's bytes (PKWARE
-// APPNOTE 4.3.7, 4.3.12, 4.3.16). Every offset is checked against the bytes
-// before it is read, and no size field decides an allocation by itself.
+// APPNOTE 4.3.7, 4.3.12, 4.3.16, and for ZIP64 4.3.14, 4.3.15, 4.5.3). Every
+// offset is checked against the bytes before it is read, and no size field
+// decides an allocation by itself.
 #include "archive/ZipArchiveService.h"
 
 #include "text/TextDecoding.h"
@@ -18,6 +19,12 @@ namespace {
 constexpr uint32_t endOfCentralDirectorySignature = 0x06054B50;
 constexpr uint32_t centralHeaderSignature = 0x02014B50;
 constexpr uint32_t localHeaderSignature = 0x04034B50;
+constexpr uint32_t zip64EndRecordSignature = 0x06064B50;
+constexpr uint32_t zip64LocatorSignature = 0x07064B50;
+constexpr qsizetype zip64EndRecordSize = 56;
+constexpr qsizetype zip64LocatorSize = 20;
+constexpr uint16_t zip64ExtraId = 0x0001;
+constexpr uint32_t saturated32 = 0xFFFFFFFF;
 constexpr qsizetype endRecordSize = 22;
 constexpr qsizetype longestComment = 65535;
 constexpr qsizetype centralHeaderSize = 46;
@@ -29,6 +36,23 @@ uint16_t le16(const uchar* p) {
 
 uint32_t le32(const uchar* p) {
     return uint32_t(p[0]) | (uint32_t(p[1]) << 8) | (uint32_t(p[2]) << 16) | (uint32_t(p[3]) << 24);
+}
+
+uint64_t le64(const uchar* p) {
+    return uint64_t(le32(p)) | (uint64_t(le32(p + 4)) << 32);
+}
+
+// Sizes are signed in the member record; a ZIP64 value past what that holds
+// is kept as a size no file reaches, with room for the one byte the
+// inflater asks for beyond a declared size.
+int64_t signedSize(uint64_t value) {
+    return int64_t(std::min<uint64_t>(value, uint64_t(std::numeric_limits<int64_t>::max() - 1)));
+}
+
+// Whether length bytes from offset lie inside a file of size bytes, without
+// overflowing on hostile values.
+bool fits(uint64_t offset, uint64_t length, uint64_t size) {
+    return offset <= size && length <= size - offset;
 }
 
 // The bytes an archive holds in memory, read as any other source is.
@@ -84,9 +108,38 @@ private:
     QHash<uint32_t, std::optional<QDateTime>> m_dates;
 };
 
+// The ZIP64 extended information of a central header: 8-byte values for
+// exactly those of the uncompressed size, the compressed size and the local
+// header offset whose 32-bit field is saturated, in that order. A block too
+// short for what it must hold gives what it has.
+void readZip64Extra(QByteArrayView extra, const uchar* header, ZipMember& member) {
+    const auto* p = reinterpret_cast<const uchar*>(extra.data());
+    for (qsizetype at = 0; at + 4 <= extra.size();) {
+        const qsizetype length = le16(p + at + 2);
+        if (le16(p + at) != zip64ExtraId) {
+            at += 4 + length;
+            continue;
+        }
+        const qsizetype end = std::min(extra.size(), at + 4 + length);
+        qsizetype next = at + 4;
+        const auto take = [&](uint32_t field, auto apply) {
+            if (field == saturated32 && next + 8 <= end) {
+                apply(le64(p + next));
+                next += 8;
+            }
+        };
+        take(le32(header + 24), [&](uint64_t v) { member.size = signedSize(v); });
+        take(le32(header + 20), [&](uint64_t v) { member.compressedSize = signedSize(v); });
+        take(le32(header + 42), [&](uint64_t v) { member.localHeaderOffset = v; });
+        return;
+    }
+}
+
 ZipMember readCentralHeader(const uchar* header, QByteArrayView name, DateCache& dates) {
     ZipMember member;
-    const bool utf8Flag = (le16(header + 8) & 0x0800) != 0;
+    const uint16_t flags = le16(header + 8);
+    const bool utf8Flag = (flags & 0x0800) != 0;
+    member.isEncrypted = (flags & 0x0001) != 0;
     // Old Windows tools wrote "\" as the separator. It is replaced only after
     // decoding, so a CP932 trail byte of 0x5C stays part of its character.
     member.path = decodeEntryName(name, utf8Flag).replace(QLatin1Char('\\'), QLatin1Char('/'));
@@ -104,8 +157,8 @@ QString zlibFailure(const char* what, int code) {
            QLatin1Char(')');
 }
 
-ZipArchiveError inflateFailure(int code) {
-    return ZipArchiveError::extractFailed(QString(), zlibFailure("inflate", code));
+ZipArchiveError inflateError(const QString& memberPath, int code) {
+    return ZipArchiveError::extractFailed(memberPath, zlibFailure("inflate", code));
 }
 
 // How much of a member's compressed data is read at a time, and how much
@@ -172,15 +225,17 @@ struct InflateStream {
 // that ends before the deflate stream does fails the same way; a stream
 // that ends early gives what it made. Inflating stops without complaint
 // once maxBytes have been handed on.
-ZipResult<int64_t> inflateMember(CompressedData data, int64_t declaredSize, int64_t maxBytes,
+ZipResult<int64_t> inflateMember(CompressedData data, const ZipMember& member, int64_t maxBytes,
                                  const MemberSink& sink) {
+    const int64_t declaredSize = member.size;
     if (declaredSize == 0 || maxBytes <= 0) {
         return int64_t(0);
     }
+    const auto inflateFailure = [&member](int code) { return inflateError(member.path, code); };
     InflateStream inflater;
     const int init = inflateInit2(&inflater.stream, -MAX_WBITS);
     if (init != Z_OK) {
-        return fail(ZipArchiveError::extractFailed(QString(), zlibFailure("inflateInit", init)));
+        return fail(ZipArchiveError::extractFailed(member.path, zlibFailure("inflateInit", init)));
     }
     inflater.open = true;
     z_stream& stream = inflater.stream;
@@ -225,75 +280,143 @@ ZipResult<int64_t> inflateMember(CompressedData data, int64_t declaredSize, int6
     }
 }
 
-// The central directory and, past its announced end, as much as the last
-// header's name may reach into; never more than directoryReadLimit bytes
-// however large the directory claims to be.
+// The most of a central directory read, however large it claims to be.
 constexpr uint64_t directoryReadLimit = uint64_t(64) << 20;
 
 } // namespace
 
-ZipResult<QList<ZipMember>> parseArchive(const ZipSource& archive) {
-    const QString placeholder = QStringLiteral("/");
-    const auto noEndRecord = [&] {
-        return fail(ZipArchiveError::listFailed(placeholder, QStringLiteral("EOCD not found")));
-    };
-    const auto invalidDirectory = [&] {
-        return fail(
-            ZipArchiveError::listFailed(placeholder, QStringLiteral("Invalid central directory")));
-    };
+namespace {
+
+// Where the central directory stands and how many entries it announces.
+struct DirectoryPlace {
+    uint64_t entryCount = 0;
+    uint64_t size = 0;
+    uint64_t offset = 0;
+};
+
+enum class EndRecords { found, notFound, invalid };
+
+// The ZIP64 end record named by a locator right before the end record. None
+// without a locator; a locator or record that is not where it says, or a
+// record that does not end before its locator, is invalid.
+EndRecords readZip64End(const ZipSource& archive, uint64_t endRecordAt, DirectoryPlace& place) {
+    if (endRecordAt < zip64LocatorSize) {
+        return EndRecords::notFound;
+    }
+    const uint64_t locatorAt = endRecordAt - zip64LocatorSize;
+    const auto locator = archive.read(locatorAt, zip64LocatorSize);
+    const auto* l = locator ? reinterpret_cast<const uchar*>(locator->constData()) : nullptr;
+    if (!l || le32(l) != zip64LocatorSignature) {
+        return EndRecords::notFound;
+    }
+    const uint64_t recordAt = le64(l + 8);
+    if (!fits(recordAt, zip64EndRecordSize, locatorAt)) {
+        return EndRecords::invalid;
+    }
+    const auto record = archive.read(recordAt, zip64EndRecordSize);
+    const auto* r = record ? reinterpret_cast<const uchar*>(record->constData()) : nullptr;
+    if (!r || le32(r) != zip64EndRecordSignature) {
+        return EndRecords::invalid;
+    }
+    place = {le64(r + 32), le64(r + 40), le64(r + 48)};
+    return EndRecords::found;
+}
+
+// The end record, searched in the archive's tail, and the ZIP64 record when
+// the archive has one: its counts, sizes and offsets then stand for the
+// 16- and 32-bit fields of the end record.
+EndRecords findDirectory(const ZipSource& archive, DirectoryPlace& place) {
     const uint64_t fileSize = archive.size();
     const uint64_t tailSize = std::min<uint64_t>(fileSize, endRecordSize + longestComment);
     const auto tail = archive.read(fileSize - tailSize, qsizetype(tailSize));
     const auto endRecord = tail ? findEndRecord(*tail) : std::nullopt;
     if (!endRecord) {
-        return noEndRecord();
+        return EndRecords::notFound;
     }
     const auto* record = reinterpret_cast<const uchar*>(tail->constData()) + *endRecord;
-    const uint16_t entryCount = le16(record + 10);
-    const uint64_t directorySize = le32(record + 12);
-    const uint64_t directoryOffset = le32(record + 16);
-    if (directoryOffset + directorySize > fileSize) {
-        return invalidDirectory();
+    place = {le16(record + 10), le32(record + 12), le32(record + 16)};
+    const EndRecords zip64 =
+        readZip64End(archive, fileSize - tailSize + uint64_t(*endRecord), place);
+    if (zip64 == EndRecords::invalid) {
+        return zip64;
     }
-    if (entryCount == 0) {
-        return QList<ZipMember>();
-    }
-    const uint64_t readSize =
-        std::min({fileSize - directoryOffset, std::min(directorySize, directoryReadLimit) +
-                                                  uint64_t(std::numeric_limits<uint16_t>::max())});
-    const auto directory = archive.read(directoryOffset, qsizetype(readSize));
-    if (!directory) {
-        return invalidDirectory();
-    }
-    const auto* p = reinterpret_cast<const uchar*>(directory->constData());
-    const uint64_t end = std::min(directorySize, directoryReadLimit);
+    return fits(place.offset, place.size, fileSize) ? EndRecords::found : EndRecords::invalid;
+}
+
+// The central headers of the directory bytes, as many as are announced and
+// well formed: a damaged directory ends the listing early with what was good.
+QList<ZipMember> readCentralHeaders(QByteArrayView directory, uint64_t end, uint64_t entryCount) {
+    const auto* p = reinterpret_cast<const uchar*>(directory.data());
+    const auto readSize = uint64_t(directory.size());
     QList<ZipMember> members;
-    members.reserve(std::min<qsizetype>(entryCount, qsizetype(end) / centralHeaderSize));
+    members.reserve(qsizetype(std::min<uint64_t>(entryCount, end / centralHeaderSize)));
     DateCache dates;
     uint64_t pos = 0;
-    // A damaged directory ends the listing early with what was good.
-    for (int entry = 0; entry < entryCount; ++entry) {
+    for (uint64_t entry = 0; entry < entryCount; ++entry) {
         if (pos + centralHeaderSize > end || le32(p + pos) != centralHeaderSignature) {
             break;
         }
         const uchar* header = p + pos;
         const uint64_t nameLength = le16(header + 28);
+        const uint64_t extraLength = le16(header + 30);
         if (pos + centralHeaderSize + nameLength > readSize) {
             break;
         }
         const QByteArrayView name(header + centralHeaderSize, qsizetype(nameLength));
-        members.append(readCentralHeader(header, name, dates));
-        pos += centralHeaderSize + nameLength + le16(header + 30) + le16(header + 32);
+        ZipMember member = readCentralHeader(header, name, dates);
+        if (pos + centralHeaderSize + nameLength + extraLength <= readSize) {
+            readZip64Extra(
+                QByteArrayView(header + centralHeaderSize + nameLength, qsizetype(extraLength)),
+                header, member);
+        }
+        members.append(std::move(member));
+        pos += centralHeaderSize + nameLength + extraLength + le16(header + 32);
     }
     return members;
 }
 
+} // namespace
+
+ZipResult<QList<ZipMember>> parseArchive(const ZipSource& archive) {
+    const QString placeholder = QStringLiteral("/");
+    DirectoryPlace place;
+    switch (findDirectory(archive, place)) {
+    case EndRecords::notFound:
+        return fail(ZipArchiveError::listFailed(placeholder, QStringLiteral("EOCD not found")));
+    case EndRecords::invalid:
+        return fail(
+            ZipArchiveError::listFailed(placeholder, QStringLiteral("Invalid central directory")));
+    case EndRecords::found:
+        break;
+    }
+    if (place.entryCount == 0) {
+        return QList<ZipMember>();
+    }
+    // The directory and, past its announced end (never more than
+    // directoryReadLimit), as much as the last header's name and extra field
+    // may reach into.
+    const uint64_t end = std::min(place.size, directoryReadLimit);
+    const uint64_t readSize =
+        std::min(archive.size() - place.offset, end + 2 * uint64_t(longestComment));
+    const auto directory = archive.read(place.offset, qsizetype(readSize));
+    if (!directory) {
+        return fail(
+            ZipArchiveError::listFailed(placeholder, QStringLiteral("Invalid central directory")));
+    }
+    return readCentralHeaders(*directory, end, place.entryCount);
+}
+
 ZipResult<int64_t> readMember(const ZipSource& archive, const ZipMember& member, int64_t maxBytes,
                               const MemberSink& sink) {
+    if (member.isEncrypted) {
+        return fail(
+            ZipArchiveError::extractFailed(member.path, QStringLiteral("Encrypted member")));
+    }
     const uint64_t fileSize = archive.size();
     const uint64_t offset = member.localHeaderOffset;
-    const auto header =
-        offset + localHeaderSize <= fileSize ? archive.read(offset, localHeaderSize) : std::nullopt;
+    const auto header = fits(offset, localHeaderSize, fileSize)
+                            ? archive.read(offset, localHeaderSize)
+                            : std::nullopt;
     const auto* p = header ? reinterpret_cast<const uchar*>(header->constData()) : nullptr;
     if (!p || le32(p) != localHeaderSignature) {
         return fail(
@@ -303,7 +426,7 @@ ZipResult<int64_t> readMember(const ZipSource& archive, const ZipMember& member,
     // differ from the central directory's.
     const uint64_t start = offset + localHeaderSize + le16(p + 26) + le16(p + 28);
     const uint64_t compressedSize = uint64_t(member.compressedSize);
-    if (start + compressedSize > fileSize) {
+    if (!fits(start, compressedSize, fileSize)) {
         return fail(ZipArchiveError::extractFailed(member.path,
                                                    QStringLiteral("Truncated compressed data")));
     }
@@ -312,7 +435,7 @@ ZipResult<int64_t> readMember(const ZipSource& archive, const ZipMember& member,
     case 0:
         return copyStored(data, member, maxBytes, sink);
     case 8:
-        return inflateMember(data, member.size, maxBytes, sink);
+        return inflateMember(data, member, maxBytes, sink);
     default:
         return fail(ZipArchiveError::extractFailed(
             member.path, QStringLiteral("Unsupported compression method ") +

@@ -16,9 +16,11 @@
 
 // Dorvik's own ZIP reader (PKWARE APPNOTE): lists the members from the
 // central directory, keeps each listing in a process-wide cache keyed by
-// path and modification date, and reads one member. It never writes. There
-// is no ZIP64 and no multi-disk support; only raw inflate comes from zlib.
-// Callable from any thread.
+// path and modification date, and reads one member. It never writes. ZIP64
+// archives (more than 65,535 members, or past 4 GiB) are read through their
+// ZIP64 end records and extra fields; there is no multi-disk support, and
+// encrypted members are listed but refused. Only raw inflate comes from
+// zlib. Callable from any thread.
 //
 // An archive is read with ordinary reads of the parts needed (the end
 // record, the central directory, one member), never mapped into memory: a
@@ -38,6 +40,8 @@ struct ZipMember {
     uint16_t compressionMethod = 0;
     uint64_t localHeaderOffset = 0;
     std::optional<QDateTime> modificationDate;
+    // General-purpose flag bit 0: the data is enciphered and is never read.
+    bool isEncrypted = false;
     bool operator==(const ZipMember&) const = default;
 };
 

@@ -158,6 +158,10 @@ public:
     void syncPreview();
     void toggleAlwaysPreview();
     bool pageAnimatedFrame(int delta);
+    // The frames of the picture at path have been composed: their number
+    // replaces the count the file announced, so that the header, the strip
+    // and paging all go by the frames there are.
+    void noteAnimatedFramesComposed(const QString& path, int count);
     bool stepViewerFile(int delta);
     void noteWindowResized(double width, double height, ResizePhase phase);
     void noteResizeEnded();

@@ -187,6 +187,18 @@ bool AppState::pageAnimatedFrame(int delta) {
     return true;
 }
 
+// A damaged APNG may announce more frames than it holds. Nothing is
+// composed from a file that can't be read at all: its count stays.
+void AppState::noteAnimatedFramesComposed(const QString& path, int count) {
+    if (editorURL != path || viewerKind != ViewerContentKind::preview || !animatedPreviewInfo ||
+        count < 1 || animatedPreviewInfo->frameCount == count) {
+        return;
+    }
+    animatedPreviewInfo->frameCount = count;
+    animatedFrameIndex = ((animatedFrameIndex % count) + count) % count;
+    notifyChanged();
+}
+
 // Walks the left list from the file on show to the next plain file; off
 // either end nothing changes, and there is no wrap.
 bool AppState::stepViewerFile(int delta) {

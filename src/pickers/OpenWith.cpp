@@ -8,7 +8,6 @@
 
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
@@ -25,15 +24,20 @@ namespace OpenWith {
 
 namespace {
 
-// The remembered choices: one JSON object from kind key to a list of paths.
-QJsonObject readStore(const Preferences& preferences) {
-    const QByteArray stored = preferences.dataValue(PreferenceKeys::openWithRecentByExtension);
-    return QJsonDocument::fromJson(stored).object();
+// The remembered choices: a dictionary from kind key to a list of paths.
+// Earlier versions stored it as one JSON text; that is still read, and the
+// next choice replaces it with the dictionary.
+QVariantMap readStore(const Preferences& preferences) {
+    const auto stored = preferences.value(PreferenceKeys::openWithRecentByExtension);
+    if (!stored || stored->typeId() == QMetaType::QVariantMap) {
+        return preferences.mapValue(PreferenceKeys::openWithRecentByExtension);
+    }
+    const QByteArray blob = preferences.dataValue(PreferenceKeys::openWithRecentByExtension);
+    return QJsonDocument::fromJson(blob).object().toVariantMap();
 }
 
-void writeStore(Preferences& preferences, const QJsonObject& store) {
-    preferences.setValue(PreferenceKeys::openWithRecentByExtension,
-                         QJsonDocument(store).toJson(QJsonDocument::Compact));
+void writeStore(Preferences& preferences, const QVariantMap& store) {
+    preferences.setValue(PreferenceKeys::openWithRecentByExtension, store);
 }
 
 QString takeText(char* text) {
@@ -147,8 +151,17 @@ QString kindKey(const QString& path) {
 
 QStringList recentApplications(const Preferences& preferences, const QString& kindKey) {
     QStringList paths;
-    for (const QJsonValue& value : readStore(preferences).value(kindKey).toArray()) {
-        if (value.isString() && !paths.contains(value.toString())) {
+    const QVariant stored = readStore(preferences).value(kindKey);
+    QVariantList items;
+    if (stored.typeId() == QMetaType::QStringList) {
+        for (const QString& path : stored.toStringList()) {
+            items.append(path);
+        }
+    } else {
+        items = stored.toList();
+    }
+    for (const QVariant& value : items) {
+        if (value.typeId() == QMetaType::QString && !paths.contains(value.toString())) {
             paths.append(value.toString());
         }
     }
@@ -160,8 +173,8 @@ void recordChoice(Preferences& preferences, const QString& kindKey, const QStrin
     QStringList paths = recentApplications(preferences, kindKey);
     paths.removeAll(path);
     paths.prepend(path);
-    QJsonObject store = readStore(preferences);
-    store.insert(kindKey, QJsonArray::fromStringList(paths.mid(0, recentLimit)));
+    QVariantMap store = readStore(preferences);
+    store.insert(kindKey, QVariant(paths.mid(0, recentLimit)));
     writeStore(preferences, store);
 }
 

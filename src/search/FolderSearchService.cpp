@@ -2,6 +2,7 @@
 
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "text/TextDecoding.h"
 
 #include <QFile>
 #include <QStringDecoder>
@@ -39,15 +40,27 @@ bool asciiFoldContains(std::string_view haystack, std::string_view needle) {
     return std::search(haystack.begin(), haystack.end(), searcher) != haystack.end();
 }
 
-// Strict UTF-8, else Latin-1, which every byte sequence is. A head cut inside
-// a character fails the strict decoding as well.
-QString decodeHead(QByteArrayView bytes) {
+// Japanese text in a legacy encoding (or UTF-8 whose head ends inside a
+// character) as the VIEWER's own detector reads it, taken as a head.
+bool detectedTextContains(QByteArrayView head, const QString& needle) {
+    const auto decoded = TextDecoding::decode(head, true);
+    return decoded && decoded->text.toLower().contains(needle);
+}
+
+// Strict UTF-8, else Latin-1, which every byte sequence is; and for a needle
+// beyond ASCII, where the bytes are no UTF-8, also the text the encoding
+// detector finds. An ASCII needle is left out of that last step: the legacy
+// decoders make ASCII of ASCII bytes only, which Latin-1 has already seen.
+bool decodedHeadContains(QByteArrayView bytes, const QString& needle, bool asciiNeedle) {
     QStringDecoder utf8(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = utf8.decode(bytes);
+    const QString text = utf8.decode(bytes);
     if (!utf8.hasError()) {
-        return text;
+        return text.toLower().contains(needle);
     }
-    return QString::fromLatin1(bytes.data(), bytes.size());
+    if (QString::fromLatin1(bytes.data(), bytes.size()).toLower().contains(needle)) {
+        return true;
+    }
+    return !asciiNeedle && detectedTextContains(bytes, needle);
 }
 
 // Reads up to limit bytes of an open file that must be a regular file: a
@@ -90,7 +103,7 @@ bool headContains(int fd, const QString& needle, const QByteArray& asciiNeedle, 
             return false;
         }
     }
-    return decodeHead(head).toLower().contains(needle);
+    return decodedHeadContains(head, needle, !asciiNeedle.isEmpty());
 }
 
 bool contentMatchesAt(int dirFd, const char* name, const QString& needle,

@@ -247,6 +247,81 @@ std::optional<QByteArray> encodeLegacy(const QString& text, TextFileEncoding enc
     return out;
 }
 
+// How many bytes the character whose first byte is lead takes, by the
+// structure of each encoding alone.
+qsizetype utf8Length(uchar lead) {
+    if ((lead & 0xE0) == 0xC0) {
+        return 2;
+    }
+    if ((lead & 0xF0) == 0xE0) {
+        return 3;
+    }
+    return (lead & 0xF8) == 0xF0 ? 4 : 1;
+}
+
+qsizetype eucLength(uchar lead) {
+    if (lead == 0x8F) {
+        return 3;
+    }
+    return lead == 0x8E || (lead >= 0xA1 && lead <= 0xFE) ? 2 : 1;
+}
+
+qsizetype shiftJISLength(uchar lead) {
+    return isShiftJISLead(lead) ? 2 : 1;
+}
+
+// The sample without the character its end cuts, read character by
+// character in one encoding. Whether the characters are valid is left to
+// the judgement that follows.
+QByteArrayView withoutCutCharacter(QByteArrayView sample, qsizetype (*length)(uchar)) {
+    const uchar* p = bytesOf(sample);
+    const qsizetype n = sample.size();
+    qsizetype i = 0;
+    while (i < n) {
+        const qsizetype next = i + length(p[i]);
+        if (next > n) {
+            return sample.first(i);
+        }
+        i = next;
+    }
+    return sample;
+}
+
+// The bytes without a last character that their end cuts short: up to three
+// bytes that begin a well-formed UTF-8 character and stop before its end.
+QByteArrayView withoutCutUTF8Character(QByteArrayView bytes) {
+    const qsizetype good = validUTF8Prefix(bytes);
+    const qsizetype rest = bytes.size() - good;
+    if (rest == 0 || rest > 3) {
+        return bytes;
+    }
+    const auto [length, complete] = utf8Character(bytesOf(bytes), bytes.size(), good);
+    if (!complete && length == rest && utf8Shape(uchar(bytes[good])).length > rest) {
+        return bytes.first(good);
+    }
+    return bytes;
+}
+
+// The kind, judged on three readings of the sample: for each encoding, the
+// sample without the character that its end cuts when the buffer goes on
+// past it, or the whole sample when it is the whole buffer.
+EncodingKind guessKind(QByteArrayView utf8, QByteArrayView euc, QByteArrayView sjis) {
+    if (utf8.isEmpty() || isStructurallyUTF8(utf8)) {
+        return EncodingKind::utf8;
+    }
+    const bool eucDecodes = decodeStrict(euc, TextFileEncoding::eucJP).has_value();
+    const bool sjisDecodes = decodeStrict(sjis, TextFileEncoding::cp932).has_value() ||
+                             decodeStrict(sjis, TextFileEncoding::shiftJIS).has_value();
+    if (!eucDecodes && !sjisDecodes) {
+        return EncodingKind::unknown;
+    }
+    if (eucDecodes != sjisDecodes) {
+        return eucDecodes ? EncodingKind::eucJP : EncodingKind::shiftJISFamily;
+    }
+    return scoreAsEUCJP(euc) < scoreAsShiftJIS(sjis) ? EncodingKind::shiftJISFamily
+                                                     : EncodingKind::eucJP;
+}
+
 std::optional<Decoded> tryDecode(QByteArrayView bytes, TextFileEncoding encoding) {
     if (auto text = decodeStrict(bytes, encoding)) {
         return Decoded{std::move(*text), label(encoding)};
@@ -255,9 +330,11 @@ std::optional<Decoded> tryDecode(QByteArrayView bytes, TextFileEncoding encoding
 }
 
 // Where the sample gave no answer, or its answer failed: EUC-JP is tried
-// before the Shift_JIS family on this road.
+// before the Shift_JIS family on this road. A head that ends inside a UTF-8
+// character is judged without that character.
 Result<Decoded, DecodeError> decodeByFallback(QByteArrayView data, bool mayBeTruncated) {
-    if (auto result = tryDecode(data, TextFileEncoding::utf8)) {
+    const QByteArrayView utf8 = mayBeTruncated ? withoutCutUTF8Character(data) : data;
+    if (auto result = tryDecode(utf8, TextFileEncoding::utf8)) {
         return *result;
     }
     const QByteArrayView euc = mayBeTruncated ? trimEUCTail(data) : data;
@@ -272,6 +349,20 @@ Result<Decoded, DecodeError> decodeByFallback(QByteArrayView data, bool mayBeTru
         return *result;
     }
     return fail(DecodeError::failed);
+}
+
+// A head whose sample looks like UTF-8 may still be legacy text whose first
+// Japanese character comes after the sample (an HTML or source file with an
+// English header): EUC-JP and the Shift_JIS family are tried before UTF-8
+// is shown with repair, the last resort.
+Decoded decodeUTF8HeadOrLegacy(QByteArrayView head) {
+    if (auto text = decodeUTF8HeadStrictly(head)) {
+        return Decoded{std::move(*text), label(TextFileEncoding::utf8)};
+    }
+    if (auto result = decodeByFallback(head, true)) {
+        return std::move(*result);
+    }
+    return Decoded{decodeUTF8WithRepair(head), label(TextFileEncoding::utf8)};
 }
 
 } // namespace
@@ -350,10 +441,10 @@ Result<Decoded, DecodeError> decode(QByteArrayView data, bool mayBeTruncated) {
         return Decoded{QString(), label(TextFileEncoding::utf8)};
     }
     const QByteArrayView sample = data.first(std::min(data.size(), sampleSize));
-    switch (guessEncodingKind(sample)) {
+    switch (guessEncodingKind(sample, data.size() > sampleSize)) {
     case EncodingKind::utf8:
         if (mayBeTruncated) {
-            return Decoded{decodeUTF8Head(data), label(TextFileEncoding::utf8)};
+            return decodeUTF8HeadOrLegacy(data);
         }
         if (auto result = tryDecode(data, TextFileEncoding::utf8)) {
             return *result;
@@ -382,21 +473,13 @@ Result<Decoded, DecodeError> decode(QByteArrayView data, bool mayBeTruncated) {
     return decodeByFallback(data, mayBeTruncated);
 }
 
-EncodingKind guessEncodingKind(QByteArrayView sample) {
-    if (sample.isEmpty() || isStructurallyUTF8(sample)) {
-        return EncodingKind::utf8;
+EncodingKind guessEncodingKind(QByteArrayView sample, bool sampleIsCut) {
+    if (!sampleIsCut) {
+        return guessKind(sample, sample, sample);
     }
-    const bool eucDecodes = decodeStrict(sample, TextFileEncoding::eucJP).has_value();
-    const bool sjisDecodes = decodeStrict(sample, TextFileEncoding::cp932).has_value() ||
-                             decodeStrict(sample, TextFileEncoding::shiftJIS).has_value();
-    if (!eucDecodes && !sjisDecodes) {
-        return EncodingKind::unknown;
-    }
-    if (eucDecodes != sjisDecodes) {
-        return eucDecodes ? EncodingKind::eucJP : EncodingKind::shiftJISFamily;
-    }
-    return scoreAsEUCJP(sample) < scoreAsShiftJIS(sample) ? EncodingKind::shiftJISFamily
-                                                          : EncodingKind::eucJP;
+    return guessKind(withoutCutCharacter(sample, utf8Length),
+                     withoutCutCharacter(sample, eucLength),
+                     withoutCutCharacter(sample, shiftJISLength));
 }
 
 // Looser than a validator (overlong forms and surrogates pass) and stricter
@@ -487,6 +570,13 @@ int scoreAsShiftJIS(QByteArrayView bytes) {
 }
 
 QString decodeUTF8Head(QByteArrayView buffer) {
+    if (auto text = decodeUTF8HeadStrictly(buffer)) {
+        return *text;
+    }
+    return decodeUTF8WithRepair(buffer);
+}
+
+std::optional<QString> decodeUTF8HeadStrictly(QByteArrayView buffer) {
     if (isValidUTF8(buffer)) {
         return utf8ToString(buffer);
     }
@@ -496,7 +586,7 @@ QString decodeUTF8Head(QByteArrayView buffer) {
             return utf8ToString(head);
         }
     }
-    return decodeUTF8WithRepair(buffer);
+    return std::nullopt;
 }
 
 // Removes a last byte that could be a lead, without asking whether it is

@@ -30,7 +30,10 @@ enum class EncodingKind { utf8, shiftJISFamily, eucJP, unknown };
 
 // Decides the encoding from the first 4096 bytes and decodes the whole
 // buffer. mayBeTruncated says the buffer may be the head of something longer,
-// so its last bytes may be a cut character.
+// so its last bytes may be a cut character. When the buffer goes on past the
+// 4096 bytes, a character cut by their end counts against no encoding. A
+// head that looks like UTF-8 but is not is tried as EUC-JP and the
+// Shift_JIS family before it is shown with U+FFFD.
 Result<Decoded, DecodeError> decode(QByteArrayView data, bool mayBeTruncated);
 
 // The label of an encoding: "UTF-8", "CP932", "Shift_JIS", "EUC-JP".
@@ -51,11 +54,16 @@ QString decodeUTF8WithRepair(QByteArrayView bytes);
 std::optional<QByteArray> encodedBytes(const QString& text, TextFileEncoding encoding);
 
 // The pieces of detection, exposed for tests.
-EncodingKind guessEncodingKind(QByteArrayView sample);
+// sampleIsCut: the buffer goes on past the sample, so the character its end
+// cuts is left out of the judgement, for each encoding by its own structure.
+EncodingKind guessEncodingKind(QByteArrayView sample, bool sampleIsCut = false);
 bool isStructurallyUTF8(QByteArrayView bytes);
 int scoreAsEUCJP(QByteArrayView bytes);
 int scoreAsShiftJIS(QByteArrayView bytes);
 QString decodeUTF8Head(QByteArrayView buffer);
+// decodeUTF8Head without its repair: nothing when up to three bytes less are
+// still not well-formed UTF-8.
+std::optional<QString> decodeUTF8HeadStrictly(QByteArrayView buffer);
 QByteArrayView trimShiftJISTail(QByteArrayView buffer);
 QByteArrayView trimEUCTail(QByteArrayView buffer);
 

@@ -149,7 +149,7 @@ QList<HeaderBar::Item> EditorPaneView::trailingItems() const {
                               .arg(info->formatLabel)
                               .arg(m_state.animatedFrameIndex + 1)
                               .arg(info->frameCount),
-                          Palette::titleText()});
+                          Palette::titleText(), false, true});
         } else {
             items.append({QStringLiteral("preview"), Palette::dimText()});
         }

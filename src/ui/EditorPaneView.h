@@ -21,6 +21,9 @@ public:
 
     // The centred line of an empty body; empty when a view stands there.
     QString placeholderText() const;
+    // What the header shows on its right: the archive's kind, the frame
+    // indicator or "preview", the size of a cut text.
+    QList<HeaderBar::Item> trailingItems() const;
 
 protected:
     void paintEvent(QPaintEvent* event) override;
@@ -34,7 +37,6 @@ private:
     void placeBody();
     QRect bodyRect() const;
     QList<HeaderBar::Item> leadingItems() const;
-    QList<HeaderBar::Item> trailingItems() const;
 
     AppState& m_state;
     EditorColumnRuler* m_ruler = nullptr;

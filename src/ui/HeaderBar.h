@@ -18,6 +18,8 @@ struct Item {
     QColor color;
     // The one item that gives way when the bar is too narrow, cut at its head.
     bool shrinks = false;
+    // Drawn after the page-flip sign, 6 points apart: the frame indicator.
+    bool pageFlip = false;
 };
 
 // The bar's height for the face: a line and 4 points above and below.

@@ -103,6 +103,7 @@ void StaticImagePreviewView::applyLoaded(const QList<QImage>& frames) {
     m_loading = false;
     m_frames = frames;
     showCurrentFrame();
+    m_state.noteAnimatedFramesComposed(m_path, int(frames.size()));
 }
 
 // The frames actually composed; while they are being made, the count the

@@ -92,4 +92,20 @@ TEST(ArchiveRowsTest, HiddenMembersStayOutUnlessShownAndRowsFollowTheSortWithFol
     EXPECT_EQ(shown.at(1).name, QStringLiteral(".x"));
 }
 
+TEST(ArchiveRowsTest, DotAndDotDotComponentsNeverBecomeRows) {
+    const QList<ArchiveMember> members = {
+        file(QStringLiteral("../x"), 4), file(QStringLiteral("./a/../b/./c.txt"), 5),
+        folder(QStringLiteral("../")), folder(QStringLiteral("./"))};
+    const QList<FileEntry> root = rows(members, QString(), true);
+    EXPECT_EQ(ids(root), (QStringList{"arch-parent:/data/a.tar!", "a/", "../x"}));
+    ASSERT_EQ(root.size(), 3);
+    EXPECT_EQ(root.at(2).name, QStringLiteral("x"));
+    // The file is still read by the path the archive gives it.
+    EXPECT_EQ(root.at(2).zipEntryPath, QStringLiteral("../x"));
+    const QList<FileEntry> inner = rows(members, QStringLiteral("a/b"), true);
+    EXPECT_EQ(ids(inner), (QStringList{"arch-parent:/data/a.tar!a/b/", "./a/../b/./c.txt"}));
+    ASSERT_EQ(inner.size(), 2);
+    EXPECT_EQ(inner.at(1).name, QStringLiteral("c.txt"));
+}
+
 } // namespace

@@ -154,4 +154,18 @@ TEST_F(LhaArchiveTest, HostileNamesNeverLeadOutOfTheExtractionFolder) {
     EXPECT_FALSE(QFile::exists(QStringLiteral("/etc/dorvik-abs")));
 }
 
+TEST_F(LhaArchiveTest, FoldersListAsFoldersAndLhaPrintsMembersWithoutItsBanner) {
+    dir.makeFolder(QStringLiteral("src/empty"));
+    dir.makeFile(QStringLiteral("src/n.txt"), "abc");
+    const QString archive = dir.filePath(QStringLiteral("folders.lzh"));
+    run(dir.filePath("src"), "lha", {"a", archive, "empty", "n.txt"});
+    const auto members = ArchiveService::listMembers(archive);
+    ASSERT_TRUE(members) << members.error().description().toStdString();
+    EXPECT_EQ(*members, (QList<ArchiveMember>{{QStringLiteral("empty/"), true, 0, std::nullopt},
+                                              {QStringLiteral("n.txt"), false, 3, std::nullopt}}));
+    // What the fallback without unar reads from `lha p`.
+    EXPECT_EQ(ArchiveToolOutput::lhaPrintedMember(run(dir.path(), "lha", {"p", archive, "n.txt"})),
+              "abc");
+}
+
 } // namespace

@@ -53,11 +53,13 @@ TEST_F(TarArchiveTest, MembersStoredWithDotSlashListWithoutItAndAreFoundByTheRet
         // A leading "/" or "./" in the asked path is normalised away first.
         EXPECT_EQ(extracted(archive, "/./a.txt"), "alpha");
 
-        // A missing member reports tar's own words about the last try.
+        // A missing member reports tar's own words about the last try, as a
+        // failure to read that member.
         const auto missing = ArchiveService::extractMemberData(archive, "nothere");
         ASSERT_FALSE(missing);
-        EXPECT_EQ(missing.error().kind, ArchiveError::Kind::listFailed);
-        EXPECT_TRUE(missing.error().description().startsWith("Cannot list archive: "));
+        EXPECT_EQ(missing.error().kind, ArchiveError::Kind::extractFailed);
+        EXPECT_TRUE(missing.error().description().startsWith("Cannot read nothere: "))
+            << missing.error().description().toStdString();
         EXPECT_TRUE(missing.error().reason.contains("./nothere"))
             << missing.error().reason.toStdString();
     }

@@ -72,6 +72,44 @@ TEST(ToolOutputTest, LsarJsonShapes) {
     }
 }
 
+TEST(ToolOutputTest, LsarFlagsAndNumbersReadAsBooleansNumbersOrTexts) {
+    // lsar 1.10 prints "XADIsDirectory": 1 for LHA folders.
+    const auto listing = parseLsarJson(R"({"lsarContents":[
+      {"XADFileName":"empty","XADIsDirectory":1,"XADFileSize":0,"XADIndex":0},
+      {"XADFileName":"flagged","XADIsDirectory":true},
+      {"XADFileName":"file","XADIsDirectory":0,"XADFileSize":"12","XADIndex":"7"},
+      {"XADFileName":"inner.lzh","XADIsArchive":1},
+      {"XADFileName":"plain","XADIsDirectory":false,"XADIsArchive":0,"XADFileSize":3}
+     ]})",
+                                       QStringLiteral("cp932"));
+    ASSERT_TRUE(listing);
+    const QList<ArchiveMember> expected = {{QStringLiteral("empty/"), true, 0, std::nullopt},
+                                           {QStringLiteral("flagged/"), true, 0, std::nullopt},
+                                           {QStringLiteral("file"), false, 12, std::nullopt},
+                                           {QStringLiteral("plain"), false, 3, std::nullopt}};
+    EXPECT_EQ(membersFromLsar(*listing), expected);
+    EXPECT_EQ(listing->entries.at(2).index, 7);
+}
+
+TEST(ToolOutputTest, TheBannerLhaPrintsBeforeAMemberIsNotPartOfIt) {
+    const struct {
+        QByteArray printed;
+        QByteArray member;
+    } cases[] = {
+        // As the lha installed here prints one member, and an empty one.
+        {"::::::::\nn.txt\n::::::::\nabc", "abc"},
+        {"::::::::\ne.txt\n::::::::\n", ""},
+        // Two members of the same name: only the first.
+        {"::::::::\nd/a\n::::::::\nhi\n::::::::\nd/a\n::::::::\nhi again\n", "hi\n"},
+        // Bytes that only look like a banner are the member's.
+        {"::::::::\nno second rule\n", "::::::::\nno second rule\n"},
+        {"plain bytes", "plain bytes"},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(lhaPrintedMember(c.printed), c.member) << c.printed.toStdString();
+    }
+}
+
 TEST(ToolOutputTest, PlausibleNames) {
     const std::pair<QString, bool> cases[] = {
         {QStringLiteral("plain\r\nname.txt"), true},

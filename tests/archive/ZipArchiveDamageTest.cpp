@@ -123,7 +123,7 @@ TEST(ZipDamage, LyingSizesHeadersAndDataFailWithTheirReasons) {
         {"true sizes", zip, "b.txt", deflatable},
         // Announced smaller than it inflates to: no cut result, an error.
         {"smaller size", patched(zip, b + 24, 4, 1000), "b.txt",
-         "Cannot read  from ZIP: inflate failed (-5)"},
+         "Cannot read b.txt from ZIP: inflate failed (-5)"},
         // Announced larger: what inflates comes back, without complaint.
         {"larger size", patched(zip, b + 24, 4, uint32_t(deflatable.size() * 3)), "b.txt",
          deflatable},
@@ -137,7 +137,8 @@ TEST(ZipDamage, LyingSizesHeadersAndDataFailWithTheirReasons) {
          "Cannot read b.txt from ZIP: Unsupported compression method 12"},
         // A deflated member of declared size 0 is empty without inflating.
         {"size 0", patched(zip, b + 24, 4, 0), "b.txt", ""},
-        {"corrupt deflate data", corrupt, "b.txt", "Cannot read  from ZIP: inflate failed (-3)"},
+        {"corrupt deflate data", corrupt, "b.txt",
+         "Cannot read b.txt from ZIP: inflate failed (-3)"},
         {"stored member beside corrupt data", corrupt, "a.txt", "stored bytes"},
     };
     int serial = 0;

@@ -219,6 +219,34 @@ TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
     EXPECT_EQ(OpenWith::recentApplications(preferences, "md"), QStringList{"/apps/md.desktop"});
 }
 
+TEST_F(OpenWithTest, ChoicesAreStoredAsADictionaryAndTheOldJsonTextIsReadOnce) {
+    const QString key = PreferenceKeys::openWithRecentByExtension;
+    // As earlier versions left it: one JSON text.
+    preferences.setValue(key,
+                         QByteArray(R"({"txt":["/apps/old.desktop"],"/":["/apps/f.desktop"]})"));
+    EXPECT_EQ(OpenWith::recentApplications(preferences, "txt"), QStringList{"/apps/old.desktop"});
+    OpenWith::recordChoice(preferences, "md", "/apps/md.desktop");
+    const auto stored = preferences.value(key);
+    ASSERT_TRUE(stored);
+    ASSERT_EQ(stored->typeId(), QMetaType::QVariantMap);
+    const QVariantMap map = stored->toMap();
+    EXPECT_EQ(map.keys(), (QStringList{"/", "md", "txt"}));
+    EXPECT_EQ(map.value("txt").toStringList(), QStringList{"/apps/old.desktop"});
+    EXPECT_EQ(map.value("md").toStringList(), QStringList{"/apps/md.desktop"});
+
+    // The dictionary survives the settings file.
+    const QString ini = dir.filePath("settings.ini");
+    {
+        SettingsPreferences file(ini);
+        OpenWith::recordChoice(file, ".", "/apps/a.desktop");
+        OpenWith::recordChoice(file, ".", "/apps/b.desktop");
+    }
+    SettingsPreferences reopened(ini);
+    EXPECT_EQ(reopened.value(key)->typeId(), QMetaType::QVariantMap);
+    EXPECT_EQ(OpenWith::recentApplications(reopened, "."),
+              (QStringList{"/apps/b.desktop", "/apps/a.desktop"}));
+}
+
 TEST_F(OpenWithTest, OneApplicationOpensAtOnceAndIsRemembered) {
     // A folder goes to the applications that open folders, under "/"; a name
     // without an extension is filed under ".".

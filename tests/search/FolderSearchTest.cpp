@@ -3,8 +3,10 @@
 #include "search/FolderSearchService.h"
 #include "core/Background.h"
 #include "support/TestDir.h"
+#include "text/TextDecoding.h"
 
 #include <QFile>
+#include <QFileInfo>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
@@ -126,6 +128,32 @@ TEST_F(FolderSearchTest, ContentIsSearchedInTheHeadOfFilesOnly) {
     EXPECT_TRUE(FolderSearchService::contentContains(dir.filePath("latin1.txt"), "café", head));
 }
 
+TEST_F(FolderSearchTest, JapaneseIsFoundInLegacyEncodingsAndInACutUTF8Head) {
+    const int64_t head = 524288;
+    const QString novel = QString::fromUtf8("吾輩は猫である。名前はまだ無い。\n");
+    const QString other = QString::fromUtf8("どこで生れたかとんと見当がつかぬ。\n");
+    const auto in = [](TextFileEncoding encoding, const QString& text) {
+        return TextDecoding::encodedBytes(text, encoding).value();
+    };
+    dir.makeFile("euc.txt", in(TextFileEncoding::eucJP, novel));
+    dir.makeFile("sjis.txt", "<html lang=\"ja\">\n" + in(TextFileEncoding::shiftJIS, novel));
+    dir.makeFile("other-euc.txt", in(TextFileEncoding::eucJP, other));
+    dir.makeFile("other-sjis.txt", in(TextFileEncoding::shiftJIS, other));
+    // 1 + 3n bytes: the 512 KiB head ends after the first byte of a character.
+    dir.makeFile("utf8-cut.txt", "#" + (novel + other.repeated(12000)).toUtf8());
+    ASSERT_GT(QFileInfo(dir.filePath("utf8-cut.txt")).size(), head);
+    dir.makeFile("late-euc.txt", QByteArray(head, ' ') + in(TextFileEncoding::eucJP, novel));
+    dir.makeFile("binary.bin", QByteArray("\x00\x80\xFF\xFE\x01\xA0\xFD", 7).repeated(100));
+    const auto hits =
+        scan(QString::fromUtf8("吾輩"), {}, {}, FolderSearchMatchMode::includeContent).hits;
+    EXPECT_EQ(paths(hits), (QStringList{"euc.txt", "sjis.txt", "utf8-cut.txt"}));
+    // Latin-1 still finds what it found, also for a needle beyond ASCII.
+    EXPECT_TRUE(FolderSearchService::contentContains(dir.filePath("sjis.txt"), "lang", head));
+    dir.makeFile("latin1.txt", "\xe9t\xe9 \xff");
+    EXPECT_TRUE(FolderSearchService::contentContains(dir.filePath("latin1.txt"),
+                                                     QString::fromUtf8("été"), head));
+}
+
 TEST_F(FolderSearchTest, FoldersAreNeverContentTestedButAreDescended) {
     // A folder named like nothing, holding a file whose content matches.
     dir.makeFile("outer/inner/file.txt", "the word zebra");
@@ -225,6 +253,19 @@ TEST_F(FolderSearchServiceTest, CancelLeavesNoLateResults) {
     EXPECT_TRUE(service.results().isEmpty());
     EXPECT_EQ(service.scannedCount(), 0);
     EXPECT_FALSE(service.isSearching());
+
+    // The walk itself stops at the item after the cancel, of 1,200.
+    const auto request = FolderSearchService::makeRequest(
+        "x", dir.path(), FolderSearchMatchMode::nameOnly, {}, {}, FolderSearchSort::name, false);
+    ASSERT_TRUE(request);
+    int asked = 0;
+    QList<int> reported;
+    const auto outcome = FolderSearchService::scan(
+        *request, [&asked] { return ++asked > 100; }, [&reported](int n) { reported << n; });
+    EXPECT_EQ(outcome.visited, 100);
+    EXPECT_EQ(asked, 101);
+    EXPECT_EQ(reported, QList<int>({64, 100}));
+    EXPECT_LE(outcome.hits.size(), 100);
 }
 
 TEST_F(FolderSearchServiceTest, ABlankStartClearsAtOnceAndOldResultsStayWhileSearching) {

@@ -5,7 +5,6 @@
 #include "dialogs/DosDialog.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
-#include "text/TextDecoding.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -34,8 +33,8 @@ QByteArray readBytes(const QString& path) {
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(unreadable)");
 }
 
-QByteArray encoded(const QString& text, TextFileEncoding encoding) {
-    return TextDecoding::encodedBytes(text, encoding).value_or(QByteArray("(no bytes)"));
+QByteArray hex(const char* digits) {
+    return QByteArray::fromHex(digits);
 }
 
 class EditorTest : public ::testing::Test {
@@ -122,31 +121,73 @@ TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
     EXPECT_NE(t.rightMode, RightPaneMode::editor);
 }
 
+// The bytes are written out: each file as read, and as saved with "終"
+// (UTF-8 E7 B5 82, CP932 and Shift_JIS 8F 49, EUC-JP BD AA) added.
 TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
-    const QString japanese = QStringLiteral("日本語のテキストです。カタカナとひらがな、漢字。\n");
+    const QString japanese = QStringLiteral("日本語です。\n");
     const struct {
         const char* name;
-        TextFileEncoding read;
+        QByteArray read;
         const char* label;
-        TextFileEncoding saved;
+        bool labelAsRead;
+        QByteArray saved;
         QString text;
     } cases[] = {
         // A byte order mark stays the first character and is written back.
-        {"bom.txt", TextFileEncoding::utf8, "UTF-8", TextFileEncoding::utf8,
+        {"bom.txt",
+         hex("efbbbf"
+             "6162630a"),
+         "UTF-8", true,
+         hex("efbbbf"
+             "6162630a"
+             "e7b582"),
          QStringLiteral("\uFEFFabc\n")},
-        {"cp932.txt", TextFileEncoding::cp932, "CP932", TextFileEncoding::cp932, japanese},
-        {"euc.txt", TextFileEncoding::eucJP, "EUC-JP", TextFileEncoding::eucJP, japanese},
-        // Read as CP932, saved by the label in strict Shift_JIS.
-        {"sjis.txt", TextFileEncoding::cp932, "Shift_JIS", TextFileEncoding::shiftJIS,
+        {"cp932.txt",
+         hex("93fa967b8cea"
+             "82c582b78142"
+             "0a"),
+         "CP932", true,
+         hex("93fa967b8cea"
+             "82c582b78142"
+             "0a"
+             "8f49"),
+         japanese},
+        {"euc.txt",
+         hex("c6fccbdcb8ec"
+             "a4c7a4b9a1a3"
+             "0a"),
+         "EUC-JP", true,
+         hex("c6fccbdcb8ec"
+             "a4c7a4b9a1a3"
+             "0a"
+             "bdaa"),
+         japanese},
+        // Read as CP932, saved by the label in strict Shift_JIS: 半角 94BC 8A70,
+        // ｶﾅ B6 C5, と 82C6, 全角 9153 8A70, カナ 834A 8369.
+        {"sjis.txt",
+         hex("94bc8a70"
+             "b6c5"
+             "82c6"
+             "91538a70"
+             "834a8369"
+             "0a"),
+         "Shift_JIS", false,
+         hex("94bc8a70"
+             "b6c5"
+             "82c6"
+             "91538a70"
+             "834a8369"
+             "0a"
+             "8f49"),
          QStringLiteral("半角ｶﾅと全角カナ\n")},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        const QString path = dir.makeFile(c.name, encoded(c.text, c.read));
+        const QString path = dir.makeFile(c.name, c.read);
         AppState& s = listedAt(c.name);
         s.enterEditor();
         EXPECT_EQ(s.editorText, c.text);
-        if (c.read == c.saved) {
+        if (c.labelAsRead) {
             EXPECT_EQ(s.textEncodingLabel, QString::fromLatin1(c.label));
         }
         s.textEncodingLabel = QString::fromLatin1(c.label);
@@ -155,13 +196,18 @@ TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
         s.saveEditor();
         EXPECT_FALSE(s.errorMessage);
         EXPECT_FALSE(s.isDirty);
-        EXPECT_EQ(readBytes(path), encoded(c.text + QStringLiteral("終"), c.saved));
+        EXPECT_EQ(readBytes(path), c.saved);
     }
 }
 
 TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLabel) {
     const QString text = QStringLiteral("日本語のテキストです。\n");
-    dir.makeFile(QStringLiteral("pick.txt"), encoded(text, TextFileEncoding::cp932));
+    // The text in CP932.
+    dir.makeFile(QStringLiteral("pick.txt"), hex("93fa967b8cea"
+                                                 "82cc"
+                                                 "8365834c83588367"
+                                                 "82c582b78142"
+                                                 "0a"));
     AppState& s = listedAt(QStringLiteral("pick.txt"));
     s.textEncodingLabel = QStringLiteral("UTF-8");
     s.showEncodingPicker();

@@ -26,6 +26,7 @@ TEST(TextDecoding, BuffersWholeAndCutGetTheirLabelOrFail) {
     const QByteArray binary("\x00\x80\xFF\xFE\x01\xA0\xFD", 7);
     const QByteArray damaged = sample + "\xFF\xFF\xFF\xFF" + "b";
     const QByteArray leadLikeTrail = in(TextFileEncoding::cp932, u("日本＝"));
+    const QString endsInMaru = japanese.repeated(2).chopped(1); // "。" is E3 80 82
     const struct {
         const char* what;
         QByteArray bytes;
@@ -50,15 +51,19 @@ TEST(TextDecoding, BuffersWholeAndCutGetTheirLabelOrFail) {
         // An ASCII sample says UTF-8; the fallback finds CP932 for the whole buffer.
         {"CP932 after an ASCII sample", sample + in(TextFileEncoding::cp932, u("日本")), false,
          "CP932", QString(4096, 'a') + u("日本")},
-        // The sample ends inside "あ" (E3 81 | 82): E3 81 is one CP932 character.
-        // 82 0A is no CP932 pair, so the fallback finds UTF-8...
-        {"UTF-8 cut by the sample", sample.left(4094) + u("あ\n").toUtf8(), false, "UTF-8", {}},
-        // ...while 82 E3 | 81 84 are CP932 pairs, so it is shown as CP932.
-        {"UTF-8 cut by the sample, CP932 pairs",
-         sample.left(4094) + u("あい").toUtf8(),
-         false,
-         "CP932",
-         {}},
+        // The sample ends inside "あ" (E3 81 | 82). The buffer goes on, so
+        // the cut character counts against no encoding: the sample is ASCII,
+        // and 82 E3 81 84 are no longer read as CP932 pairs.
+        {"UTF-8 cut by the sample", sample.left(4094) + u("あ\n").toUtf8(), false, "UTF-8",
+         QString(4094, 'a') + u("あ\n")},
+        {"UTF-8 cut by the sample, CP932 pairs", sample.left(4094) + u("あい").toUtf8(), false,
+         "UTF-8", QString(4094, 'a') + u("あい")},
+        // A head no longer than the sample: the fallback's UTF-8 step drops
+        // the cut last character (no encoding accepts these bytes otherwise).
+        {"short UTF-8 head cut after one byte", endsInMaru.toUtf8().chopped(2), true, "UTF-8",
+         endsInMaru.chopped(1)},
+        {"short UTF-8 head cut after two bytes", endsInMaru.toUtf8().chopped(1), true, "UTF-8",
+         endsInMaru.chopped(1)},
         // Heads cut inside a character lose only that character.
         {"UTF-8 cut head", sample + "\xE3\x81", true, "UTF-8", QString(4096, 'a')},
         {"CP932 cut head", in(TextFileEncoding::cp932, japanese) + "\x93", true, "CP932", japanese},
@@ -141,4 +146,63 @@ TEST(TextDecoding, TailTrimsLookOnlyAtTheLastBytes) {
     for (const auto& [bytes, trimmed] : euc) {
         EXPECT_EQ(trimEUCTail(bytes), trimmed) << bytes.toHex().toStdString();
     }
+}
+
+// A head of 64 KiB, as the viewer reads, of a 300 KB UTF-8 novel: with 0, 1
+// or 2 ASCII bytes in front, the 4096-byte sample and the head end at each
+// place inside the three bytes of a character.
+TEST(TextDecoding, BigUTF8HeadsAreUTF8AtEveryAlignment) {
+    const QString novel = u("吾輩は猫である。名前はまだ無い。どこで生れたかとんと見当がつかぬ。\n");
+    const QString body = novel.repeated(300 * 1000 / novel.toUtf8().size() + 1);
+    for (int shift = 0; shift < 3; ++shift) {
+        SCOPED_TRACE(shift);
+        const QByteArray file = QByteArray(shift, '#') + body.toUtf8();
+        ASSERT_GT(file.size(), 300000);
+        const QByteArray head = file.first(65536);
+        const auto result = TextDecoding::decode(head, true);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->label, "UTF-8");
+        // Only the character cut by the head's end is lost.
+        const QString expected = QString::fromUtf8(head);
+        EXPECT_EQ(result->text, expected.left(expected.indexOf(QChar(u'\uFFFD'))));
+        EXPECT_FALSE(result->text.contains(QChar(u'\uFFFD')));
+        // The sample's cut character counts against UTF-8 for no kind of buffer.
+        EXPECT_EQ(TextDecoding::guessEncodingKind(head.first(4096), true), EncodingKind::utf8);
+    }
+}
+
+// HTML or source with an English header: the sample is ASCII, the Japanese
+// comes later. As a head (cut inside a character) it is read in its own
+// encoding, not as UTF-8 with U+FFFD; UTF-8 with repair is left for a head
+// no encoding accepts.
+TEST(TextDecoding, LegacyHeadsBehindAnAsciiSampleAreReadInTheirEncoding) {
+    const QByteArray header =
+        QByteArray("<!-- an English header of plain ASCII -->\n").repeated(120);
+    ASSERT_GT(header.size(), 4096);
+    const QString text = japanese.repeated(200);
+    const struct {
+        TextFileEncoding encoding;
+        const char* label;
+    } cases[] = {{TextFileEncoding::shiftJIS, "CP932"}, {TextFileEncoding::eucJP, "EUC-JP"}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.label);
+        const QByteArray file = header + in(c.encoding, text);
+        // Cut after one byte of a two-byte character: the head drops it.
+        qsizetype cut = header.size() + 5000;
+        ASSERT_LT(cut, file.size());
+        while (uchar(file[cut]) < 0x80 ||
+               !TextDecoding::decodeStrict(file.first(cut), c.encoding)) {
+            --cut;
+        }
+        const QByteArray head = file.first(cut + 1);
+        const auto result = TextDecoding::decode(head, true);
+        ASSERT_TRUE(result);
+        EXPECT_EQ(result->label, c.label);
+        EXPECT_EQ(result->text, TextDecoding::decodeStrict(file.first(cut), c.encoding).value());
+        // Whole files keep their road: the fallback finds the same.
+        EXPECT_EQ(TextDecoding::decode(file, false)->label, c.label);
+    }
+    const QByteArray damaged = header + "\xFF\xFE ascii";
+    EXPECT_EQ(TextDecoding::decode(damaged, true)->text,
+              QString::fromLatin1(header) + u("\uFFFD\uFFFD ascii"));
 }

@@ -6,8 +6,12 @@
 #include "ScreenTestSupport.h"
 #include "core/Background.h"
 #include "preview/AnimatedImageSupport.h"
+#include "ui/EditorPaneView.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/GeneralPreviewView.h"
+#include "ui/HeaderBar.h"
+#include "ui/ScreenFont.h"
+#include "ui/ScreenText.h"
 #include "ui/StaticImagePreviewView.h"
 #include "ui/StillImagePreviewView.h"
 #include "ui/VideoPreviewView.h"
@@ -108,6 +112,80 @@ TEST_F(PreviewViewsTest, AnAnimatedPictureIsPagedFromItsStripAndWraps) {
     QApplication::processEvents();
     EXPECT_EQ(paged->positionText(), "1/2");
     EXPECT_EQ(body.currentView(), paged) << "paging does not rebuild the view";
+}
+
+void putBigEndian(QByteArray& bytes, qsizetype at, quint32 value) {
+    for (int k = 0; k < 4; ++k) {
+        bytes[at + k] = char(value >> (24 - 8 * k));
+    }
+}
+
+// The CRC-32 of the PNG standard, bit by bit.
+quint32 pngCrc(QByteArrayView bytes) {
+    quint32 crc = 0xFFFFFFFF;
+    for (const char byte : bytes) {
+        crc ^= uchar(byte);
+        for (int bit = 0; bit < 8; ++bit) {
+            crc = (crc & 1) ? (crc >> 1) ^ 0xEDB88320 : crc >> 1;
+        }
+    }
+    return ~crc;
+}
+
+// A two-frame APNG whose acTL announces five: the header, the strip and
+// paging all go by the two there are, and the header marks the frame
+// indicator with the page-flip sign.
+TEST_F(PreviewViewsTest, TheHeaderAndTheStripAgreeOnTheFramesOfADamagedAPNG) {
+    QFile source(writeAPNG());
+    ASSERT_TRUE(source.open(QIODevice::ReadOnly));
+    QByteArray png = source.readAll();
+    const qsizetype actl = png.indexOf("acTL");
+    ASSERT_GT(actl, 0);
+    putBigEndian(png, actl + 4, 5);
+    putBigEndian(png, actl + 12, pngCrc(QByteArrayView(png).sliced(actl, 12)));
+    const QString path = dir.makeFile("lying.png", png);
+    ASSERT_EQ(AnimatedImageSupport::animatedImageInfo(path)->frameCount, 5);
+
+    EditorPaneView pane(*state);
+    pane.resize(600, 300);
+    pane.show();
+    preview(path);
+    auto* paged = pane.findChild<StaticImagePreviewView*>();
+    ASSERT_NE(paged, nullptr);
+    ASSERT_TRUE(waitFor([&] { return !paged->isLoading(); }));
+    const auto indicator = [&] { return pane.trailingItems().last(); };
+    EXPECT_EQ(indicator().text, "APNG 1/2");
+    EXPECT_TRUE(indicator().pageFlip);
+    EXPECT_EQ(paged->positionText(), "1/2");
+
+    state->focusedSide = PaneSide::right;
+    for (const char* position : {"2/2", "1/2", "2/2"}) {
+        ASSERT_TRUE(state->pageAnimatedFrame(+1));
+        QApplication::processEvents();
+        EXPECT_EQ(indicator().text, QStringLiteral("APNG ") + position);
+        EXPECT_EQ(paged->positionText(), position);
+    }
+}
+
+TEST_F(PreviewViewsTest, TheFrameIndicatorIsDrawnAfterThePageFlipSign) {
+    const ScreenText text(ScreenFont::font(13));
+    const QRectF bar(0, 0, 400, HeaderBar::height(text));
+    const auto drawn = [&](bool pageFlip) {
+        QImage image(bar.size().toSize(), QImage::Format_RGB32);
+        image.fill(Qt::black);
+        QPainter painter(&image);
+        HeaderBar::paint(painter, bar, text, false, {},
+                         {{QStringLiteral("APNG 1/2"), Qt::white, false, pageFlip}});
+        return image;
+    };
+    // Left of where the right-aligned text begins (8 points of padding).
+    const double textLeft = bar.right() - 8 - text.width(QStringLiteral("APNG 1/2"));
+    const QRect beforeText(0, 0, int(textLeft) - 1, int(bar.height()));
+    EXPECT_EQ(countColor(drawn(false), beforeText, Qt::white), 0);
+    EXPECT_GT(countColor(drawn(true), beforeText, Qt::white), 0);
+    const QRect textArea(int(textLeft) + 1, 0, int(bar.right() - textLeft) - 1, int(bar.height()));
+    EXPECT_EQ(countColor(drawn(true), textArea, Qt::white),
+              countColor(drawn(false), textArea, Qt::white));
 }
 
 TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPictureAndJunkSaysItCannotBeRead) {
