@@ -15,6 +15,7 @@
 #include <QStringList>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -68,6 +69,8 @@ public:
         Stage stage = Confirm{};
         bool applyOverwriteAll = false;
         bool applySkipAll = false;
+        // Items carried so far, for the report of a batch that Esc stopped.
+        int carried = 0;
         bool operator==(const PendingCopyMove&) const = default;
     };
 
@@ -218,6 +221,10 @@ public:
     // After file work: the visible filer panes reloaded, the trees refreshed,
     // the VIEWER aligned.
     void finishFileOperation();
+
+    // Esc while a file job runs: it ends after the item under way
+    // (FileJobCommands.cpp).
+    void stopFileOperation();
 
     // --- Delete (DeleteCommands.cpp)
     QStringList deleteTargets(DeleteKind kind) const;
@@ -469,12 +476,19 @@ public:
     std::optional<PendingCopyMove> pendingCopyMove;
     QString lastCopyMoveDestinationPath;
 
-    // Set while one item of a copy or move runs on a worker thread: every key
-    // is swallowed and no dialog stands meanwhile.
+    // Set while an item of a copy or move, or a delete or attribute job, runs
+    // on a worker thread: keys wait but for Esc, which stops the job, and the
+    // menu shortcuts; no dialog stands meanwhile.
     bool isFileOperationRunning = false;
-    // What the status line shows of an item that runs longer than half a
-    // second: its name and the bytes done of all; empty otherwise.
+    // What the status line shows of a job that runs longer than half a
+    // second: an item's name and the bytes done of all, or the count of items
+    // done of all; empty otherwise.
     QString fileOperationProgressText;
+    // The running job's stop request: Esc sets it, the worker reads it
+    // between items and a copy between stretches of bytes.
+    std::shared_ptr<std::atomic<bool>> fileJobStop;
+    // What a job that Esc stopped got done, for the STOPPED dialog.
+    std::optional<QString> fileJobStopReport;
 
     // --- Dialogs
     bool pendingQuit = false;

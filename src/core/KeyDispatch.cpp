@@ -85,13 +85,17 @@ KeyPress::KeyPress(const KeyEvent& keyEvent)
 }
 
 bool AppState::handleKeyDown(const KeyEvent& event) {
-    // Nothing can be cancelled once an item of a copy or move is under way.
-    if (isFileOperationRunning) {
-        return true;
-    }
     // Command keys belong to the menus and the text fields, in every mode.
     if (event.has(KeyModifier::command)) {
         return false;
+    }
+    // While a file job runs, Esc stops it after the item under way and every
+    // other key is taken without acting.
+    if (isFileOperationRunning) {
+        if (event.keyCode == KeyCode::escape) {
+            stopFileOperation();
+        }
+        return true;
     }
     const KeyPress press(event);
     if (isShiftKeyDown != press.shiftOnly) {

@@ -73,9 +73,15 @@ FsResult<QString> renameItem(const QString& url, const QString& newName);
 // --- Copying and moving (CopyMove.cpp)
 
 // Bytes carried so far by a running copy, read by another thread for the
-// progress text. Folders, links and empty files add nothing.
+// progress text. Folders, links and empty files add nothing. A stop asked
+// for by another thread ends the copy before its next stretch of bytes: the
+// half made copy is removed as after any failure, and the item fails as
+// stopped.
 struct CopyProgress {
     std::atomic<int64_t> bytesDone{0};
+    // The job's stop request, when it can be stopped; it outlives the copy.
+    const std::atomic<bool>* stop = nullptr;
+    bool isStopRequested() const { return stop && stop->load(std::memory_order_relaxed); }
 };
 
 // Where an item lands inside a folder: the folder with the item's name, standardized.
