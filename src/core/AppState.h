@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Background.h"
+#include "core/FreeSpaceCache.h"
 #include "core/KeyEvent.h"
 #include "core/Model.h"
 #include "core/Overlay.h"
@@ -232,6 +233,12 @@ public:
 
     // --- Directory watching (PaneWatchingCommands.cpp)
     void watchPaneFolder(PaneSide side);
+
+    // --- Free space (FreeSpaceCommands.cpp): reads the volume of the pane's
+    // folder on a worker thread into freeSpace, and keeps refreshing the
+    // visible panes' volumes every few seconds.
+    void refreshFreeSpace(PaneSide side);
+    FreeSpaceCache freeSpace;
 
     // --- Commands the keys reach
     // DOS dialog

@@ -165,10 +165,20 @@ struct MountRecord {
     bool operator==(const MountRecord&) const = default;
 };
 // The disks a user would name: the root first, then by name. Never fails; the
-// list always holds a root.
+// list always holds a root. Reads the mount table and looks into the media
+// folders, which can hang on a dead mount: call it on a worker thread.
 QList<MountedVolume> mountedVolumes();
+// The mounts of a table in the form of /proc/self/mountinfo, without names.
+QList<MountRecord> parseMountTable(const QByteArray& mountInfo);
+// The name of a share in the desktop's GVfs folder, whose folder names read
+// "smb-share:server=nas,share=music": "music on nas", or the host alone;
+// other names stay as they are.
+QString gvfsShareName(const QString& folderName);
 // The same from given sources: mount records, and the folders whose children
-// are media mounts (such as /media/$USER).
+// are media mounts or remote shares (such as /media/$USER and the desktop's
+// /run/user/UID/gvfs). Real disks count in the usual places of a user's
+// disks, one row per device; network and user FUSE mounts count wherever the
+// system keeps none of its own.
 QList<MountedVolume> collectVolumes(const QList<MountRecord>& mounts,
                                     const QStringList& mediaFolders);
 
