@@ -346,6 +346,9 @@ public:
     void treeStepLeft();
     void treeStepRight();
     void refreshTreeSessions();
+    // Asks a worker thread whether the folders of the open trees' new rows
+    // have subfolders (search/TreeSubfolderCommands.cpp).
+    void askTreeSubfolders();
     void treeOpenFilter(PaneSide side);
     void treeApplyFilter(PaneSide side);
     void treeCloseFilterKeepingRow(PaneSide side);
