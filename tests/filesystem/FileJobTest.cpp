@@ -140,6 +140,7 @@ TEST_F(FileJobFlow, EscDuringAnItemLeavesNoPartOfItAndTheSourceWhole) {
         state->reloadPane(PaneSide::left, false);
         useDualFiler();
         pointAt("big.bin");
+        executor.runAll(); // the free-space reads of the listings
         key(kind);
         key("y");
         ASSERT_TRUE(executor.runNext()); // the look at the place; the copy is queued
