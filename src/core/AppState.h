@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Background.h"
+#include "core/FreeSpaceCache.h"
 #include "core/KeyEvent.h"
 #include "core/Model.h"
 #include "core/Overlay.h"
@@ -15,6 +16,7 @@
 #include <QStringList>
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -68,6 +70,8 @@ public:
         Stage stage = Confirm{};
         bool applyOverwriteAll = false;
         bool applySkipAll = false;
+        // Items carried so far, for the report of a batch that Esc stopped.
+        int carried = 0;
         bool operator==(const PendingCopyMove&) const = default;
     };
 
@@ -225,12 +229,22 @@ public:
     // the VIEWER aligned.
     void finishFileOperation();
 
+    // Esc while a file job runs: it ends after the item under way
+    // (FileJobCommands.cpp).
+    void stopFileOperation();
+
     // --- Delete (DeleteCommands.cpp)
     QStringList deleteTargets(DeleteKind kind) const;
     void runPendingDelete();
 
     // --- Directory watching (PaneWatchingCommands.cpp)
     void watchPaneFolder(PaneSide side);
+
+    // --- Free space (FreeSpaceCommands.cpp): reads the volume of the pane's
+    // folder on a worker thread into freeSpace, and keeps refreshing the
+    // visible panes' volumes every few seconds.
+    void refreshFreeSpace(PaneSide side);
+    FreeSpaceCache freeSpace;
 
     // --- Commands the keys reach
     // DOS dialog
@@ -338,6 +352,9 @@ public:
     void treeStepLeft();
     void treeStepRight();
     void refreshTreeSessions();
+    // Asks a worker thread whether the folders of the open trees' new rows
+    // have subfolders (search/TreeSubfolderCommands.cpp).
+    void askTreeSubfolders();
     void treeOpenFilter(PaneSide side);
     void treeApplyFilter(PaneSide side);
     void treeCloseFilterKeepingRow(PaneSide side);
@@ -477,12 +494,19 @@ public:
     std::optional<PendingCopyMove> pendingCopyMove;
     QString lastCopyMoveDestinationPath;
 
-    // Set while one item of a copy or move runs on a worker thread: every key
-    // is swallowed and no dialog stands meanwhile.
+    // Set while an item of a copy or move, or a delete or attribute job, runs
+    // on a worker thread: keys wait but for Esc, which stops the job, and the
+    // menu shortcuts; no dialog stands meanwhile.
     bool isFileOperationRunning = false;
-    // What the status line shows of an item that runs longer than half a
-    // second: its name and the bytes done of all; empty otherwise.
+    // What the status line shows of a job that runs longer than half a
+    // second: an item's name and the bytes done of all, or the count of items
+    // done of all; empty otherwise.
     QString fileOperationProgressText;
+    // The running job's stop request: Esc sets it, the worker reads it
+    // between items and a copy between stretches of bytes.
+    std::shared_ptr<std::atomic<bool>> fileJobStop;
+    // What a job that Esc stopped got done, for the STOPPED dialog.
+    std::optional<QString> fileJobStopReport;
 
     // --- Dialogs
     bool pendingQuit = false;

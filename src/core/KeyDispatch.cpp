@@ -85,13 +85,16 @@ KeyPress::KeyPress(const KeyEvent& keyEvent)
 }
 
 bool AppState::handleKeyDown(const KeyEvent& event) {
-    // Command keys belong to the menus and the text fields, in every mode,
-    // also while a copy or move runs: the menus decide what stays inert then.
+    // Command keys belong to the menus and the text fields, in every mode.
     if (event.has(KeyModifier::command)) {
         return false;
     }
-    // Nothing can be cancelled once an item of a copy or move is under way.
+    // While a file job runs, Esc stops it after the item under way and every
+    // other key is taken without acting.
     if (isFileOperationRunning) {
+        if (event.keyCode == KeyCode::escape) {
+            stopFileOperation();
+        }
         return true;
     }
     const KeyPress press(event);

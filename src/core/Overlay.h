@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/Model.h"
 
 #include <QList>
@@ -85,6 +86,10 @@ struct JumpDialogState {
 struct VolumePickerState {
     QList<MountedVolume> items;
     int selection = 0;
+    // The list is being read on a worker thread; the box stands empty.
+    bool isLoading = false;
+    // The reading of the list; closing the picker drops it.
+    Background::TicketCounter listing;
 };
 
 struct OpenWithPickerState {

@@ -7,7 +7,6 @@
 #include "filesystem/FileSystemService.h"
 
 #include <QFileInfo>
-#include <QStorageInfo>
 
 #include <cmath>
 
@@ -59,14 +58,13 @@ QString freeSpaceLabel(const AppState& state) {
     const FilerLocation& location = state.pane(*side).location;
     const QString path =
         location.asDirectory() ? location.asDirectory()->url : location.asZip()->archive;
-    QStorageInfo volume(path);
-    volume.refresh();
-    const qint64 available = volume.bytesAvailable();
-    if (!volume.isValid() || available < 0) {
+    const std::optional<FreeSpaceCache::Figures> volume = state.freeSpace.figuresFor(path);
+    if (!volume || volume->available < 0) {
         return {};
     }
+    const qint64 available = volume->available;
     QString label = QStringLiteral("空き:") + Formats::formatCompactSize(available);
-    const qint64 total = volume.bytesTotal();
+    const qint64 total = volume->total;
     if (total >= 1) {
         const long percent = std::lround(double(available) / double(total) * 100.0);
         label += QLatin1Char('/') + Formats::formatCompactSize(total) + QLatin1Char('(') +

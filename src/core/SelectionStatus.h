@@ -20,6 +20,7 @@ struct SelectionStatus {
 };
 
 // "空き:" with the free and total size of the active pane's volume and the
-// free share in percent; empty without an active pane or a readable volume.
-// The label is Japanese in every language.
+// free share in percent; empty without an active pane or a readable volume,
+// and until the volume's first read on a worker thread has come back. The
+// disk is never asked here. The label is Japanese in every language.
 QString freeSpaceLabel(const AppState& state);

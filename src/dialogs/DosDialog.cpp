@@ -124,6 +124,10 @@ std::optional<DosDialog> currentDosDialog(const AppState& s) {
         return dialog(QStringLiteral("ERROR"), *s.errorMessage,
                       {{QStringLiteral("ok"), QStringLiteral("OK"), false}});
     }
+    if (s.fileJobStopReport) {
+        return dialog(QStringLiteral("STOPPED"), *s.fileJobStopReport,
+                      {{QStringLiteral("ok"), QStringLiteral("OK"), false}});
+    }
     if (s.pendingCopyMove) {
         return copyMoveDialog(*s.pendingCopyMove);
     }

@@ -35,9 +35,9 @@ inline const QString standardHint = QStringLiteral("←→ 選択  Enter 実行 
 }
 
 // The dialog of the first pending field that is set, in fixed precedence: an
-// error, a copy or move conflict, its confirmation, a delete, a large file,
-// leaving EDITOR for a layout, saving, quitting, the save encoding, the
-// folder access tip. None when nothing is pending.
+// error, what a stopped file job got done, a copy or move conflict, its confirmation, a delete, a
+// large file, leaving EDITOR for a layout, saving, quitting, the save encoding, the folder access
+// tip. None when nothing is pending.
 std::optional<DosDialog> currentDosDialog(const AppState& state);
 
 // The caption of a button, with its letter key where it has one.

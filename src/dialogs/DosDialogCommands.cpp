@@ -129,6 +129,8 @@ void AppState::activateDosDialogAction(bool shift) {
 void AppState::confirmDosDialog(bool shift) {
     if (errorMessage) {
         errorMessage.reset();
+    } else if (fileJobStopReport) {
+        fileJobStopReport.reset();
     } else if (pendingCopyMove) {
         const bool conflict =
             std::holds_alternative<PendingCopyMove::Conflict>(pendingCopyMove->stage);
@@ -159,6 +161,8 @@ void AppState::confirmDosDialog(bool shift) {
 void AppState::cancelDosDialog() {
     if (errorMessage) {
         errorMessage.reset();
+    } else if (fileJobStopReport) {
+        fileJobStopReport.reset();
     } else if (pendingCopyMove) {
         pendingCopyMove.reset();
     } else if (pendingDelete) {

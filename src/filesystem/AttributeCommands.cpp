@@ -6,6 +6,7 @@
 #include "archive/ArchiveLocation.h"
 
 #include "core/PathUtils.h"
+#include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
 
 namespace {
@@ -165,7 +166,8 @@ void AppState::typeAttributeDigit(QChar digit) {
 }
 
 // Every target gets the same mode and date; one that fails is named and the
-// others are still done.
+// others are still done. The targets are changed one by one on a worker
+// thread; the closing steps run when the job has ended.
 void AppState::applyAttributePrompt() {
     if (!isOpen(Overlay::attributePrompt)) {
         return;
@@ -183,19 +185,25 @@ void AppState::applyAttributePrompt() {
         return;
     }
     cancelAttributePrompt();
-    QStringList failures;
-    for (const QString& url : targets) {
-        auto done = FileSystemService::setPosixPermissions(url, *mode);
-        if (done) {
-            done = FileSystemService::setModificationDate(url, *date);
-        }
-        if (!done) {
-            failures << PathUtils::lastPathComponent(url) + QStringLiteral(": ") +
-                            done.error().description();
-        }
-    }
-    finishFileOperation();
-    if (!failures.isEmpty()) {
-        reportError(failures.join(QLatin1Char('\n')));
-    }
+    FileJob::start(
+        *this, targets, QStringLiteral("Attributes"),
+        [mode = *mode, date = *date](const QString& url) {
+            auto done = FileSystemService::setPosixPermissions(url, mode);
+            if (done) {
+                done = FileSystemService::setModificationDate(url, date);
+            }
+            return done ? FileJob::ItemError() : FileJob::ItemError(done.error());
+        },
+        [this](const FileJob::Outcome& outcome) {
+            finishFileOperation();
+            const QStringList failures = outcome.failureLines();
+            if (!failures.isEmpty()) {
+                reportError(failures.join(QLatin1Char('\n')));
+            }
+            if (outcome.stopped) {
+                fileJobStopReport = FileJob::stoppedReport(outcome.succeeded(), outcome.total,
+                                                           QStringLiteral("changed"));
+                dosDialogActionIndex = 0;
+            }
+        });
 }

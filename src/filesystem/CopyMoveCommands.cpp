@@ -8,6 +8,7 @@
 #include "core/Formats.h"
 #include "core/PathUtils.h"
 #include "filesystem/CopyMoveProgress.h"
+#include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
 
 #include <QFile>
@@ -26,9 +27,22 @@ constexpr std::chrono::milliseconds kCountingRetry{10};
 std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
+    explicit ItemProgress(std::shared_ptr<const std::atomic<bool>> stopRequest)
+        : stop(std::move(stopRequest)) {
+        carried.stop = stop.get();
+    }
+    std::shared_ptr<const std::atomic<bool>> stop;
     FileSystemService::CopyProgress carried;
     // Negative until the worker has counted the item's bytes.
     std::atomic<int64_t> total{-1};
+};
+
+// What stands at the place of the batch's head, looked at on a worker thread
+// since the look can hang on a dead mount.
+enum class HeadPlace { free, taken, refused };
+struct HeadCheck {
+    HeadPlace place = HeadPlace::free;
+    ItemError refusal;
 };
 
 QString byKind(Kind kind, const char* copyText, const char* moveText) {
@@ -38,6 +52,44 @@ QString byKind(Kind kind, const char* copyText, const char* moveText) {
 bool itemExists(const QString& path) {
     struct stat st;
     return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+}
+
+HeadCheck checkHead(const QString& source, const QString& destination) {
+    if (!itemExists(FileSystemService::destinationItemURL(source, destination))) {
+        return {HeadPlace::free, {}};
+    }
+    // Never offered for overwriting: it would destroy the source.
+    if (auto refused = FileSystemService::checkOverwrite(source, destination); !refused) {
+        return {HeadPlace::refused, refused.error()};
+    }
+    return {HeadPlace::taken, {}};
+}
+
+// A step of the batch begins on the worker thread: keys wait, and Esc asks
+// for the stop the step's work reads.
+std::shared_ptr<std::atomic<bool>> beginStep(AppState& state) {
+    state.isFileOperationRunning = true;
+    state.fileOperationProgressText.clear();
+    state.fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    state.notifyChanged();
+    return state.fileJobStop;
+}
+
+void endStep(AppState& state) {
+    state.isFileOperationRunning = false;
+    state.fileOperationProgressText.clear();
+    state.fileJobStop.reset();
+}
+
+// Esc ended the batch: what was done stays done, the panes are listed anew
+// and the count of what was carried is told.
+void endStoppedBatch(AppState& state, const AppState::PendingCopyMove& batch) {
+    state.pendingCopyMove.reset();
+    state.finishFileOperation();
+    state.fileJobStopReport = FileJob::stoppedReport(batch.carried, int(batch.sources.size()),
+                                                     byKind(batch.kind, "copied", "moved"));
+    state.dosDialogActionIndex = 0;
+    state.notifyChanged();
 }
 
 // What stands in the way of the prompt or the dialog is put away first.
@@ -109,6 +161,10 @@ void reportItemError(AppState& state, const QString& source, const FileSystemErr
 
 ItemError runItem(Kind kind, const QString& source, const QString& destination, bool overwrite,
                   ItemProgress& progress) {
+    // An item not yet begun when Esc came is not begun.
+    if (progress.carried.isStopRequested()) {
+        return FileSystemError::make(FileSystemError::Kind::stopped);
+    }
     progress.total = FileSystemService::copyByteCount(source);
     auto result =
         kind == Kind::copy
@@ -118,11 +174,17 @@ ItemError runItem(Kind kind, const QString& source, const QString& destination, 
 }
 
 // The end of one item, back on the main thread: steps 4 to 6 of carrying the
-// head, then the batch goes on.
+// head, then the batch goes on unless Esc stopped it.
 void completeItem(AppState& state, AppState::PendingCopyMove batch, const QString& source,
-                  const ItemError& error) {
-    state.isFileOperationRunning = false;
-    state.fileOperationProgressText.clear();
+                  const ItemError& error, bool stopped) {
+    endStep(state);
+    if (!error) {
+        ++batch.carried;
+    }
+    if (error && error->kind == FileSystemError::Kind::stopped) {
+        endStoppedBatch(state, batch);
+        return;
+    }
     if (error && !sparesTheBatch(*error)) {
         state.pendingCopyMove.reset();
         reportItemError(state, source, *error);
@@ -137,9 +199,43 @@ void completeItem(AppState& state, AppState::PendingCopyMove batch, const QStrin
             state.editorURL = FileSystemService::destinationItemURL(source, batch.destination);
         }
     }
+    if (stopped) {
+        endStoppedBatch(state, batch);
+        return;
+    }
     state.pendingCopyMove = std::move(batch);
     state.notifyChanged();
     state.advanceCopyMove();
+}
+
+// The look at the head's place is back: the head is carried, refused,
+// skipped, or the EXISTS question stands.
+void applyHeadCheck(AppState& state, AppState::PendingCopyMove batch, const HeadCheck& check) {
+    const QString source = batch.remaining.first();
+    if (check.place == HeadPlace::refused) {
+        reportItemError(state, source, *check.refusal);
+    }
+    const bool skip =
+        check.place == HeadPlace::refused ||
+        (check.place == HeadPlace::taken && !batch.applyOverwriteAll && batch.applySkipAll);
+    if (skip) {
+        batch.remaining.removeFirst();
+        batch.stage = AppState::PendingCopyMove::Confirm{};
+    }
+    const bool ask =
+        check.place == HeadPlace::taken && !batch.applyOverwriteAll && !batch.applySkipAll;
+    if (ask) {
+        batch.stage = AppState::PendingCopyMove::Conflict{
+            source, FileSystemService::destinationItemURL(source, batch.destination)};
+        state.dosDialogActionIndex = 0;
+    }
+    state.pendingCopyMove = std::move(batch);
+    state.notifyChanged();
+    if (skip) {
+        state.advanceCopyMove();
+    } else if (!ask) {
+        state.performCopyMoveHead(check.place == HeadPlace::taken);
+    }
 }
 
 } // namespace
@@ -259,38 +355,33 @@ void AppState::skipCopyMoveItem(bool shift) {
     advanceCopyMove();
 }
 
-// Runs until the batch ends, a conflict asks the user, or an item starts on
-// the worker thread (its end comes back here).
+// The next step of the batch: its end, or a look at the head's place on the
+// worker thread, whose answer carries the head, skips it or asks the user.
 void AppState::advanceCopyMove() {
-    while (pendingCopyMove && !isFileOperationRunning) {
-        PendingCopyMove& batch = *pendingCopyMove;
-        if (batch.remaining.isEmpty()) {
-            pendingCopyMove.reset();
-            finishFileOperation();
-            return;
-        }
-        const QString source = batch.remaining.first();
-        const QString place = FileSystemService::destinationItemURL(source, batch.destination);
-        if (!itemExists(place)) {
-            performCopyMoveHead(false);
-        } else if (auto refused = FileSystemService::checkOverwrite(source, batch.destination);
-                   !refused) {
-            // Never offered for overwriting: it would destroy the source.
-            reportItemError(*this, source, refused.error());
-            batch.remaining.removeFirst();
-            batch.stage = PendingCopyMove::Confirm{};
-        } else if (batch.applyOverwriteAll) {
-            performCopyMoveHead(true);
-        } else if (batch.applySkipAll) {
-            batch.remaining.removeFirst();
-            batch.stage = PendingCopyMove::Confirm{};
-        } else {
-            batch.stage = PendingCopyMove::Conflict{source, place};
-            dosDialogActionIndex = 0;
-            notifyChanged();
-            return;
-        }
+    if (!pendingCopyMove || isFileOperationRunning) {
+        return;
     }
+    if (pendingCopyMove->remaining.isEmpty()) {
+        pendingCopyMove.reset();
+        finishFileOperation();
+        return;
+    }
+    PendingCopyMove batch = *pendingCopyMove;
+    pendingCopyMove.reset();
+    const auto stop = beginStep(*this);
+    Background::run(
+        m_executor, Background::Pool::shared, this,
+        [source = batch.remaining.first(), destination = batch.destination] {
+            return checkHead(source, destination);
+        },
+        [this, batch, stop](const HeadCheck& check) {
+            endStep(*this);
+            if (stop->load()) {
+                endStoppedBatch(*this, batch);
+                return;
+            }
+            applyHeadCheck(*this, batch, check);
+        });
 }
 
 // While the item runs no batch is pending, so no dialog stands; it comes back
@@ -304,11 +395,7 @@ void AppState::performCopyMoveHead(bool overwrite) {
     PendingCopyMove batch = *pendingCopyMove;
     const QString source = batch.remaining.takeFirst();
     pendingCopyMove.reset();
-    isFileOperationRunning = true;
-    fileOperationProgressText.clear();
-    notifyChanged();
-
-    auto progress = std::make_shared<ItemProgress>();
+    auto progress = std::make_shared<ItemProgress>(beginStep(*this));
     auto* ticking = new QObject(this);
     tickProgress(*this, ticking, CopyMoveProgress::delay(), PathUtils::lastPathComponent(source),
                  progress);
@@ -317,9 +404,9 @@ void AppState::performCopyMoveHead(bool overwrite) {
         [kind = batch.kind, source, destination = batch.destination, overwrite, progress] {
             return runItem(kind, source, destination, overwrite, *progress);
         },
-        [this, ticking, batch, source](const ItemError& error) {
+        [this, ticking, batch, source, progress](const ItemError& error) {
             delete ticking;
-            completeItem(*this, batch, source, error);
+            completeItem(*this, batch, source, error, progress->stop->load());
         });
 }
 

@@ -4,7 +4,35 @@
 #include "archive/ArchiveLocation.h"
 
 #include "core/PathUtils.h"
+#include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
+
+namespace {
+
+void finishDelete(AppState& state, const FileJob::Outcome& outcome) {
+    for (const auto& [url, error] : outcome.items) {
+        if (error) {
+            continue;
+        }
+        const QString path = PathUtils::standardizedPath(url);
+        state.taggedKeys.remove(path);
+        if (state.editorURL && PathUtils::standardizedPath(*state.editorURL) == path) {
+            state.clearViewer();
+        }
+    }
+    state.finishFileOperation();
+    const QStringList failures = outcome.failureLines();
+    if (!failures.isEmpty()) {
+        state.reportError(failures.join(QLatin1Char('\n')));
+    }
+    if (outcome.stopped) {
+        state.fileJobStopReport = FileJob::stoppedReport(outcome.succeeded(), outcome.total,
+                                                         QStringLiteral("moved to the Trash"));
+        state.dosDialogActionIndex = 0;
+    }
+}
+
+} // namespace
 
 QStringList AppState::deleteTargets(DeleteKind kind) const {
     if (kind == DeleteKind::files) {
@@ -46,30 +74,20 @@ void AppState::startDelete(DeleteKind kind) {
     notifyChanged();
 }
 
-// One item that can't be trashed does not stop the others.
+// One item that can't be trashed does not stop the others. The items go to
+// the Trash one by one on a worker thread; what follows each of them, and the
+// closing steps, run when the job has ended.
 void AppState::runPendingDelete() {
     if (!pendingDelete) {
         return;
     }
     const PendingDelete batch = *pendingDelete;
     pendingDelete.reset();
-    QStringList failures;
-    for (const QString& url : batch.urls) {
-        const auto trashed = FileSystemService::trashItem(url);
-        if (!trashed) {
-            failures << PathUtils::lastPathComponent(url) + QStringLiteral(": ") +
-                            trashed.error().description();
-            continue;
-        }
-        const QString path = PathUtils::standardizedPath(url);
-        taggedKeys.remove(path);
-        if (editorURL && PathUtils::standardizedPath(*editorURL) == path) {
-            clearViewer();
-        }
-    }
-    finishFileOperation();
-    if (!failures.isEmpty()) {
-        reportError(failures.join(QLatin1Char('\n')));
-    }
-    notifyChanged();
+    FileJob::start(
+        *this, batch.urls, QStringLiteral("Trash"),
+        [](const QString& url) {
+            const auto trashed = FileSystemService::trashItem(url);
+            return trashed ? FileJob::ItemError() : FileJob::ItemError(trashed.error());
+        },
+        [this](const FileJob::Outcome& outcome) { finishDelete(*this, outcome); });
 }

@@ -34,6 +34,8 @@ QString FileSystemError::description() const {
     case Kind::itemChanged:
         return QStringLiteral("Changed while being copied: ") +
                PathUtils::lastPathComponent(payload);
+    case Kind::stopped:
+        return QStringLiteral("Stopped");
     case Kind::system:
         break;
     }

@@ -22,6 +22,7 @@ struct FileSystemError {
         holdsSource,
         intoItself,
         itemChanged,
+        stopped,
         system,
     };
 

@@ -73,9 +73,15 @@ FsResult<QString> renameItem(const QString& url, const QString& newName);
 // --- Copying and moving (CopyMove.cpp)
 
 // Bytes carried so far by a running copy, read by another thread for the
-// progress text. Folders, links and empty files add nothing.
+// progress text. Folders, links and empty files add nothing. A stop asked
+// for by another thread ends the copy before its next stretch of bytes: the
+// half made copy is removed as after any failure, and the item fails as
+// stopped.
 struct CopyProgress {
     std::atomic<int64_t> bytesDone{0};
+    // The job's stop request, when it can be stopped; it outlives the copy.
+    const std::atomic<bool>* stop = nullptr;
+    bool isStopRequested() const { return stop && stop->load(std::memory_order_relaxed); }
 };
 
 // Where an item lands inside a folder: the folder with the item's name, standardized.
@@ -159,10 +165,20 @@ struct MountRecord {
     bool operator==(const MountRecord&) const = default;
 };
 // The disks a user would name: the root first, then by name. Never fails; the
-// list always holds a root.
+// list always holds a root. Reads the mount table and looks into the media
+// folders, which can hang on a dead mount: call it on a worker thread.
 QList<MountedVolume> mountedVolumes();
+// The mounts of a table in the form of /proc/self/mountinfo, without names.
+QList<MountRecord> parseMountTable(const QByteArray& mountInfo);
+// The name of a share in the desktop's GVfs folder, whose folder names read
+// "smb-share:server=nas,share=music": "music on nas", or the host alone;
+// other names stay as they are.
+QString gvfsShareName(const QString& folderName);
 // The same from given sources: mount records, and the folders whose children
-// are media mounts (such as /media/$USER).
+// are media mounts or remote shares (such as /media/$USER and the desktop's
+// /run/user/UID/gvfs). Real disks count in the usual places of a user's
+// disks, one row per device; network and user FUSE mounts count wherever the
+// system keeps none of its own.
 QList<MountedVolume> collectVolumes(const QList<MountRecord>& mounts,
                                     const QStringList& mediaFolders);
 

@@ -68,6 +68,9 @@ ssize_t copyChunkByHand(int in, int out) {
 FsResult<Done> copyBytes(int in, int out, CopyProgress* progress) {
     bool inKernel = true;
     for (;;) {
+        if (progress && progress->isStopRequested()) {
+            return fail(FileSystemError::make(Kind::stopped));
+        }
         ssize_t carried = inKernel ? ::copy_file_range(in, nullptr, out, nullptr, kCopyChunk, 0)
                                    : copyChunkByHand(in, out);
         if (carried < 0 && inKernel &&
@@ -179,6 +182,9 @@ FsResult<Done> copyFolder(int fromFolder, const QByteArray& name, const struct s
         return fail(names.error());
     }
     for (const QByteArray& child : *names) {
+        if (progress && progress->isStopRequested()) {
+            return fail(FileSystemError::make(Kind::stopped));
+        }
         auto childStat = itemAt(in->get(), child);
         if (!childStat) {
             return fail(childStat.error());

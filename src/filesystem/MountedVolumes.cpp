@@ -5,10 +5,11 @@
 #include "core/PathUtils.h"
 
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QMap>
 #include <QSet>
-#include <QStorageInfo>
+#include <QUrl>
 
 #include <algorithm>
 #include <unistd.h>
@@ -22,26 +23,32 @@ const QString kRootName = QStringLiteral("Macintosh HD");
 
 bool isSystemInternalType(const QString& type) {
     static const QSet<QString> internal = {
-        QStringLiteral("tmpfs"),       QStringLiteral("devtmpfs"),
-        QStringLiteral("ramfs"),       QStringLiteral("overlay"),
-        QStringLiteral("squashfs"),    QStringLiteral("proc"),
-        QStringLiteral("sysfs"),       QStringLiteral("devpts"),
-        QStringLiteral("autofs"),      QStringLiteral("fuse.gvfsd-fuse"),
-        QStringLiteral("fuse.portal"), QStringLiteral("mqueue"),
-        QStringLiteral("debugfs"),     QStringLiteral("tracefs"),
-        QStringLiteral("securityfs"),  QStringLiteral("pstore"),
-        QStringLiteral("bpf"),         QStringLiteral("configfs"),
-        QStringLiteral("fusectl"),     QStringLiteral("hugetlbfs"),
-        QStringLiteral("binfmt_misc"),
+        QStringLiteral("tmpfs"),       QStringLiteral("devtmpfs"),    QStringLiteral("ramfs"),
+        QStringLiteral("overlay"),     QStringLiteral("squashfs"),    QStringLiteral("proc"),
+        QStringLiteral("sysfs"),       QStringLiteral("devpts"),      QStringLiteral("autofs"),
+        QStringLiteral("fuse.portal"), QStringLiteral("mqueue"),      QStringLiteral("debugfs"),
+        QStringLiteral("tracefs"),     QStringLiteral("securityfs"),  QStringLiteral("pstore"),
+        QStringLiteral("bpf"),         QStringLiteral("configfs"),    QStringLiteral("fusectl"),
+        QStringLiteral("hugetlbfs"),   QStringLiteral("binfmt_misc"),
     };
     return internal.contains(type) || type.startsWith(QLatin1String("cgroup"));
 }
 
 bool isNetworkType(const QString& type) {
-    static const QSet<QString> network = {QStringLiteral("nfs"), QStringLiteral("nfs4"),
-                                          QStringLiteral("cifs"), QStringLiteral("smb3"),
-                                          QStringLiteral("fuse.sshfs")};
+    static const QSet<QString> network = {
+        QStringLiteral("nfs"),   QStringLiteral("nfs4"),      QStringLiteral("cifs"),
+        QStringLiteral("smb3"),  QStringLiteral("smbfs"),     QStringLiteral("9p"),
+        QStringLiteral("afs"),   QStringLiteral("ceph"),      QStringLiteral("glusterfs"),
+        QStringLiteral("davfs"), QStringLiteral("fuse.davfs")};
     return network.contains(type);
+}
+
+// Mounts made through FUSE by the user: sshfs, rclone, bindfs, the desktop's
+// GVfs folder and the like. The system's own FUSE mounts are among the
+// internal types.
+bool isUserFuseType(const QString& type) {
+    return type == QLatin1String("fuse") || type == QLatin1String("fuseblk") ||
+           type.startsWith(QLatin1String("fuse."));
 }
 
 bool isUnder(const QString& path, const QString& folder) {
@@ -54,14 +61,43 @@ bool isUserPlace(const QString& path) {
            isUnder(path, QStringLiteral("/mnt"));
 }
 
+// The desktop's per-user GVfs folder, /run/user/UID/gvfs.
+bool isGvfsFolder(const QString& path) {
+    const QStringList parts = path.split(QLatin1Char('/'));
+    return parts.size() == 5 && parts[1] == QLatin1String("run") &&
+           parts[2] == QLatin1String("user") && parts[4] == QLatin1String("gvfs");
+}
+
+// Where the system keeps mounts of its own; a remote mount is a user's
+// anywhere else.
+bool isSystemPlace(const QString& path) {
+    static const QStringList system = {QStringLiteral("/proc"), QStringLiteral("/sys"),
+                                       QStringLiteral("/dev"),  QStringLiteral("/boot"),
+                                       QStringLiteral("/snap"), QStringLiteral("/var/lib"),
+                                       QStringLiteral("/usr"),  QStringLiteral("/etc")};
+    for (const QString& folder : system) {
+        if (isUnder(path, folder)) {
+            return true;
+        }
+    }
+    return isUnder(path, QStringLiteral("/run")) && !isUnder(path, QStringLiteral("/run/media")) &&
+           !isGvfsFolder(path);
+}
+
+bool isRemoteOrFuse(const MountRecord& mount) {
+    return isNetworkType(mount.fileSystemType) || isUserFuseType(mount.fileSystemType);
+}
+
 bool isUserDisk(const MountRecord& mount) {
     const QString path = PathUtils::standardizedPath(mount.rootPath);
     if (isUnder(path, QStringLiteral("/System/Volumes")) ||
         isSystemInternalType(mount.fileSystemType)) {
         return false;
     }
-    const bool realDevice = mount.device.startsWith(QLatin1Char('/'));
-    return (realDevice || isNetworkType(mount.fileSystemType)) && isUserPlace(path);
+    if (isRemoteOrFuse(mount)) {
+        return !isSystemPlace(path);
+    }
+    return mount.device.startsWith(QLatin1Char('/')) && isUserPlace(path);
 }
 
 MountedVolume volumeAt(const QString& path, const QString& label) {
@@ -92,7 +128,9 @@ void addMediaChildren(const QStringList& mediaFolders, const QMap<QString, QStri
             if (isUnder(path, QStringLiteral("/System/Volumes")) || byPath.contains(path)) {
                 continue;
             }
-            byPath.insert(path, volumeAt(path, labels.value(path)));
+            const QString label = labels.value(
+                path, isGvfsFolder(folder) ? gvfsShareName(child.fileName()) : QString());
+            byPath.insert(path, volumeAt(path, label));
         }
     }
 }
@@ -107,7 +145,10 @@ QList<MountedVolume> collectVolumes(const QList<MountRecord>& mounts,
     for (const MountRecord& mount : mounts) {
         const QString path = PathUtils::standardizedPath(mount.rootPath);
         labels.insert(path, mount.name);
-        if (!isUserDisk(mount) || byPath.contains(path) || devices.contains(mount.device)) {
+        // A disk mounted again elsewhere is one disk; remote and FUSE sources
+        // are told apart by where they are mounted.
+        const bool sameDisk = !isRemoteOrFuse(mount) && devices.contains(mount.device);
+        if (!isUserDisk(mount) || byPath.contains(path) || sameDisk) {
             continue;
         }
         devices.insert(mount.device);
@@ -128,17 +169,97 @@ QList<MountedVolume> collectVolumes(const QList<MountRecord>& mounts,
     return volumes;
 }
 
-QList<MountedVolume> mountedVolumes() {
+namespace {
+
+// The mount table escapes blanks, tabs, line breaks and backslashes in paths
+// as three octal digits after a backslash.
+QString unescapedField(const QByteArray& field) {
+    QByteArray plain;
+    plain.reserve(field.size());
+    for (qsizetype i = 0; i < field.size(); ++i) {
+        const QByteArray digits = field.mid(i + 1, 3);
+        bool isOctal = field[i] == '\\' && digits.size() == 3;
+        for (const char digit : digits) {
+            isOctal = isOctal && digit >= '0' && digit <= '7';
+        }
+        if (isOctal) {
+            plain.append(char(digits.toInt(nullptr, 8)));
+            i += 3;
+        } else {
+            plain.append(field[i]);
+        }
+    }
+    return QFile::decodeName(plain);
+}
+
+// The labels of block devices by their device path, as udev names them in
+// /dev/disk/by-label ("\x20" stands for a blank).
+QMap<QString, QString> deviceLabels() {
+    QMap<QString, QString> labels;
+    const QFileInfoList links =
+        QDir(QStringLiteral("/dev/disk/by-label"))
+            .entryInfoList(QDir::System | QDir::Files | QDir::NoDotAndDotDot);
+    for (const QFileInfo& link : links) {
+        QString label = link.fileName();
+        label.replace(QLatin1String("\\x20"), QLatin1String(" "));
+        labels.insert(link.canonicalFilePath(), label);
+    }
+    return labels;
+}
+
+} // namespace
+
+QList<MountRecord> parseMountTable(const QByteArray& mountInfo) {
     QList<MountRecord> mounts;
-    QList<QStorageInfo> storages = QStorageInfo::mountedVolumes();
+    for (const QByteArray& line : mountInfo.split('\n')) {
+        const QList<QByteArray> fields = line.split(' ');
+        // id, parent, device number, root, mount point, options, optional
+        // fields up to "-", then type, source and the file system's options.
+        const qsizetype separator = fields.indexOf("-", 6);
+        if (fields.size() < 6 || separator < 0 || separator + 2 >= fields.size()) {
+            continue;
+        }
+        mounts.append({unescapedField(fields[4]), unescapedField(fields[separator + 2]),
+                       QString::fromLatin1(fields[separator + 1]), QString()});
+    }
+    return mounts;
+}
+
+QString gvfsShareName(const QString& folderName) {
+    const qsizetype colon = folderName.indexOf(QLatin1Char(':'));
+    if (colon < 0) {
+        return folderName;
+    }
+    QMap<QString, QString> keys;
+    for (const QString& pair : folderName.mid(colon + 1).split(QLatin1Char(','))) {
+        const qsizetype equals = pair.indexOf(QLatin1Char('='));
+        if (equals > 0) {
+            keys.insert(pair.left(equals),
+                        QUrl::fromPercentEncoding(pair.mid(equals + 1).toUtf8()));
+        }
+    }
+    const QString host = keys.value(QStringLiteral("server"), keys.value(QStringLiteral("host")));
+    const QString share = keys.value(QStringLiteral("share"));
+    if (host.isEmpty()) {
+        return folderName;
+    }
+    return share.isEmpty() ? host : share + QStringLiteral(" on ") + host;
+}
+
+QList<MountedVolume> mountedVolumes() {
+    QFile table(QStringLiteral("/proc/self/mountinfo"));
+    QList<MountRecord> mounts;
+    if (table.open(QIODevice::ReadOnly)) {
+        mounts = parseMountTable(table.readAll());
+    }
     // The shortest path of a device comes first, so its main mount names it.
-    std::stable_sort(storages.begin(), storages.end(), [](const auto& a, const auto& b) {
-        return a.rootPath().size() < b.rootPath().size();
+    std::stable_sort(mounts.begin(), mounts.end(), [](const auto& a, const auto& b) {
+        return a.rootPath.size() < b.rootPath.size();
     });
-    for (const QStorageInfo& storage : storages) {
-        if (storage.isValid() && storage.isReady()) {
-            mounts.append({storage.rootPath(), QString::fromLocal8Bit(storage.device()),
-                           QString::fromLatin1(storage.fileSystemType()), storage.name()});
+    const QMap<QString, QString> labels = deviceLabels();
+    for (MountRecord& mount : mounts) {
+        if (mount.device.startsWith(QLatin1Char('/'))) {
+            mount.name = labels.value(QFileInfo(mount.device).canonicalFilePath());
         }
     }
     const QString user = QString::fromLocal8Bit(qgetenv("USER"));
@@ -146,6 +267,7 @@ QList<MountedVolume> mountedVolumes() {
     if (!user.isEmpty()) {
         mediaFolders << QStringLiteral("/media/") + user << QStringLiteral("/run/media/") + user;
     }
+    mediaFolders << QStringLiteral("/run/user/%1/gvfs").arg(::getuid());
     return collectVolumes(mounts, mediaFolders);
 }
 

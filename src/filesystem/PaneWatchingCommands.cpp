@@ -5,7 +5,10 @@
 
 #include <QPointer>
 
+// The end of every listing of a pane: the watch is armed anew, and the free
+// space of the pane's volume is read again.
 void AppState::watchPaneFolder(PaneSide side) {
+    refreshFreeSpace(side);
     const std::shared_ptr<DirectoryWatcher>& watcher = pane(side).watcher;
     if (!watcher) {
         return;

@@ -7,15 +7,31 @@ void AppState::openVolumePicker() {
     if (!makeWayForPicker(FilterRow::keep)) {
         return;
     }
-    // Taken once: the list is not renewed while the picker stands.
-    volumePicker.items = FileSystemService::mountedVolumes();
+    // Taken once, on a worker thread since a dead mount can hang the look:
+    // the box stands at once and the list fills it when it comes; it is not
+    // renewed while the picker stands.
+    volumePicker.items.clear();
     volumePicker.selection = 0;
+    volumePicker.isLoading = true;
     showOverlay(Overlay::volumePicker);
+    Background::run(
+        m_executor, Background::Pool::diskRead, this, volumePicker.listing.take(),
+        [] { return FileSystemService::mountedVolumes(); },
+        [this](const QList<MountedVolume>& volumes) {
+            if (!isOpen(Overlay::volumePicker)) {
+                return;
+            }
+            volumePicker.items = volumes;
+            volumePicker.isLoading = false;
+            notifyChanged();
+        });
     notifyChanged();
 }
 
 void AppState::closeVolumePicker() {
     closeOverlay(Overlay::volumePicker);
+    volumePicker.listing.dropAll();
+    volumePicker.isLoading = false;
     notifyChanged();
 }
 

@@ -21,6 +21,7 @@ void AppState::openSearchTreeBox() {
     session->reloadFiles(showHiddenFiles);
     searchTreeBox.session = session;
     showOverlay(Overlay::searchTreeBox);
+    askTreeSubfolders();
     ++treeRevision;
     notifyChanged();
 }
@@ -70,6 +71,7 @@ void AppState::collapseOrExpandSearchTreeBoxRow(bool expand) {
     } else {
         searchTreeBox.session->collapseSelected(showHiddenFiles);
     }
+    askTreeSubfolders();
     ++treeRevision;
     notifyChanged();
 }

@@ -25,6 +25,7 @@ int clampedIndex(int index, qsizetype count) {
 // revision, and the VIEWER follows the new cursor.
 void AppState::noteTreeChanged() {
     ++treeRevision;
+    askTreeSubfolders();
     if (layoutMode == LayoutMode::filerGallery) {
         rebuildGalleryItems();
         syncGallerySelection();
@@ -214,9 +215,11 @@ void AppState::refreshTreeSessions() {
         }
         session->sortMode = sortMode;
         session->sortByLocalizedName = showLocalizedNames;
+        session->forgetSubfolderAnswers();
         session->rebuildRows(showHiddenFiles);
         session->reloadFiles(showHiddenFiles);
     }
+    askTreeSubfolders();
     ++treeRevision;
     notifyChanged();
 }

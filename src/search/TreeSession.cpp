@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 
 namespace {
@@ -76,15 +77,87 @@ QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, 
     return paths;
 }
 
-TreeRow TreeSession::makeRow(const QString& path, int depth, const QList<bool>& ancestors,
-                             bool showHidden) const {
+bool TreeSession::hasVisibleSubfolder(const QString& folder, bool showHidden) {
+    const QByteArray base = QFile::encodeName(PathUtils::standardizedPath(folder));
+    DIR* dir = ::opendir(base.constData());
+    if (!dir) {
+        return false;
+    }
+    bool found = false;
+    while (const struct dirent* item = !found ? ::readdir(dir) : nullptr) {
+        const char* raw = item->d_name;
+        if (raw[0] == '.' && (!showHidden || raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
+            continue;
+        }
+        found = item->d_type == DT_DIR;
+        if (item->d_type == DT_UNKNOWN) {
+            struct stat st;
+            found =
+                ::fstatat(::dirfd(dir), raw, &st, AT_SYMLINK_NOFOLLOW) == 0 && S_ISDIR(st.st_mode);
+        }
+    }
+    ::closedir(dir);
+    return found;
+}
+
+QHash<QString, bool> TreeSession::checkSubfolders(const QStringList& folders, bool showHidden,
+                                                  const std::function<bool()>& stillWanted) {
+    QHash<QString, bool> answers;
+    for (const QString& folder : folders) {
+        if (!stillWanted()) {
+            break;
+        }
+        answers.insert(folder, hasVisibleSubfolder(folder, showHidden));
+    }
+    return answers;
+}
+
+QStringList TreeSession::takeSubfolderQuestions(bool showHidden) {
+    QStringList questions;
+    if (showHidden != m_answersShowHidden) {
+        return questions;
+    }
+    for (const TreeRow& row : std::as_const(rows)) {
+        if (!m_subfolderAnswers.contains(row.path) && !m_subfolderQuestions.contains(row.path)) {
+            m_subfolderQuestions.insert(row.path);
+            questions.append(row.path);
+        }
+    }
+    return questions;
+}
+
+bool TreeSession::noteSubfolderAnswers(const QHash<QString, bool>& answers, bool showHidden) {
+    if (showHidden != m_answersShowHidden) {
+        return false;
+    }
+    for (auto it = answers.constBegin(); it != answers.constEnd(); ++it) {
+        m_subfolderAnswers.insert(it.key(), it.value());
+        m_subfolderQuestions.remove(it.key());
+    }
+    for (TreeRow& row : rows) {
+        const auto answer = answers.constFind(row.path);
+        if (answer != answers.constEnd()) {
+            row.hasChildren = *answer;
+        }
+    }
+    return true;
+}
+
+void TreeSession::forgetSubfolderAnswers() {
+    m_formerAnswers.insert(m_subfolderAnswers);
+    m_subfolderAnswers.clear();
+    m_subfolderQuestions.clear();
+}
+
+TreeRow TreeSession::makeRow(const QString& path, int depth, const QList<bool>& ancestors) const {
     TreeRow row;
     row.path = path;
     row.name = PathUtils::lastPathComponent(path);
     row.localizedName = row.name;
     row.depth = depth;
     row.isExpanded = expanded.contains(path);
-    row.hasChildren = !listSubfolders(path, showHidden, sortByLocalizedName).isEmpty();
+    // Not known yet: no ">" until the worker's answer comes.
+    row.hasChildren = m_subfolderAnswers.value(path, m_formerAnswers.value(path, false));
     row.ancestorHasMore = ancestors;
     const FileAccessMemory::Record rights = FileSystemService::accessRights(path, true, false);
     row.isReadable = rights.readable;
@@ -96,7 +169,7 @@ void TreeSession::appendChildren(const QString& parent, int depth, const QList<b
                                  bool showHidden) {
     const QStringList children = listSubfolders(parent, showHidden, sortByLocalizedName);
     for (qsizetype i = 0; i < children.size(); ++i) {
-        const TreeRow row = makeRow(children[i], depth, ancestors, showHidden);
+        const TreeRow row = makeRow(children[i], depth, ancestors);
         rows.append(row);
         if (row.isExpanded) {
             appendChildren(row.path, depth + 1, ancestors + QList<bool>{i < children.size() - 1},
@@ -106,9 +179,15 @@ void TreeSession::appendChildren(const QString& parent, int depth, const QList<b
 }
 
 void TreeSession::rebuildRows(bool showHidden) {
+    if (showHidden != m_answersShowHidden) {
+        m_subfolderAnswers.clear();
+        m_formerAnswers.clear();
+        m_subfolderQuestions.clear();
+        m_answersShowHidden = showHidden;
+    }
     const QString remembered = selectedRow() ? selectedRow()->path : QString();
     rows.clear();
-    rows.append(makeRow(root, 0, {}, showHidden));
+    rows.append(makeRow(root, 0, {}));
     if (rows.first().isExpanded) {
         appendChildren(root, 1, {}, showHidden);
     }

@@ -2,10 +2,13 @@
 
 #include "core/Model.h"
 
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
 #include <QStringList>
+
+#include <functional>
 
 // One visible folder of a tree.
 struct TreeRow {
@@ -26,8 +29,10 @@ struct TreeRow {
 
 // What one pane in tree mode (or the search folder box) holds: the folder
 // tree flattened into rows, the cursor on it, and the plain files of the
-// folder under that cursor with their own cursor. Everything is listed
-// synchronously; nothing is cached between rebuilds.
+// folder under that cursor with their own cursor. The rows and files are
+// listed at once; whether a row's folder has subfolders (its ">") is asked
+// of a worker thread, kept until the tree is refreshed, and shown when the
+// answer comes.
 class TreeSession {
 public:
     TreeSession(const QString& root, FilerSortMode sortMode, bool sortByLocalizedName);
@@ -59,6 +64,21 @@ public:
     // ones (a name that begins with ".") only when asked.
     static QStringList listSubfolders(const QString& folder, bool showHidden,
                                       bool sortByLocalizedName);
+    // Whether the folder holds a visible subfolder; stops at the first one.
+    // Any thread; a folder that can't be read has none.
+    static bool hasVisibleSubfolder(const QString& folder, bool showHidden);
+    // The answers for many folders, while stillWanted says so. Any thread.
+    static QHash<QString, bool> checkSubfolders(const QStringList& folders, bool showHidden,
+                                                const std::function<bool()>& stillWanted);
+    // The folders of rows whose answer is not known and not yet asked for;
+    // they count as asked from now on.
+    QStringList takeSubfolderQuestions(bool showHidden);
+    // Answers come back: the rows of those folders show them. False when
+    // they were asked with another choice of hidden folders than today's.
+    bool noteSubfolderAnswers(const QHash<QString, bool>& answers, bool showHidden);
+    // The next rebuild asks again; the old answers show until the new come.
+    void forgetSubfolderAnswers();
+
     // "|  " or three blanks per ancestor level, then "+--"; empty at the root.
     static QString prefix(const TreeRow& row);
     // The name, with ">" behind a closed folder that has subfolders.
@@ -77,8 +97,13 @@ public:
     bool focusOnFiles = false;
 
 private:
-    TreeRow makeRow(const QString& path, int depth, const QList<bool>& ancestors,
-                    bool showHidden) const;
+    // The answers, for the choice of hidden folders they were found with.
+    QHash<QString, bool> m_subfolderAnswers;
+    QHash<QString, bool> m_formerAnswers;
+    QSet<QString> m_subfolderQuestions;
+    bool m_answersShowHidden = false;
+
+    TreeRow makeRow(const QString& path, int depth, const QList<bool>& ancestors) const;
     void appendChildren(const QString& parent, int depth, const QList<bool>& ancestors,
                         bool showHidden);
 };

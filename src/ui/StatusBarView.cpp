@@ -54,7 +54,7 @@ void StatusBarView::paintEvent(QPaintEvent*) {
 
     // The labels on the right never shrink; the name gives way in its middle.
     QList<QPair<QString, QColor>> trailing;
-    // A copy or move that takes a while tells how far it has come.
+    // A file job that takes a while tells how far it has come.
     if (!m_state.fileOperationProgressText.isEmpty()) {
         trailing.append({m_state.fileOperationProgressText, Palette::titleText()});
     }

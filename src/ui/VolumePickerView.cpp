@@ -26,8 +26,9 @@ QString VolumePickerView::title() const {
     return QStringLiteral("VOLUME");
 }
 
+// Nothing stands in the box while the list is still being read.
 QString VolumePickerView::emptyText() const {
-    return QStringLiteral("(マウントなし)");
+    return m_state.volumePicker.isLoading ? QString() : QStringLiteral("(マウントなし)");
 }
 
 QString VolumePickerView::hint() const {

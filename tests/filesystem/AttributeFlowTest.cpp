@@ -86,6 +86,7 @@ TEST_F(AttributeFlow, ApplyWritesEveryTargetAndNamesTheOneThatFails) {
     state->attributePrompt.newTime = "10:20:30";
     QFile::remove(dir.filePath("left/b.txt"));
     state->applyAttributePrompt();
+    waitForFileWork();
 
     EXPECT_FALSE(state->isOpen(Overlay::attributePrompt));
     EXPECT_EQ(error(), "b.txt: " + QString::fromLocal8Bit(strerror(ENOENT)));

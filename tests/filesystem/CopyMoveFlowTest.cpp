@@ -277,19 +277,22 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDoneAQuickOneNothing) {
     EXPECT_EQ(QFileInfo(dir.filePath("right/big.bin")).size(), 256 << 20);
 }
 
-// Nothing can be cancelled once an item is under way: every key but the Ctrl
-// keys of the menus is taken and none acts, and the keys act again once the
-// item is done.
-TEST_F(CopyMoveFlow, KeysAreSwallowedWhileAnItemRunsAndActAfterwards) {
+// While an item runs the keys are taken without acting, but for the menu
+// shortcuts, which pass on to the menus, and Esc, which asks the job to stop;
+// the keys act again once the item is done.
+TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     oneFileUnderTheCursor("a.txt");
     state->isFileOperationRunning = true;
-    for (const KeyEvent& event :
-         {typed("d"), KeyTest::named(KeyCode::escape), KeyTest::named(KeyCode::down), typed("q")}) {
+    state->fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    for (const KeyEvent& event : {typed("d"), KeyTest::named(KeyCode::down), typed("q")}) {
         EXPECT_TRUE(state->handleKeyDown(event));
     }
-    EXPECT_FALSE(state->handleKeyDown(typed("q", KeyModifiers{KeyModifier::command})));
+    EXPECT_FALSE(state->handleKeyDown(typed("r", KeyModifiers{KeyModifier::command})));
     EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
+    EXPECT_FALSE(state->fileJobStop->load());
+    EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::escape)));
+    EXPECT_TRUE(state->fileJobStop->load());
     state->isFileOperationRunning = false;
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
     EXPECT_EQ(state->pane(PaneSide::left).selection, 0);

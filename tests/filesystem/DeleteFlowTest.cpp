@@ -6,19 +6,10 @@
 #include <QTemporaryDir>
 
 using namespace FileFlowTest;
+using FileFlowTest::privateTrash;
 using FileOperationTest::exists;
 
 namespace {
-
-// GIO reads the data folder once per process: it is set before any trashing.
-QString privateTrash() {
-    static QTemporaryDir* dataHome = [] {
-        auto* folder = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/dorvik-data-XXXXXX"));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path()));
-        return folder;
-    }();
-    return dataHome->path() + QStringLiteral("/Trash");
-}
 
 class DeleteFlow : public FlowTest {
 protected:
@@ -37,6 +28,7 @@ TEST_F(DeleteFlow, TheSecondOfThreeFailsTheOthersGoToTheTrash) {
     EXPECT_FALSE(state->pendingDelete->deletingFolders);
     QFile::remove(dir.filePath("left/d2.txt")); // it can no longer be trashed
     state->runPendingDelete();
+    waitForFileWork();
 
     EXPECT_FALSE(state->pendingDelete);
     EXPECT_TRUE(inTrash("d1.txt"));
@@ -61,6 +53,7 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     EXPECT_EQ(state->pendingDelete->urls, QStringList{dir.filePath("left/gone")});
     EXPECT_TRUE(state->pendingDelete->deletingFolders);
     state->runPendingDelete();
+    waitForFileWork();
     EXPECT_TRUE(inTrash("gone/inside.txt"));
     EXPECT_TRUE(exists(dir.filePath("left/tagged.txt")));
 }
@@ -76,6 +69,7 @@ TEST_F(DeleteFlow, NoCancelsYesTrashesAndNothingToDeleteSaysWhatIsMissing) {
     EXPECT_TRUE(exists(dir.filePath("left/keep.txt")));
     key("d");
     key("y");
+    waitForFileWork();
     EXPECT_FALSE(exists(dir.filePath("left/keep.txt")));
     EXPECT_TRUE(inTrash("keep.txt"));
 
@@ -120,6 +114,7 @@ TEST_F(DeleteFlow, AVolumeWithoutTrashIsReportedAndNothingIsDeleted) {
     pointAt("kept.txt");
     key("d");
     key("y");
+    waitForFileWork();
     EXPECT_TRUE(exists(path));
     EXPECT_TRUE(error().startsWith("kept.txt: ")) << error().toStdString();
     EXPECT_TRUE(error().contains("not supported")) << error().toStdString();

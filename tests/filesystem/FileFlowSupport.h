@@ -10,6 +10,7 @@
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,18 @@
 namespace FileFlowTest {
 
 using KeyTest::typed;
+
+// The Trash of the tests, in a data folder of their own so that the user's
+// own is never touched. GIO reads the data folder once per process: it is
+// set before any trashing.
+inline QString privateTrash() {
+    static QTemporaryDir* dataHome = [] {
+        auto* folder = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/dorvik-data-XXXXXX"));
+        qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path()));
+        return folder;
+    }();
+    return dataHome->path() + QStringLiteral("/Trash");
+}
 
 // The left pane on TestDir's "left" folder, the right on "right".
 class FlowTest : public ::testing::Test {

@@ -207,6 +207,7 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     state->handleKeyDown(named(KeyCode::returnKey));
     ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
     ASSERT_EQ(state->searchTreeBoxRowCount(), 3); // the root, docs, music
+    executor.runAll();                            // the rows learn which folders have subfolders
     state->handleKeyDown(named(KeyCode::down));
     state->handleKeyDown(named(KeyCode::down));
     state->handleKeyDown(named(KeyCode::down));

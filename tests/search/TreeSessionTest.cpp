@@ -12,6 +12,8 @@
 #include <QFileInfo>
 #include <QStringList>
 
+#include <QTest>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -37,10 +39,19 @@ protected:
         return lines;
     }
 
+    // What the worker does for the state: the rows' folders are asked
+    // whether they have subfolders, and the answers noted.
+    static void answer(TreeSession& session, bool showHidden = false) {
+        const QStringList asked = session.takeSubfolderQuestions(showHidden);
+        session.noteSubfolderAnswers(
+            TreeSession::checkSubfolders(asked, showHidden, [] { return true; }), showHidden);
+    }
+
     TreeSession openAt(const QString& target, bool showHidden = false) {
         TreeSession session(dir.path(), FilerSortMode::name, true);
         session.expanded = TreeSession::expandedChain(dir.path(), target);
         session.rebuildRows(showHidden);
+        answer(session, showHidden);
         session.select(target);
         session.reloadFiles(showHidden);
         return session;
@@ -117,6 +128,7 @@ TEST_F(TreeSessionTest, ExpandedChainAndTheVolumeRoot) {
     EXPECT_EQ(TreeSession::expandedChain("/", "/x/y"), (QSet<QString>{"/", "/x"}));
     TreeSession top("/", FilerSortMode::name, true);
     top.rebuildRows(false);
+    answer(top);
     EXPECT_EQ(top.rows[0].name, "/");
     EXPECT_EQ(top.rows[0].localizedName, "/");
     EXPECT_EQ(TreeSession::label(top.rows[0], true), "/>");
@@ -132,6 +144,7 @@ TEST_F(TreeSessionTest, UnreadableFoldersHaveNoChildrenAndAreNotEntered) {
         TreeSession session(root, FilerSortMode::name, true);
         session.expanded = {root};
         session.rebuildRows(false);
+        answer(session);
         session.select(root + "/Locked");
         const TreeRow locked = *session.selectedRow();
         session.reloadFiles(false);
@@ -190,6 +203,7 @@ TEST_F(TreeModeTest, EnteringFromElsewhereStartsOnTheRootRow) {
 TEST_F(TreeModeTest, FileListKeysAndEnter) {
     state->openLocation(FilerLocation::directory(dir.filePath("Music")), PaneSide::left, {});
     state->toggleTreeMode();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return session().selectedRow()->hasChildren; }, 5000));
     state->treeStepRight(); // opens Music
     state->treeStepRight(); // Music is open: into its files
     EXPECT_TRUE(session().focusOnFiles);
@@ -229,6 +243,46 @@ TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefusedAndEscWithAFilterLeavesInOne
     state->exitTreeModeByEsc();
     EXPECT_FALSE(state->isFilterOpen);
     EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
+}
+
+// The ">" comes from a worker thread: the rows stand at once without it, the
+// answers fill it in, and a refreshed tree keeps the former answers on
+// screen until the new ones come.
+TEST_F(TreeSessionTest, SubfolderMarksAreFilledInByTheWorker) {
+    Background::ManualExecutor executor;
+    MemoryPreferences preferences;
+    preferences.setValue("startupDirectory", dir.path());
+    AppState state(preferences, executor);
+    state.reloadPane(PaneSide::left, false);
+    executor.runAll();
+    state.toggleTreeMode();
+    const auto& session = *state.pane(PaneSide::left).treeSession;
+    EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music", " +--Photos"}));
+    EXPECT_EQ(executor.nextPool(), Background::Pool::diskRead);
+    const int64_t revision = state.treeRevision;
+    executor.runAll();
+    EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music>", " +--Photos"}));
+    EXPECT_GT(state.treeRevision, revision);
+
+    dir.makeFolder("Photos/2024");
+    state.refreshTreeSessions();
+    EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music>", " +--Photos"}));
+    executor.runAll();
+    EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music>", " +--Photos>"}));
+}
+
+TEST_F(TreeSessionTest, TheSubfolderTestStopsAtTheFirstAndCountsHiddenOnesWhenAsked) {
+    for (int i = 0; i < 50; ++i) {
+        dir.makeFile(QStringLiteral("Many/file%1").arg(i));
+    }
+    EXPECT_FALSE(TreeSession::hasVisibleSubfolder(dir.filePath("Many"), false));
+    dir.makeFolder("Many/sub");
+    EXPECT_TRUE(TreeSession::hasVisibleSubfolder(dir.filePath("Many"), false));
+    EXPECT_FALSE(TreeSession::hasVisibleSubfolder(dir.filePath(".config/app"), true));
+    dir.makeFolder("Hidden/.inner");
+    EXPECT_FALSE(TreeSession::hasVisibleSubfolder(dir.filePath("Hidden"), false));
+    EXPECT_TRUE(TreeSession::hasVisibleSubfolder(dir.filePath("Hidden"), true));
+    EXPECT_FALSE(TreeSession::hasVisibleSubfolder(dir.filePath("missing"), true));
 }
 
 } // namespace

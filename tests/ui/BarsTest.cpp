@@ -6,6 +6,7 @@
 #include "core/SelectionStatus.h"
 
 #include <QRegularExpression>
+#include <QTest>
 
 using namespace ScreenTest;
 
@@ -74,9 +75,11 @@ TEST_F(BarsTest, TheStatusLineTellsTheEntryAndFreeSpaceOrThePlaceholder) {
     EXPECT_EQ(entry.size, QStringLiteral("1.5K"));
     EXPECT_TRUE(entry.mode.startsWith(QStringLiteral("-rw")));
     EXPECT_FALSE(entry.owner.isEmpty());
-    EXPECT_TRUE(QRegularExpression(QStringLiteral("^空き:[0-9.]+[KMG]?/[0-9.]+[KMG]?\\(\\d+%\\)$"))
-                    .match(freeSpaceLabel(*state))
-                    .hasMatch())
+    // The figure comes from a worker thread after the listing.
+    const QRegularExpression freeSpaceForm(
+        QStringLiteral("^空き:[0-9.]+[KMG]?/[0-9.]+[KMG]?\\(\\d+%\\)$"));
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return freeSpaceForm.match(freeSpaceLabel(*state)).hasMatch(); }, 5000))
         << freeSpaceLabel(*state).toStdString();
 
     // In EDITOR: placeholders, no free space, and the edited file once there is one.

@@ -11,6 +11,7 @@
 #include "ui/VolumePickerView.h"
 
 #include <QLineEdit>
+#include <QTest>
 
 using namespace ScreenTest;
 
@@ -70,6 +71,7 @@ TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
 
 TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScrolls) {
     state->openVolumePicker();
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !state->volumePicker.isLoading; }, 5000));
     state->volumePicker.items.clear();
     auto* view = box<VolumePickerView>();
     ASSERT_NE(view, nullptr);
