@@ -10,15 +10,24 @@ namespace ArchiveLocation {
 
 Result<QList<FileEntry>, ArchiveError> list(const FilerLocation::Zip& location,
                                             bool showHiddenFiles, FilerSortMode sortMode,
-                                            bool showLocalizedNames) {
+                                            bool showLocalizedNames, std::stop_token stop) {
     const QString archive = PathUtils::standardizedPath(location.archive);
     const QFileInfo info(archive);
     if (!info.exists()) {
         return fail(ArchiveError::notFound(archive));
     }
+    const auto givenUp = [&] {
+        return ArchiveError::listFailed(archive, QStringLiteral("cancelled"));
+    };
+    if (stop.stop_requested()) {
+        return fail(givenUp());
+    }
     auto members = ArchiveService::listMembers(archive);
     if (!members) {
         return fail(members.error());
+    }
+    if (stop.stop_requested()) {
+        return fail(givenUp());
     }
     return ArchiveRows::entriesFromMembers(archive, *members, location.innerPath, showHiddenFiles,
                                            sortMode, showLocalizedNames, info.lastModified());

@@ -8,16 +8,18 @@
 #include <QString>
 
 #include <optional>
+#include <stop_token>
 
 // A pane standing inside an archive: its listing, and the commands that an
 // archive, being read-only, refuses.
 namespace ArchiveLocation {
 
 // The rows of a folder inside an archive of any kind. Runs the archive tools
-// and so blocks for as long as they take.
+// and so blocks for as long as they take; once stop is requested it gives up
+// at its next step.
 Result<QList<FileEntry>, ArchiveError> list(const FilerLocation::Zip& location,
                                             bool showHiddenFiles, FilerSortMode sortMode,
-                                            bool showLocalizedNames);
+                                            bool showLocalizedNames, std::stop_token stop = {});
 
 // The commands that would change something and therefore refuse inside an archive.
 enum class ReadOnlyCommand {
