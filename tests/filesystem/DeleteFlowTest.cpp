@@ -2,6 +2,7 @@
 // private trash so that the user's own is never touched.
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/FileOperationSupport.h"
+#include "support/ListingWait.h"
 
 #include <QTemporaryDir>
 
@@ -37,6 +38,7 @@ TEST_F(DeleteFlow, TheSecondOfThreeFailsTheOthersGoToTheTrash) {
     EXPECT_FALSE(state->pendingDelete->deletingFolders);
     QFile::remove(dir.filePath("left/d2.txt")); // it can no longer be trashed
     state->runPendingDelete();
+    waitForListings(*state);
 
     EXPECT_FALSE(state->pendingDelete);
     EXPECT_TRUE(inTrash("d1.txt"));
@@ -54,6 +56,7 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     dir.makeFile("left/tagged.txt");
     dir.makeFile("left/gone/inside.txt");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     tag({"tagged.txt"});
     pointAt("gone");
     key("D", KeyModifiers{KeyModifier::shift});
@@ -61,6 +64,7 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     EXPECT_EQ(state->pendingDelete->urls, QStringList{dir.filePath("left/gone")});
     EXPECT_TRUE(state->pendingDelete->deletingFolders);
     state->runPendingDelete();
+    waitForListings(*state);
     EXPECT_TRUE(inTrash("gone/inside.txt"));
     EXPECT_TRUE(exists(dir.filePath("left/tagged.txt")));
 }
@@ -69,6 +73,7 @@ TEST_F(DeleteFlow, NoCancelsYesTrashesAndNothingToDeleteSaysWhatIsMissing) {
     dir.makeFile("left/keep.txt");
     dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     pointAt("keep.txt");
     key("d");
     key("n");
@@ -94,6 +99,7 @@ TEST_F(DeleteFlow, ARememberedReadOnlyFileIsRefusedUntilForgotten) {
     const QString path = dir.makeFile("left/locked.txt");
     dir.setMode("left/locked.txt", 0444);
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     dir.setMode("left/locked.txt", 0644);
     pointAt("locked.txt");
     key("d");
@@ -117,6 +123,7 @@ TEST_F(DeleteFlow, AVolumeWithoutTrashIsReportedAndNothingIsDeleted) {
     file.close();
     state->pane(PaneSide::left).location = FilerLocation::directory(shm.path());
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     pointAt("kept.txt");
     key("d");
     key("y");
