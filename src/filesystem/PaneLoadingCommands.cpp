@@ -23,6 +23,13 @@ struct ListingSettings {
 
 using Rows = Result<QList<FileEntry>, QString>;
 
+// What a listing brings back: its rows, and the rights it met made ready for
+// the store, which the main thread only has to write.
+struct Listed {
+    Rows rows;
+    std::optional<FileAccessMemory::Snapshot> memory;
+};
+
 Rows listWith(const FilerLocation& location, const ListingSettings& settings,
               const std::stop_token& stop, std::atomic<qsizetype>* readCount) {
     if (const auto* directory = location.asDirectory()) {
@@ -68,7 +75,7 @@ void AppState::reloadPane(PaneSide side, bool forgetRights) {
     }
     if (forgetRights) {
         if (const auto* directory = request.location.asDirectory()) {
-            FileAccessMemory::forget(directory->url);
+            FileAccessMemory::forgetWithoutWriting(directory->url);
         }
     }
     startListing(side, std::move(request));
@@ -84,11 +91,17 @@ void AppState::startListing(PaneSide side, PaneListing request) {
     auto work = [location = request.location,
                  settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames},
                  stop = request.stop.get_token(), count = request.readCount] {
-        return listWith(location, settings, stop, count.get());
+        Rows rows = listWith(location, settings, stop, count.get());
+        return Listed{std::move(rows), FileAccessMemory::snapshot()};
     };
     p.listing = std::move(request);
     Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
-                    [this, side](Rows rows) { finishListing(side, std::move(rows)); });
+                    [this, side](Listed listed) {
+                        if (listed.memory) {
+                            FileAccessMemory::store(*listed.memory);
+                        }
+                        finishListing(side, std::move(listed.rows));
+                    });
     m_executor.callLater(listingNoticeDelay, this,
                          [this, side, ticket] { noteListingSlow(side, ticket); });
     notifyChanged();
@@ -115,9 +128,6 @@ void AppState::finishListing(PaneSide side, Rows rows) {
     }
     const PaneListing request = std::move(*p.listing);
     p.listing.reset();
-    // The rights met in the listing are written to the store here, on the
-    // thread that owns the settings.
-    FileAccessMemory::persist();
     if (request.purpose == PaneListing::Purpose::open) {
         completeOpenLocation(side, request, std::move(rows));
     } else {
@@ -211,18 +221,23 @@ void AppState::reloadPaneInBackground(PaneSide side) {
         reloadPane(side, true);
         return;
     }
-    FileAccessMemory::forget(directory->url);
+    FileAccessMemory::forgetWithoutWriting(directory->url);
     Background::run(
         m_executor, Background::Pool::listing, this, pane(side).backgroundReloads.take(),
         [location, settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames}] {
-            return listWith(location, settings, {}, nullptr);
+            Rows rows = listWith(location, settings, {}, nullptr);
+            return Listed{std::move(rows), FileAccessMemory::snapshot()};
         },
-        [this, side, location](Rows rows) {
+        [this, side, location](Listed listed) {
+            // The rights met by the worker are written on the thread that
+            // owns the settings.
+            if (listed.memory) {
+                FileAccessMemory::store(*listed.memory);
+            }
             if (pane(side).location != location || pane(side).listing) {
                 return;
             }
-            FileAccessMemory::persist();
-            showListing(side, std::move(rows));
+            showListing(side, std::move(listed.rows));
         });
 }
 

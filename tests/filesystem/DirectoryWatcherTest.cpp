@@ -122,7 +122,8 @@ TEST_F(PaneWatchingTest, AChangeOnDiskReloadsThePaneAndForgetsItsRights) {
         QTest::qWaitFor([&] { return state->pane(PaneSide::left).listEpoch == epoch + 1; }, 2000))
         << state->pane(PaneSide::left).listEpoch;
     EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "new.txt");
-    EXPECT_NE(FileAccessMemory::rememberedRecord(dir.path())->owner, "x");
+    const auto record = FileAccessMemory::rememberedRecord(dir.path());
+    EXPECT_TRUE(!record || record->owner != "x");
 }
 
 // A change on disk lists the folder on a worker thread. Its rows are shown only
