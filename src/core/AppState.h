@@ -17,6 +17,7 @@
 
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -102,14 +103,35 @@ public:
     void setAppLanguage(AppLanguage language);
     void requestQuit();
 
-    // --- Listing
+    // --- Listing (filesystem/PaneLoadingCommands.cpp)
+    // Lists a location now, on the calling thread, with the current settings.
     Result<QList<FileEntry>, QString> listLocation(const FilerLocation& location) const;
+    // Lists the pane's location anew on a worker; the rows, the cursor kept
+    // by position and the watcher follow when the listing completes. With a
+    // change of location under way, that location is listed anew instead.
     void reloadPane(PaneSide side, bool forgetRights);
     // A reload for a change seen on disk: the folder is listed on a worker
     // thread and its rows shown when they come, unless the pane was listed
-    // anew or moved on meanwhile, or a later such reload was asked for.
+    // anew or moved on meanwhile, or a later such reload was asked for. It
+    // holds no keys and shows no loading line.
     void reloadPaneInBackground(PaneSide side);
     void refreshAll();
+    // Whether a listing the user asked for is under way on the side.
+    bool isListingPending(PaneSide side) const { return pane(side).listing.has_value(); }
+    // Esc while a pane lists: the listing is dropped with the keys held for
+    // it, and the pane stays as it was.
+    void cancelListing(PaneSide side);
+    // Runs then once the side's listing under way has completed, or at once
+    // when none is.
+    void whenListed(PaneSide side, std::function<void()> then);
+    // A key for the active filer pane while it lists: Esc cancels the
+    // listing, Tab and Q pass, any other key is held to run after the rows
+    // come. True when the key was taken here.
+    bool holdKeyWhileListing(const KeyEvent& event);
+    // How long a listing runs before the pane says it is loading, and how
+    // often the count it shows is brought up to date.
+    std::chrono::milliseconds listingNoticeDelay{200};
+    std::chrono::milliseconds listingCountInterval{100};
 
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
@@ -545,6 +567,12 @@ private:
     void readJumpBookmarks();
     void resolveStartupDirectory();
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
+    void startListing(PaneSide side, PaneListing request);
+    void noteListingSlow(PaneSide side, const Background::Ticket& ticket);
+    void finishListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
+    void completeOpenLocation(PaneSide side, const PaneListing& request,
+                              Result<QList<FileEntry>, QString> rows);
+    void replayHeldKeys(PaneSide side);
 
     // Before a picker or the gallery opens: none opens without an active pane
     // or over another prompt or picker; file search and the filter are left,

@@ -13,21 +13,40 @@ namespace {
 // Process-wide, so that tickets of different counters never share a number.
 std::atomic<uint64_t> lastTicketNumber{0};
 
+QThreadPool* makePool(int threads) {
+    auto* created = new QThreadPool;
+    created->setMaxThreadCount(threads);
+    return created;
+}
+
 QThreadPool& diskReadPool() {
-    static QThreadPool* pool = [] {
-        auto* created = new QThreadPool;
-        created->setMaxThreadCount(8);
-        return created;
-    }();
+    static QThreadPool* pool = makePool(8);
     return *pool;
+}
+
+// A listing stuck on a dead mount keeps its thread for good; a newer listing
+// of the pane still finds a free one.
+QThreadPool& listingPool() {
+    static QThreadPool* pool = makePool(16);
+    return *pool;
+}
+
+QThreadPool& threadsOf(Pool pool) {
+    switch (pool) {
+    case Pool::diskRead:
+        return diskReadPool();
+    case Pool::listing:
+        return listingPool();
+    case Pool::shared:
+        break;
+    }
+    return *QThreadPool::globalInstance();
 }
 
 class WorkerThreads final : public Executor {
 public:
     void start(Pool pool, std::function<void()> work) override {
-        QThreadPool& threads =
-            pool == Pool::diskRead ? diskReadPool() : *QThreadPool::globalInstance();
-        threads.start(std::move(work));
+        threadsOf(pool).start(std::move(work));
     }
 
     // The application object lives on the main thread; what is posted to it
@@ -54,7 +73,7 @@ Executor& workerThreads() {
 }
 
 void ManualExecutor::start(Pool pool, std::function<void()> work) {
-    ++m_started[pool == Pool::diskRead ? 1 : 0];
+    ++m_started[size_t(pool)];
     m_work.push_back({pool, std::move(work)});
 }
 

@@ -26,11 +26,14 @@ namespace Background {
 // The worker threads work runs on.
 //
 // shared: copies, archive tools, the folder scan, starting applications.
-// diskRead: reads of files and folders for the screen. A read from a dead
-// mount or a stalled disk cannot be stopped; on a pool of their own such
-// reads never take a thread of the shared pool, and that pool is never
-// destroyed, so leaving the program does not wait for them.
-enum class Pool { shared, diskRead };
+// diskRead: reads of files for the screen (previews, thumbnails, frames).
+// listing: the listings of the panes, folders and archives alike.
+// A read from a dead mount or a stalled disk cannot be stopped; on pools of
+// their own such reads never take a thread of the shared pool, a stuck
+// listing never takes the threads previews read with, and these pools are
+// never destroyed, so leaving the program does not wait for them.
+enum class Pool { shared, diskRead, listing };
+inline constexpr size_t poolCount = 3;
 
 // Where work runs and how its results reach the main thread. The program
 // uses workerThreads(); a test hands a ManualExecutor to the state or the
@@ -71,7 +74,7 @@ public:
     qsizetype waitingCount() const { return qsizetype(m_work.size()); }
     std::optional<Pool> nextPool() const;
     // How much work was ever started on a pool.
-    qsizetype startedCount(Pool pool) const { return m_started[pool == Pool::diskRead ? 1 : 0]; }
+    qsizetype startedCount(Pool pool) const { return m_started[size_t(pool)]; }
     // Moves the clock on, running each timer that falls due in order of its
     // due time, timers set by those timers included.
     void advance(std::chrono::milliseconds step);
@@ -81,7 +84,7 @@ private:
         Pool pool;
         std::function<void()> run;
     };
-    std::array<qsizetype, 2> m_started{};
+    std::array<qsizetype, poolCount> m_started{};
     struct Timer {
         std::chrono::milliseconds due;
         uint64_t order;

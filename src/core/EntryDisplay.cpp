@@ -2,6 +2,8 @@
 
 #include "core/Formats.h"
 
+#include <QLocale>
+
 namespace {
 
 // The text after the last dot of a name, or empty when there is no dot.
@@ -87,6 +89,11 @@ ColorRole colorRole(const FileEntry& entry, bool showLocalizedNames) {
         return readable ? ColorRole::localizedDir : ColorRole::unreadableLocalizedDir;
     }
     return readable ? ColorRole::dir : ColorRole::unreadableDir;
+}
+
+QString loadingLine(qsizetype itemsRead) {
+    const QString count = QLocale(QLocale::English).toString(qlonglong(itemsRead));
+    return QStringLiteral("Loading... %1 items read  (Esc: cancel)").arg(count);
 }
 
 } // namespace EntryDisplay

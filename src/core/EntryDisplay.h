@@ -35,5 +35,7 @@ QString dateText(const FileEntry& entry);
 // "*" for a tagged file; a blank otherwise, always for folders and "..".
 QChar tagMark(const FileEntry& entry, bool isTagged);
 ColorRole colorRole(const FileEntry& entry, bool showLocalizedNames);
+// The line a pane shows while a slow listing runs, with the items read so far.
+QString loadingLine(qsizetype itemsRead);
 
 } // namespace EntryDisplay

@@ -71,6 +71,9 @@ bool dispatchPaneKey(AppState& s, const KeyPress& press) {
     if (s.isFilterOpen) {
         return run(s, KeyTables::filterCommand(s, press));
     }
+    if (s.holdKeyWhileListing(press.event)) {
+        return true;
+    }
     return run(s, KeyTables::filerCommand(s, press));
 }
 

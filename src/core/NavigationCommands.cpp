@@ -129,28 +129,37 @@ bool AppState::focusPane(PaneSide side) {
     return true;
 }
 
+// The rows come from a worker; completeOpenLocation takes the steps that
+// follow them.
 void AppState::openLocation(const FilerLocation& location, PaneSide side,
                             const std::optional<QString>& selectName) {
+    PaneListing request;
+    request.purpose = PaneListing::Purpose::open;
+    request.location = location;
+    request.selectName = selectName;
+    startListing(side, std::move(request));
+}
+
+void AppState::completeOpenLocation(PaneSide side, const PaneListing& request,
+                                    Result<QList<FileEntry>, QString> rows) {
     FilerLocation& stored = pane(side).location;
-    const FilerLocation previous = stored;
-    const int64_t epochBefore = pane(side).listEpoch;
-    stored = location;
-    reloadPane(side, false);
     // An archive that cannot be listed (damaged, cut short, gone) is not
     // entered: the pane stays on the rows it shows, with its cursor and tags.
-    const bool listed = pane(side).listEpoch != epochBefore;
-    if (!listed && entersAnotherArchive(previous, location)) {
-        stored = previous;
+    if (!rows && entersAnotherArchive(stored, request.location)) {
+        reportError(rows.error());
         notifyChanged();
         return;
     }
+    stored = request.location;
+    showListing(side, std::move(rows));
     // Tags never survive a change of location, on either side.
     taggedKeys.clear();
     int index = 0;
-    if (selectName) {
+    if (request.selectName) {
         const QList<FileEntry>& entries = pane(side).entries;
-        const auto found = std::find_if(entries.begin(), entries.end(),
-                                        [&](const FileEntry& e) { return e.name == *selectName; });
+        const auto found = std::find_if(entries.begin(), entries.end(), [&](const FileEntry& e) {
+            return e.name == *request.selectName;
+        });
         index = found == entries.end() ? 0 : int(found - entries.begin());
     }
     setSelection(index, side);

@@ -1,17 +1,46 @@
 #pragma once
 
 #include "core/Background.h"
+#include "core/KeyEvent.h"
 #include "core/Model.h"
 
 #include <QList>
 #include <QString>
 #include <QStringList>
 
+#include <atomic>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <optional>
+#include <stop_token>
+#include <vector>
 
 class DirectoryWatcher;
 class TreeSession;
+
+// A listing of a pane under way on a worker thread. Until it completes the
+// pane shows its old rows; the completion applies the new ones and the steps
+// that follow them.
+struct PaneListing {
+    enum class Purpose {
+        // The pane's own location read again; the cursor is kept by position.
+        reload,
+        // A change of location; the cursor goes to selectName, or to row 0.
+        open,
+    };
+    Purpose purpose = Purpose::reload;
+    FilerLocation location;
+    std::optional<QString> selectName;
+    // Asked to stop when the listing is superseded or cancelled.
+    std::stop_source stop;
+    // Items read so far, counted by the worker.
+    std::shared_ptr<std::atomic<qsizetype>> readCount = std::make_shared<std::atomic<qsizetype>>(0);
+    // Set once the listing has run long enough to say so in the pane, with
+    // the count the pane shows.
+    bool showsLoadingLine = false;
+    qsizetype shownCount = 0;
+};
 
 // Everything that exists once per filer pane: where it stands, its rows, its
 // cursor, its tree, its watcher, and what it keeps to answer quickly. The
@@ -34,6 +63,15 @@ struct PaneState {
     // The reloads for a change seen on disk: a later one, or rows shown
     // meanwhile, drop the older.
     Background::TicketCounter backgroundReloads;
+
+    // The listing the user asked for, while it runs; a newer request or Esc
+    // drops it.
+    std::optional<PaneListing> listing;
+    Background::TicketCounter listings;
+    // Keys typed for the pane while it lists, run in order once it is done.
+    QList<KeyEvent> heldKeys;
+    // Steps that wait for the rows of the listing under way.
+    std::vector<std::function<void()>> afterListing;
 
     // The rows the filter keeps, asked for many times per key by the commands
     // and the views. Folding every name of a large folder takes long, so the

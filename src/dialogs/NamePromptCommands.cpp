@@ -39,14 +39,16 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
     if (!side) {
         return;
     }
-    const QList<FileEntry> rows = s.visibleEntries(*side);
-    for (int index = 0; index < rows.size(); ++index) {
-        if (PathUtils::standardizedPath(rows.at(index).url) == path) {
-            s.setSelection(index, *side);
-            break;
+    s.whenListed(*side, [&s, side = *side, path] {
+        const QList<FileEntry> rows = s.visibleEntries(side);
+        for (int index = 0; index < rows.size(); ++index) {
+            if (PathUtils::standardizedPath(rows.at(index).url) == path) {
+                s.setSelection(index, side);
+                break;
+            }
         }
-    }
-    s.notifyChanged();
+        s.notifyChanged();
+    });
 }
 
 } // namespace

@@ -25,6 +25,10 @@ struct Memory {
     // Set when the records differ from what was last written, so that a
     // listing that met nothing new does not rewrite an identical store.
     bool dirty = true;
+    // Counts changes of the records; a snapshot made at an older count
+    // than the one written is not written over it.
+    uint64_t changes = 0;
+    uint64_t written = 0;
 };
 
 // Never destroyed: a listing on a worker thread may still be using it while
@@ -41,6 +45,7 @@ void loadIfNeeded(Memory& m) {
     }
     m.loaded = true;
     m.dirty = true;
+    ++m.changes;
     if (!m.preferences || !m.preferences->contains(kStoreKey)) {
         return;
     }
@@ -53,7 +58,13 @@ void write(Memory& m) {
     if (m.preferences && m.dirty) {
         m.preferences->setValue(kStoreKey, encode(m.records));
         m.dirty = false;
+        m.written = m.changes;
     }
+}
+
+void markChanged(Memory& m) {
+    m.dirty = true;
+    ++m.changes;
 }
 
 void appendJsonString(QByteArray& out, const QString& text) {
@@ -164,10 +175,10 @@ void remember(const Record& record, const QString& url, bool persistNow) {
     auto found = m.records.find(key);
     if (found == m.records.end()) {
         m.records.insert(key, record);
-        m.dirty = true;
+        markChanged(m);
     } else if (!(*found == record)) {
         *found = record;
-        m.dirty = true;
+        markChanged(m);
     }
     if (persistNow) {
         write(m);
@@ -180,9 +191,48 @@ void forget(const QString& url) {
     std::lock_guard guard(m.lock);
     loadIfNeeded(m);
     if (m.records.remove(key)) {
-        m.dirty = true;
+        markChanged(m);
         write(m);
     }
+}
+
+void forgetWithoutWriting(const QString& url) {
+    const QString key = PathUtils::standardizedPath(url);
+    Memory& m = memory();
+    std::lock_guard guard(m.lock);
+    loadIfNeeded(m);
+    if (m.records.remove(key)) {
+        markChanged(m);
+    }
+}
+
+std::optional<Snapshot> snapshot() {
+    Memory& m = memory();
+    QHash<QString, Record> records;
+    Snapshot made;
+    {
+        std::lock_guard guard(m.lock);
+        loadIfNeeded(m);
+        if (!m.preferences || !m.dirty) {
+            return std::nullopt;
+        }
+        // A shared copy: the records are encoded outside the lock.
+        records = m.records;
+        made.changesAt = m.changes;
+    }
+    made.json = encode(records);
+    return made;
+}
+
+void store(const Snapshot& snapshot) {
+    Memory& m = memory();
+    std::lock_guard guard(m.lock);
+    if (!m.preferences || snapshot.changesAt <= m.written) {
+        return;
+    }
+    m.preferences->setValue(kStoreKey, snapshot.json);
+    m.written = snapshot.changesAt;
+    m.dirty = m.changes != snapshot.changesAt;
 }
 
 void persist() {

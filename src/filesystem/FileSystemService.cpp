@@ -75,13 +75,26 @@ struct DirCloser {
     void operator()(DIR* dir) const { ::closedir(dir); }
 };
 
+// How many items are read between two looks at the stop request.
+constexpr qsizetype kStopCheckInterval = 256;
+
 // Reads every named item; the first item that can't be read ends the listing.
 FsResult<QList<FileEntry>> readItems(int dirFd, const std::vector<QByteArray>& names,
-                                     const QString& folder, bool showHidden) {
+                                     const QString& folder, bool showHidden,
+                                     const ListingControl& control) {
     QList<FileEntry> rows;
     rows.reserve(qsizetype(names.size()) + 1);
     const QString prefix = folder == QLatin1String("/") ? folder : folder + QLatin1Char('/');
+    qsizetype read = 0;
     for (const QByteArray& raw : names) {
+        if (++read % kStopCheckInterval == 0) {
+            if (control.stop.stop_requested()) {
+                return fail(FileSystemError::fromErrno(ECANCELED));
+            }
+            if (control.readCount) {
+                control.readCount->store(read, std::memory_order_relaxed);
+            }
+        }
         struct stat st;
         if (::fstatat(dirFd, raw.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
             return fail(FileSystemError::fromErrno(errno));
@@ -137,14 +150,12 @@ FsResult<std::vector<QByteArray>> readNames(DIR* dir) {
     return names;
 }
 
-FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
-                                         FilerSortMode sortMode, bool sortByLocalizedName) {
-    return listDirectory(url, showHidden, sortMode, sortByLocalizedName, {});
-}
+namespace {
 
-FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
-                                         FilerSortMode sortMode, bool sortByLocalizedName,
-                                         const std::function<void()>& afterEnumeration) {
+FsResult<QList<FileEntry>> listFolder(const QString& url, bool showHidden, FilerSortMode sortMode,
+                                      bool sortByLocalizedName,
+                                      const std::function<void()>& afterEnumeration,
+                                      const ListingControl& control) {
     const QString folder = PathUtils::standardizedPath(url);
     const QByteArray encoded = QFile::encodeName(folder);
     struct stat st;
@@ -162,9 +173,15 @@ FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
     if (afterEnumeration) {
         afterEnumeration();
     }
-    auto items = readItems(::dirfd(dir.get()), *names, folder, showHidden);
+    auto items = readItems(::dirfd(dir.get()), *names, folder, showHidden, control);
     if (!items) {
         return items;
+    }
+    if (control.readCount) {
+        control.readCount->store(qsizetype(names->size()), std::memory_order_relaxed);
+    }
+    if (control.stop.stop_requested()) {
+        return fail(FileSystemError::fromErrno(ECANCELED));
     }
     QList<FileEntry> rows;
     rows.reserve(items->size() + 1);
@@ -176,6 +193,25 @@ FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
     sortEntries(rows, sortMode, sortByLocalizedName);
     FileAccessMemory::persist();
     return rows;
+}
+
+} // namespace
+
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName) {
+    return listFolder(url, showHidden, sortMode, sortByLocalizedName, {}, {});
+}
+
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName,
+                                         const std::function<void()>& afterEnumeration) {
+    return listFolder(url, showHidden, sortMode, sortByLocalizedName, afterEnumeration, {});
+}
+
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName,
+                                         const ListingControl& control) {
+    return listFolder(url, showHidden, sortMode, sortByLocalizedName, {}, control);
 }
 
 FileAccessMemory::Record accessRights(const QString& url, bool isDirectory, bool isArchive) {

@@ -14,6 +14,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <stop_token>
 
 struct stat;
 
@@ -31,6 +32,17 @@ FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
 FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
                                          FilerSortMode sortMode, bool sortByLocalizedName,
                                          const std::function<void()>& afterEnumeration);
+
+// What a pane's listing is told and tells while it runs on a worker: once
+// stop is requested the listing ends early with ECANCELED, and readCount,
+// when given, counts the items read so far.
+struct ListingControl {
+    std::stop_token stop;
+    std::atomic<qsizetype>* readCount = nullptr;
+};
+FsResult<QList<FileEntry>> listDirectory(const QString& url, bool showHidden,
+                                         FilerSortMode sortMode, bool sortByLocalizedName,
+                                         const ListingControl& control);
 
 // The row order: the parent row first, folders above files, then by mode.
 bool entryPrecedes(const FileEntry& a, const FileEntry& b, FilerSortMode mode, bool byLocalized);

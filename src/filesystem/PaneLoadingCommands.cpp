@@ -1,5 +1,6 @@
-// Filling a pane: AppState::listLocation, reloadPane, reloadPaneInBackground
-// and refreshAll.
+// Filling a pane: AppState::listLocation, reloadPane, reloadPaneInBackground,
+// refreshAll, and the listings under way that hold a pane's keys until their
+// rows come.
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
@@ -11,34 +12,189 @@
 
 #include <algorithm>
 
-Result<QList<FileEntry>, QString> AppState::listLocation(const FilerLocation& location) const {
+namespace {
+
+// The settings a listing is made with, read on the main thread when it is asked for.
+struct ListingSettings {
+    bool showHidden = false;
+    FilerSortMode sortMode = FilerSortMode::name;
+    bool byLocalizedName = true;
+};
+
+using Rows = Result<QList<FileEntry>, QString>;
+
+// What a listing brings back: its rows, and the rights it met made ready for
+// the store, which the main thread only has to write.
+struct Listed {
+    Rows rows;
+    std::optional<FileAccessMemory::Snapshot> memory;
+};
+
+Rows listWith(const FilerLocation& location, const ListingSettings& settings,
+              const std::stop_token& stop, std::atomic<qsizetype>* readCount) {
     if (const auto* directory = location.asDirectory()) {
-        auto rows = FileSystemService::listDirectory(directory->url, showHiddenFiles, sortMode,
-                                                     showLocalizedNames);
+        auto rows =
+            FileSystemService::listDirectory(directory->url, settings.showHidden, settings.sortMode,
+                                             settings.byLocalizedName, {stop, readCount});
         if (!rows) {
             return fail(rows.error().description());
         }
         return std::move(rows).value();
     }
-    auto rows =
-        ArchiveLocation::list(*location.asZip(), showHiddenFiles, sortMode, showLocalizedNames);
+    auto rows = ArchiveLocation::list(*location.asZip(), settings.showHidden, settings.sortMode,
+                                      settings.byLocalizedName, stop);
     if (!rows) {
         return fail(rows.error().description());
+    }
+    if (readCount) {
+        readCount->store(rows->size(), std::memory_order_relaxed);
     }
     return std::move(rows).value();
 }
 
-void AppState::reloadPane(PaneSide side, bool forgetRights) {
-    const FilerLocation location = pane(side).location;
-    if (forgetRights) {
-        if (const auto* directory = location.asDirectory()) {
-            FileAccessMemory::forget(directory->url);
-        }
-    }
-    showListing(side, listLocation(location));
+bool isQuitKey(const KeyEvent& event) {
+    return event.charactersIgnoringModifiers &&
+           event.charactersIgnoringModifiers->compare(QLatin1String("q"), Qt::CaseInsensitive) == 0;
 }
 
-void AppState::showListing(PaneSide side, Result<QList<FileEntry>, QString> rows) {
+} // namespace
+
+Rows AppState::listLocation(const FilerLocation& location) const {
+    return listWith(location, {showHiddenFiles, sortMode, showLocalizedNames}, {}, nullptr);
+}
+
+void AppState::reloadPane(PaneSide side, bool forgetRights) {
+    PaneState& p = pane(side);
+    PaneListing request;
+    request.location = p.location;
+    // A change of location under way is what the pane is about to show.
+    if (p.listing && p.listing->purpose == PaneListing::Purpose::open) {
+        request.purpose = PaneListing::Purpose::open;
+        request.location = p.listing->location;
+        request.selectName = p.listing->selectName;
+    }
+    if (forgetRights) {
+        if (const auto* directory = request.location.asDirectory()) {
+            FileAccessMemory::forgetWithoutWriting(directory->url);
+        }
+    }
+    startListing(side, std::move(request));
+}
+
+void AppState::startListing(PaneSide side, PaneListing request) {
+    PaneState& p = pane(side);
+    if (p.listing) {
+        p.listing->stop.request_stop();
+    }
+    p.backgroundReloads.dropAll();
+    const Background::Ticket ticket = p.listings.take();
+    auto work = [location = request.location,
+                 settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames},
+                 stop = request.stop.get_token(), count = request.readCount] {
+        Rows rows = listWith(location, settings, stop, count.get());
+        return Listed{std::move(rows), FileAccessMemory::snapshot()};
+    };
+    p.listing = std::move(request);
+    Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
+                    [this, side](Listed listed) {
+                        if (listed.memory) {
+                            FileAccessMemory::store(*listed.memory);
+                        }
+                        finishListing(side, std::move(listed.rows));
+                    });
+    m_executor.callLater(listingNoticeDelay, this,
+                         [this, side, ticket] { noteListingSlow(side, ticket); });
+    notifyChanged();
+}
+
+// A listing still running after the delay shows its loading line, and the
+// count of items read is brought up to date until it completes.
+void AppState::noteListingSlow(PaneSide side, const Background::Ticket& ticket) {
+    std::optional<PaneListing>& listing = pane(side).listing;
+    if (!ticket.isCurrent() || !listing) {
+        return;
+    }
+    listing->showsLoadingLine = true;
+    listing->shownCount = listing->readCount->load(std::memory_order_relaxed);
+    notifyChanged();
+    m_executor.callLater(listingCountInterval, this,
+                         [this, side, ticket] { noteListingSlow(side, ticket); });
+}
+
+void AppState::finishListing(PaneSide side, Rows rows) {
+    PaneState& p = pane(side);
+    if (!p.listing) {
+        return;
+    }
+    const PaneListing request = std::move(*p.listing);
+    p.listing.reset();
+    if (request.purpose == PaneListing::Purpose::open) {
+        completeOpenLocation(side, request, std::move(rows));
+    } else {
+        showListing(side, std::move(rows));
+    }
+    const std::vector<std::function<void()>> waiting = std::exchange(p.afterListing, {});
+    for (const auto& then : waiting) {
+        then();
+    }
+    replayHeldKeys(side);
+    notifyChanged();
+}
+
+// The held keys run as they would have had the rows been there when they
+// were typed: on this pane, in order, until one of them starts another
+// listing of it. A focus moved meanwhile to the other side stays there.
+void AppState::replayHeldKeys(PaneSide side) {
+    PaneState& p = pane(side);
+    while (!p.heldKeys.isEmpty() && !p.listing) {
+        const KeyEvent key = p.heldKeys.takeFirst();
+        const PaneSide focusBefore = focusedSide;
+        focusedSide = side;
+        handleKeyDown(key);
+        if (focusedSide == side) {
+            focusedSide = focusBefore;
+        }
+    }
+}
+
+void AppState::cancelListing(PaneSide side) {
+    PaneState& p = pane(side);
+    if (!p.listing) {
+        return;
+    }
+    p.listing->stop.request_stop();
+    p.listing.reset();
+    p.listings.dropAll();
+    p.heldKeys.clear();
+    p.afterListing.clear();
+    notifyChanged();
+}
+
+void AppState::whenListed(PaneSide side, std::function<void()> then) {
+    if (!pane(side).listing) {
+        then();
+        return;
+    }
+    pane(side).afterListing.push_back(std::move(then));
+}
+
+bool AppState::holdKeyWhileListing(const KeyEvent& event) {
+    const auto side = activeFilerSide();
+    if (!side || !pane(*side).listing) {
+        return false;
+    }
+    if (event.keyCode == KeyCode::escape) {
+        cancelListing(*side);
+        return true;
+    }
+    if (event.keyCode == KeyCode::tab || isQuitKey(event)) {
+        return false;
+    }
+    pane(*side).heldKeys.append(event);
+    return true;
+}
+
+void AppState::showListing(PaneSide side, Rows rows) {
     if (!rows) {
         reportError(rows.error());
         notifyChanged();
@@ -55,32 +211,33 @@ void AppState::showListing(PaneSide side, Result<QList<FileEntry>, QString> rows
 }
 
 void AppState::reloadPaneInBackground(PaneSide side) {
+    // A listing under way reads the folder anew anyway.
+    if (pane(side).listing) {
+        return;
+    }
     const FilerLocation location = pane(side).location;
     const auto* directory = location.asDirectory();
     if (!directory) {
         reloadPane(side, true);
         return;
     }
-    FileAccessMemory::forget(directory->url);
-    using Rows = FsResult<QList<FileEntry>>;
+    FileAccessMemory::forgetWithoutWriting(directory->url);
     Background::run(
-        m_executor, Background::Pool::diskRead, this, pane(side).backgroundReloads.take(),
-        [url = directory->url, hidden = showHiddenFiles, sort = sortMode,
-         localized = showLocalizedNames] {
-            return FileSystemService::listDirectory(url, hidden, sort, localized);
+        m_executor, Background::Pool::listing, this, pane(side).backgroundReloads.take(),
+        [location, settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames}] {
+            Rows rows = listWith(location, settings, {}, nullptr);
+            return Listed{std::move(rows), FileAccessMemory::snapshot()};
         },
-        [this, side, location](Rows rows) {
-            if (pane(side).location != location) {
+        [this, side, location](Listed listed) {
+            // The rights met by the worker are written on the thread that
+            // owns the settings.
+            if (listed.memory) {
+                FileAccessMemory::store(*listed.memory);
+            }
+            if (pane(side).location != location || pane(side).listing) {
                 return;
             }
-            // The rights met in the listing are written to the store here, on
-            // the thread that owns the settings.
-            FileAccessMemory::persist();
-            if (!rows) {
-                showListing(side, fail(rows.error().description()));
-            } else {
-                showListing(side, std::move(rows).value());
-            }
+            showListing(side, std::move(listed.rows));
         });
 }
 

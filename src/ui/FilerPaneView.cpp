@@ -96,6 +96,7 @@ protected:
             paintRow(painter, m_rows.at(index), QRectF(0, top, viewport()->width(), height),
                      index == m_selection);
         }
+        paintLoadingLine(painter);
     }
 
     void mousePressEvent(QMouseEvent* event) override {
@@ -114,6 +115,20 @@ protected:
 
 private:
     int64_t listEpoch() const { return m_state.pane(m_side).listEpoch; }
+
+    // A slow listing says so at the foot of the rows it has not yet replaced.
+    void paintLoadingLine(QPainter& painter) {
+        const std::optional<PaneListing>& listing = m_state.pane(m_side).listing;
+        if (!listing || !listing->showsLoadingLine) {
+            return;
+        }
+        const double height = rowHeight();
+        const QRectF band(0, viewport()->height() - height, viewport()->width(), height);
+        painter.fillRect(band, overNavy(Palette::cursorFill(), 0.45));
+        m_text.draw(painter, band.adjusted(kRowPadding, 0, -kRowPadding, 0),
+                    EntryDisplay::loadingLine(listing->shownCount), Palette::titleText(),
+                    Qt::AlignLeft);
+    }
     double rowHeight() const { return m_text.lineHeight() + 4; }
 
     std::optional<int> rowAt(double y) const {

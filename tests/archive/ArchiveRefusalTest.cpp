@@ -7,6 +7,7 @@
 #include "filesystem/FileAccessMemory.h"
 
 #include "ZipFixtures.h"
+#include "support/ListingWait.h"
 
 #include <QScopeGuard>
 
@@ -27,6 +28,7 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
     state.pane(PaneSide::left).location =
         FilerLocation::zip(dir.path() + "/./box.zip", QStringLiteral("inner/"));
     state.reloadPane(PaneSide::left, false);
+    waitForListings(state);
     ASSERT_FALSE(state.errorMessage) << state.errorMessage->toStdString();
     ASSERT_EQ(state.visibleEntries(PaneSide::left).size(), 2);
     EXPECT_EQ(state.visibleEntries(PaneSide::left).at(1).id,
@@ -50,6 +52,7 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
         state.errorMessage.reset();
         state.dosDialogActionIndex = 2;
         EXPECT_TRUE(state.handleKeyDown(KeyTest::typed(QString::fromLatin1(key))));
+        waitForListings(state);
         EXPECT_EQ(state.errorMessage.value_or(QString()), QString::fromUtf8(message));
         EXPECT_EQ(state.dosDialogActionIndex, 0);
     }
@@ -68,12 +71,14 @@ TEST(ArchiveRefusalTest, AnArchiveThatCannotBeListedLeavesThePaneWhereItWas) {
     preferences.setValue("startupDirectory", dir.path());
     AppState state(preferences);
     state.refreshAll();
+    waitForListings(state);
     const FilerLocation before = state.pane(PaneSide::left).location;
     const QList<FileEntry> rowsBefore = state.visibleEntries(PaneSide::left);
     ASSERT_EQ(rowsBefore.at(1).name, QStringLiteral("cut.zip"));
     state.setSelection(1, PaneSide::left);
 
     EXPECT_TRUE(state.handleKeyDown(KeyTest::named(KeyCode::returnKey)));
+    waitForListings(state);
     EXPECT_EQ(state.errorMessage.value_or(QString()),
               QStringLiteral("Cannot list ZIP: EOCD not found"));
     EXPECT_EQ(state.pane(PaneSide::left).location, before);

@@ -4,6 +4,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QDir>
 #include <QFile>
@@ -55,6 +56,7 @@ TEST_F(AppStateTest, ActiveFilerSideFollowsLayoutAndFocus) {
 TEST_F(AppStateTest, RefreshAllListsTheLeftPaneAndTheRightOnlyAsAFiler) {
     dir.makeFile(QStringLiteral("one.txt"));
     state->refreshAll();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
     EXPECT_TRUE(state->pane(PaneSide::right).entries.isEmpty());
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, 1);
@@ -62,6 +64,7 @@ TEST_F(AppStateTest, RefreshAllListsTheLeftPaneAndTheRightOnlyAsAFiler) {
     state->rightMode = RightPaneMode::filer;
     state->layoutMode = LayoutMode::dualFiler;
     state->refreshAll();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::right).entries.size(), 2);
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, 2);
 }
@@ -70,6 +73,7 @@ TEST_F(AppStateTest, CurrentEntryIsTheVisibleRowUnderTheCursor) {
     dir.makeFile(QStringLiteral("a.txt"));
     dir.makeFile(QStringLiteral("b.txt"));
     state->refreshAll();
+    waitForListings(*state);
     state->pane(PaneSide::left).selection = 2;
     ASSERT_TRUE(state->currentEntry());
     EXPECT_EQ(state->currentEntry()->name, QStringLiteral("b.txt"));
@@ -89,12 +93,14 @@ TEST_F(AppStateTest, AReloadThatFailsKeepsTheOldListAndSaysWhy) {
     dir.makeFile(QStringLiteral("sub/x"));
     state->pane(PaneSide::left).location = FilerLocation::directory(sub);
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     ASSERT_EQ(state->pane(PaneSide::left).entries.size(), 2);
     const int64_t epoch = state->pane(PaneSide::left).listEpoch;
 
     QDir(sub).removeRecursively();
     state->dosDialogActionIndex = 4;
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch);
     EXPECT_EQ(state->errorMessage, QStringLiteral("Not a directory: ") + sub);
@@ -106,29 +112,34 @@ TEST_F(AppStateTest, AReloadKeepsTheCursorByPositionClampedToTheList) {
         dir.makeFile(QStringLiteral("f%1").arg(i));
     }
     state->refreshAll();
+    waitForListings(*state);
     state->pane(PaneSide::left).selection = 5;
     for (int i = 2; i < 5; ++i) {
         QFile::remove(dir.filePath(QStringLiteral("f%1").arg(i)));
     }
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 2);
 }
 
 TEST_F(AppStateTest, AForcedReloadForgetsTheRightsOfThePanesFolderAlone) {
     const QString file = dir.makeFile(QStringLiteral("f"));
     state->refreshAll();
+    waitForListings(*state);
     ASSERT_TRUE(FileAccessMemory::rememberedRecord(file));
     FileAccessMemory::remember(
         {true, true, QStringLiteral("drwx------"), QStringLiteral("o"), QStringLiteral("g")},
         dir.path(), false);
     state->reloadPane(PaneSide::left, true);
+    waitForListings(*state);
     EXPECT_FALSE(FileAccessMemory::rememberedRecord(dir.path()));
     EXPECT_TRUE(FileAccessMemory::rememberedRecord(file));
 }
 
 TEST_F(AppStateTest, ChangesAreAnnouncedOncePerTurnOfTheLoop) {
-    QSignalSpy spy(state.get(), &AppState::changed);
     state->refreshAll();
+    waitForListings(*state);
+    QSignalSpy spy(state.get(), &AppState::changed);
     state->setUIFontSize(14);
     state->requestQuit();
     EXPECT_EQ(spy.count(), 0);

@@ -5,6 +5,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QCoreApplication>
 
@@ -27,6 +28,7 @@ protected:
         state = std::make_unique<AppState>(preferences);
         state->setTextInputHost(&input);
         state->refreshAll();
+        waitForListings(*state);
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
@@ -53,6 +55,7 @@ protected:
 
 TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     state->openFilter();
     struct Case {
         QString query;
@@ -84,6 +87,7 @@ TEST_F(FilterTest, TheFilteredRowsAreKeptUntilTheListOrTheQueryChanges) {
 
     dir.makeFile(QStringLiteral("file-new.txt"));
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     const QList<FileEntry> reloaded = state->visibleEntries(PaneSide::left);
     EXPECT_EQ(reloaded.size(), first.size() + 1);
     type(QStringLiteral("file-n"));
@@ -119,9 +123,11 @@ TEST_F(FilterTest, OpeningTheFilterClosesPickersAndTheWildcardPrompt) {
 
 TEST_F(FilterTest, SortPickerReordersBothPanesAndStoresTheMode) {
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     state->openSortPicker();
     EXPECT_EQ(state->sortPicker.selection, 0);
     state->confirmSortPicker(2);
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::sortPicker));
     EXPECT_EQ(state->sortMode, FilerSortMode::size);
     EXPECT_EQ(preferences.stringValue(QStringLiteral("filerSortMode")), QStringLiteral("size"));

@@ -9,6 +9,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QMetaEnum>
 
@@ -185,8 +186,10 @@ protected:
         state = std::make_unique<AppState>(*preferences);
         state->setTextInputHost(&input);
         state->refreshAll();
+        waitForListings(*state);
         if (arrange) {
             arrange(*state);
+            waitForListings(*state);
         }
         return *state;
     }
@@ -206,6 +209,7 @@ protected:
             input.composing = c.composing;
             AppState& s = fresh(arrange);
             EXPECT_EQ(s.handleKeyDown(c.event), c.consumed) << c.name;
+            waitForListings(s);
             if (c.effect) {
                 EXPECT_TRUE(c.effect(s)) << c.name;
             }
@@ -865,8 +869,10 @@ TEST_F(KeyDispatchTest, ShiftAloneIsTrackedAndCommandLeavesItAlone) {
     EXPECT_FALSE(s.isShiftKeyDown);
     s.handleFlagsChanged(named(KeyCode::other, shift));
     s.handleKeyDown(typed("c", KeyModifier::command));
+    waitForListings(s);
     EXPECT_TRUE(s.isShiftKeyDown);
     s.handleKeyDown(typed("z"));
+    waitForListings(s);
     EXPECT_FALSE(s.isShiftKeyDown);
 }
 

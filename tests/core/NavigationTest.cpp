@@ -6,6 +6,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <gtest/gtest.h>
 
@@ -26,6 +27,7 @@ protected:
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
@@ -43,20 +45,27 @@ protected:
 
 TEST_F(NavigationTest, GoingUpReselectsTheFolderLeftWhenItIsOnShow) {
     state->openLocation(folder("beta/inner"), PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, folder("beta"));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("inner"));
     EXPECT_TRUE(state->handleKeyDown(typed("-")));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("beta"));
     // A hidden folder left is not on show: the first row is selected.
     dir.makeFolder(QStringLiteral(".secret/deep"));
     state->openLocation(folder(".secret"), PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
     // The root is its own parent.
     state->openLocation(FilerLocation::directory("/"), PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory("/"));
     EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
 }
@@ -96,6 +105,7 @@ TEST_F(NavigationTest, AnUnreadableFolderIsNotEntered) {
     state->pane(PaneSide::left).entries[1].isReadable = false;
     state->setSelection(1, PaneSide::left);
     state->openCursorEntry();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_FALSE(state->errorMessage);
 }
@@ -136,12 +146,14 @@ TEST_F(NavigationTest, ALinkToAFolderIsEnteredByItsOwnPathAndLeftByItsParent) {
 
 TEST_F(NavigationTest, GoToFolderReportsAMissingFolder) {
     state->goToFolder(dir.filePath(QStringLiteral("gone")));
+    waitForListings(*state);
     EXPECT_EQ(state->errorMessage, QStringLiteral("Cannot open:\n") + dir.filePath("gone"));
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     state->errorMessage.reset();
     state->openFilter();
     state->pane(PaneSide::left).treeMode = true;
     state->goToFolder(dir.filePath(QStringLiteral("beta")));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, folder("beta"));
     EXPECT_FALSE(state->isFilterOpen);
     EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
@@ -151,20 +163,26 @@ TEST_F(NavigationTest, GoingUpFromAnArchiveFolderStaysInTheArchiveUntilItsRoot) 
     const QString archive = dir.makeFile(QStringLiteral("pack.zip"));
     state->pane(PaneSide::left).location = FilerLocation::zip(archive, QStringLiteral("a/b"));
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::zip(archive, QStringLiteral("a")));
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::zip(archive, QString()));
     state->goToParentDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("pack.zip"));
 }
 
 TEST_F(NavigationTest, SettingsTogglesAreStored) {
     state->toggleHiddenFiles();
+    waitForListings(*state);
     state->toggleLocalizedNames();
+    waitForListings(*state);
     const auto epoch = state->pane(PaneSide::left).listEpoch;
     state->toggleAllExtensions();
+    waitForListings(*state);
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("showHiddenFiles")));
     EXPECT_FALSE(preferences.boolValue(QStringLiteral("showLocalizedNames")));
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("showAllFileExtensions")));
@@ -173,10 +191,12 @@ TEST_F(NavigationTest, SettingsTogglesAreStored) {
 
 TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     EXPECT_EQ(state->rightMode, RightPaneMode::filer);
     EXPECT_EQ(state->pane(PaneSide::right).entries.size(), 5);
     state->focusedSide = PaneSide::right;
     state->toggleRightPaneMode();
+    waitForListings(*state);
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
     EXPECT_EQ(state->rightMode, RightPaneMode::viewer);
     EXPECT_EQ(state->focusedSide, PaneSide::left);
@@ -185,9 +205,11 @@ TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
     state->rightMode = RightPaneMode::editor;
     state->isDirty = true;
     state->toggleRightPaneMode();
+    waitForListings(*state);
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
     EXPECT_TRUE(state->pendingExitEditorToViewer);
     state->finishExitEditor(false);
+    waitForListings(*state);
     EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
     EXPECT_FALSE(state->pendingLayoutMode);
 }
@@ -195,9 +217,11 @@ TEST_F(NavigationTest, LayoutSwitchesKeepTheirRightHalf) {
 TEST_F(NavigationTest, GalleryIsEnteredOnlyWithNothingOpen) {
     state->showOverlay(Overlay::jumpDialog);
     state->enterGalleryLayout();
+    waitForListings(*state);
     EXPECT_EQ(state->layoutMode, LayoutMode::filerViewer);
     state->closeOverlay(Overlay::jumpDialog);
     state->enterGalleryLayout();
+    waitForListings(*state);
     EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
 }
 
@@ -219,6 +243,7 @@ TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShowAndWrap) {
     state->viewerKind = ViewerContentKind::text;
     state->animatedPreviewInfo = AnimatedImageInfo{2, QStringLiteral("GIF")};
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));
+    waitForListings(*state);
     EXPECT_EQ(state->animatedFrameIndex, 0);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
 
@@ -226,6 +251,7 @@ TEST_F(NavigationTest, ArrowsPageOnlyAPictureOnShowAndWrap) {
     state->viewerKind = ViewerContentKind::preview;
     state->animatedPreviewInfo = AnimatedImageInfo{2, QStringLiteral("GIF")};
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::down)));
+    waitForListings(*state);
     EXPECT_EQ(state->animatedFrameIndex, 1);
     EXPECT_EQ(nameAtCursor(), QStringLiteral("d.txt"));
 }
@@ -245,6 +271,7 @@ TEST_F(NavigationTest, ViewerStepsOverFoldersAndStopsAtTheEnds) {
     EXPECT_EQ(state->focusedSide, PaneSide::right);
     EXPECT_EQ(state->editorURL, shown("d.txt"));
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     EXPECT_FALSE(state->stepViewerFile(1));
 }
 

@@ -6,6 +6,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <gtest/gtest.h>
 
@@ -24,6 +25,7 @@ protected:
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
@@ -69,6 +71,7 @@ TEST_F(TagsTest, WildcardPatternsMatchWholeNamesIgnoringCase) {
     }
     // Hidden files are tagged only when listed.
     state->toggleHiddenFiles();
+    waitForListings(*state);
     applyPattern(QStringLiteral("*.txt"));
     EXPECT_EQ(taggedNames(), QStringList({".hidden.txt", "B.TXT", "a.txt"}));
 }
@@ -87,6 +90,7 @@ TEST_F(TagsTest, WildcardFailuresSayWhyAndKeepTheLastPattern) {
 
 TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
     EXPECT_TRUE(state->handleKeyDown(coded(KeyCode::space, " ")));
+    waitForListings(*state);
     EXPECT_TRUE(state->taggedKeys.isEmpty());
     EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
     state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
@@ -139,6 +143,7 @@ TEST_F(TagsTest, TheTaggedSizeIsKeptUntilTheTagsOrTheListsChange) {
 
     dir.makeFile(QStringLiteral("a.txt"), "1234567");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:7"));
     state->taggedKeys.insert(dir.filePath("axb"));
     EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:12"));
@@ -149,11 +154,15 @@ TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {
     state->taggedKeys.insert(QStringLiteral("/elsewhere/of/the/other/pane"));
     const auto tags = state->taggedKeys;
     state->refreshAll();
+    waitForListings(*state);
     state->applySortMode(FilerSortMode::size);
+    waitForListings(*state);
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     EXPECT_EQ(state->taggedKeys, tags);
     state->setSelection(rowOf(QStringLiteral("folder.txt")), PaneSide::left);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("folder.txt")));
     EXPECT_TRUE(state->taggedKeys.isEmpty());

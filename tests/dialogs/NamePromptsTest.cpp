@@ -6,6 +6,7 @@
 #include "filesystem/FileSystemService.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QFileInfo>
 
@@ -22,6 +23,7 @@ protected:
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
@@ -31,6 +33,7 @@ protected:
         ASSERT_EQ(state->createItemPrompt.kind, kind);
         state->createItemPrompt.name = name;
         state->commitCreateItem();
+        waitForListings(*state);
     }
     void selectName(const QString& name) { PaneRows::putCursorOn(*state, name); }
     QString nameAtCursor() const { return state->currentEntry()->name; }
@@ -90,6 +93,7 @@ TEST_F(NamePromptsTest, RenameStartsWithTheOldNameAndKeepsTheTag) {
     EXPECT_EQ(state->renamePrompt.name, QStringLiteral("b.txt"));
     state->renamePrompt.name = QStringLiteral("bee.txt");
     state->commitRename();
+    waitForListings(*state);
 
     const QString newPath = dir.filePath(QStringLiteral("bee.txt"));
     EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
@@ -104,6 +108,7 @@ TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
     selectName(QStringLiteral("c.txt"));
     state->openRenamePrompt();
     state->commitRename();
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     EXPECT_FALSE(state->errorMessage.has_value());
     EXPECT_EQ(nameAtCursor(), QStringLiteral("c.txt"));
@@ -111,6 +116,7 @@ TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
     state->openRenamePrompt();
     state->renamePrompt.name = QStringLiteral("b.txt");
     state->commitRename();
+    waitForListings(*state);
     EXPECT_EQ(state->errorMessage, QStringLiteral("Already exists: b.txt"));
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("c.txt"))));
 }

@@ -3,6 +3,7 @@
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/FileOperationSupport.h"
 #include "filesystem/FileSystemService.h"
+#include "support/ListingWait.h"
 
 using namespace FileFlowTest;
 using FileOperationTest::modeOf;
@@ -19,6 +20,7 @@ protected:
             dir.setMode("left/" + name, 0644);
         }
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
         tag(names);
         key("a");
         ASSERT_TRUE(state->isOpen(Overlay::attributePrompt));
@@ -65,6 +67,7 @@ TEST_F(AttributeFlow, TargetsThatDisagreeShowMixedMarks) {
     dir.makeFile("left/b.txt");
     setMtime(dir.filePath("left/b.txt"), 1000000000);
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     tag({"a.txt", "b.txt"});
     key("a");
     EXPECT_EQ(state->attributePrompt.targetSummary, "2 items");
@@ -77,6 +80,7 @@ TEST_F(AttributeFlow, ApplyWritesEveryTargetAndNamesTheOneThatFails) {
     openOn({"a.txt", "b.txt", "c.txt"});
     state->attributePrompt.newDate = "24-13-01"; // refused text keeps the prompt open
     state->applyAttributePrompt();
+    waitForListings(*state);
     EXPECT_EQ(error(), "Invalid date/time (yy-MM-dd HH:mm:ss)");
     ASSERT_TRUE(state->isOpen(Overlay::attributePrompt));
     state->errorMessage.reset();

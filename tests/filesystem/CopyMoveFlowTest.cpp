@@ -4,6 +4,7 @@
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/CopyMoveProgress.h"
 #include "filesystem/FileOperationSupport.h"
+#include "support/ListingWait.h"
 
 using namespace FileFlowTest;
 using FileOperationTest::contents;
@@ -31,6 +32,7 @@ protected:
     void oneFileUnderTheCursor(const QString& name, const QByteArray& bytes = "x") {
         dir.makeFile("left/" + name, bytes);
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
         useDualFiler();
         pointAt(name);
     }
@@ -124,6 +126,7 @@ TEST_F(CopyMoveFlow, WhatIsCarriedAndWhatIsRefusedAtTheStart) {
     dir.makeFile("left/file.txt");
     dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     state->pane(PaneSide::right).location = state->pane(PaneSide::left).location;
     useDualFiler();
     tag({"folder"});
@@ -179,6 +182,7 @@ TEST_F(CopyMoveFlow, AMoveOntoTheFolderThatHoldsItIsRefusedAndTheBatchGoesOn) {
     dir.makeFile("left/x/y", "sibling");
     state->pane(PaneSide::left).location = FilerLocation::directory(dir.filePath("left/x"));
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     state->taggedKeys = {dir.filePath("left/x/x"), dir.filePath("left/x/y")};
     key("m");
     state->copyMovePathPrompt.text = "..";
@@ -207,6 +211,7 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     dir.makeFile("left/a.txt", "a");
     dir.makeFile("left/not-a-folder");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     pointAt("a.txt");
     key("c");
     ASSERT_TRUE(state->isOpen(Overlay::copyMovePathPrompt));
@@ -264,6 +269,7 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDoneAQuickOneNothing) {
     }
     big.close();
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     CopyMoveProgress::setDelay(std::chrono::milliseconds(0));
     const QStringList seen = copyWatchingProgress("big.bin");
     CopyMoveProgress::setDelay(std::chrono::milliseconds(500));
@@ -286,6 +292,7 @@ TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     state->fileJobStop = std::make_shared<std::atomic<bool>>(false);
     for (const KeyEvent& event : {typed("d"), KeyTest::named(KeyCode::down), typed("q")}) {
         EXPECT_TRUE(state->handleKeyDown(event));
+        waitForListings(*state);
     }
     EXPECT_FALSE(state->handleKeyDown(typed("r", KeyModifiers{KeyModifier::command})));
     EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
@@ -295,6 +302,7 @@ TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     EXPECT_TRUE(state->fileJobStop->load());
     state->isFileOperationRunning = false;
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 0);
 }
 

@@ -2,6 +2,7 @@
 // private trash so that the user's own is never touched.
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/FileOperationSupport.h"
+#include "support/ListingWait.h"
 
 #include <QTemporaryDir>
 
@@ -46,6 +47,7 @@ TEST_F(DeleteFlow, ShiftDTakesTheFolderUnderTheCursorAndNotTheTags) {
     dir.makeFile("left/tagged.txt");
     dir.makeFile("left/gone/inside.txt");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     tag({"tagged.txt"});
     pointAt("gone");
     key("D", KeyModifiers{KeyModifier::shift});
@@ -62,6 +64,7 @@ TEST_F(DeleteFlow, NoCancelsYesTrashesAndNothingToDeleteSaysWhatIsMissing) {
     dir.makeFile("left/keep.txt");
     dir.makeFolder("left/folder");
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     pointAt("keep.txt");
     key("d");
     key("n");
@@ -88,6 +91,7 @@ TEST_F(DeleteFlow, ARememberedReadOnlyFileIsRefusedUntilForgotten) {
     const QString path = dir.makeFile("left/locked.txt");
     dir.setMode("left/locked.txt", 0444);
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     dir.setMode("left/locked.txt", 0644);
     pointAt("locked.txt");
     key("d");
@@ -111,6 +115,7 @@ TEST_F(DeleteFlow, AVolumeWithoutTrashIsReportedAndNothingIsDeleted) {
     file.close();
     state->pane(PaneSide::left).location = FilerLocation::directory(shm.path());
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     pointAt("kept.txt");
     key("d");
     key("y");

@@ -7,6 +7,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QCoreApplication>
 #include <QElapsedTimer>
@@ -43,16 +44,21 @@ protected:
         state = std::make_unique<AppState>(preferences);
         state->pane(PaneSide::right).location = FilerLocation::directory(dir.filePath("right"));
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
     }
     void TearDown() override {
         state.reset();
         FileAccessMemory::attach(nullptr);
     }
 
-    void useDualFiler() { state->applyLayoutMode(LayoutMode::dualFiler); }
+    void useDualFiler() {
+        state->applyLayoutMode(LayoutMode::dualFiler);
+        waitForListings(*state);
+    }
 
     void key(const QString& text, KeyModifiers modifiers = {}) {
         state->handleKeyDown(typed(text, modifiers));
+        waitForListings(*state);
     }
 
     // Puts the left cursor on the named row.
@@ -79,6 +85,7 @@ protected:
             dir.makeFile(QStringLiteral("left/") + name, "new " + name.toUtf8());
         }
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
         tag(names);
     }
 
@@ -90,6 +97,7 @@ protected:
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         } while (state->isFileOperationRunning && clock.elapsed() < 10000);
         ASSERT_FALSE(state->isFileOperationRunning);
+        ASSERT_TRUE(waitForListings(*state));
     }
 
     QString error() const { return state->errorMessage.value_or(QString()); }

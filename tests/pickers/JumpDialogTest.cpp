@@ -6,6 +6,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "pickers/JumpDialog.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <gtest/gtest.h>
 
@@ -48,6 +49,7 @@ protected:
             QStringList{dir.filePath("alpha"), dir.filePath("beta"), dir.filePath("gamma")});
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
         state->openJumpDialog();
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
@@ -78,14 +80,17 @@ TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilter
     state->confirmJumpDialog();     // three rows and none selected: nothing
     state->setJumpFilterQuery("a"); // alpha, beta, gamma: all hold an "a"
     state->jumpToNumberedBookmark(4);
+    waitForListings(*state);
     EXPECT_TRUE(state->isOpen(Overlay::jumpDialog));
     state->setJumpFilterQuery("eta");
     state->jumpToNumberedBookmark(1);
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.filePath("beta")));
 
     state->openJumpDialog();
     state->setJumpFilterQuery("gam");
     state->confirmJumpDialog();
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("gamma")));
@@ -94,6 +99,7 @@ TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilter
 TEST_F(JumpDialogTest, ADeadBookmarkIsReportedAndRemoved) {
     QDir(dir.filePath("beta")).removeRecursively();
     state->jumpToNumberedBookmark(2);
+    waitForListings(*state);
     EXPECT_EQ(state->errorMessage, "Folder not found:\n" + dir.filePath("beta"));
     EXPECT_EQ(state->dosDialogActionIndex, 0);
     EXPECT_EQ(stored(), (QStringList{dir.filePath("alpha"), dir.filePath("gamma")}));
@@ -117,6 +123,7 @@ TEST_F(JumpDialogTest, RemovingSelectsTheRowThatTakesItsPlace) {
 TEST_F(JumpDialogTest, PlusRemembersTheFolderUnderTheCursor) {
     state->closeJumpDialog();
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "start");
+    waitForListings(*state);
     state->addJumpBookmark();
     EXPECT_EQ(stored().first(), dir.filePath("start"));
     // On the parent row the pane's own folder is remembered.
@@ -136,9 +143,11 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     state->closeJumpDialog();
     // H takes the pane's folder, not the folder row under the cursor.
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "gamma");
+    waitForListings(*state);
     state->setStartupDirectoryToCurrent();
     EXPECT_EQ(state->startupDirectory, dir.path());
     state->goToStartupDirectory();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
 }
 
@@ -148,11 +157,14 @@ TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart)
     const QString folder = dir.makeFolder(QStringLiteral("データ"));
     state->closeJumpDialog();
     state->openLocation(FilerLocation::directory(folder), PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->addJumpBookmark();
     state->setStartupDirectoryToCurrent();
     state->goToFolder(dir.path());
+    waitForListings(*state);
     state->openJumpDialog();
     state->jumpToNumberedBookmark(1);
+    waitForListings(*state);
     EXPECT_EQ(state->errorMessage, std::nullopt);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(folder));
     EXPECT_EQ(stored().size(), 4);

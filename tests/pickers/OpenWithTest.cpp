@@ -11,6 +11,7 @@
 #include "search/FolderSearchService.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QDir>
 #include <QFile>
@@ -132,6 +133,7 @@ protected:
         preferences.setValue(PreferenceKeys::startupDirectory, dir.path());
         state = std::make_unique<AppState>(preferences);
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
         ASSERT_EQ(OpenWith::contentType(dir.filePath(QStringLiteral("doc.dvkt"))), kTestType)
             << "the fake desktop did not take";
     }
@@ -143,6 +145,7 @@ protected:
     void pressX(const QString& name) {
         select(name);
         state->handleKeyDown(typed(QStringLiteral("x")));
+        waitForListings(*state);
     }
     QStringList appPaths(const QString& file) const {
         QStringList paths;
@@ -306,13 +309,17 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     ASSERT_EQ(state->openWithPicker.apps.size(), 3);
 
     state->handleKeyDown(named(KeyCode::up));
+    waitForListings(*state);
     EXPECT_EQ(state->openWithPicker.selection, 2);
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state);
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state);
     EXPECT_EQ(state->openWithPicker.selection, 1);
 
     const OpenWithApp chosen = state->openWithPicker.apps.at(1);
     state->handleKeyDown(named(KeyCode::returnKey));
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(desktop.opened(chosen.appURL), dir.filePath(QStringLiteral("doc.dvkt")));
 
@@ -324,6 +331,7 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     EXPECT_EQ(state->openWithPicker.selection, 0);
 
     state->handleKeyDown(named(KeyCode::escape));
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_FALSE(state->openWithPicker.fileURL);
     state->confirmOpenWith(0); // closed: nothing
@@ -341,10 +349,13 @@ TEST_F(OpenWithTest, ThePickerOverFileSearchTakesTheKeys) {
     ASSERT_TRUE(finished.wait(3000));
     state->focusFileSearchResults();
     state->handleKeyDown(typed(QStringLiteral("x")));
+    waitForListings(*state);
     ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state);
     EXPECT_EQ(state->openWithPicker.selection, 1);
     state->handleKeyDown(named(KeyCode::escape));
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_TRUE(state->isFileSearchMode);
 }
@@ -375,6 +386,7 @@ TEST_F(OpenWithTest, AnArchiveMemberOpensAsATemporaryCopy) {
     ASSERT_TRUE(zip.waitForFinished(30000) && zip.exitCode() == 0);
     state->openLocation(FilerLocation::zip(dir.filePath(QStringLiteral("box.zip")), QString()),
                         PaneSide::left, std::nullopt);
+    waitForListings(*state);
 
     pressX(QStringLiteral("sub"));
     EXPECT_EQ(state->errorMessage, "Cannot open archive folder externally");

@@ -4,6 +4,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -106,6 +107,7 @@ protected:
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
     }
     void TearDown() override {
         state.reset();

@@ -10,6 +10,7 @@
 #include "search/TreeSession.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -42,6 +43,7 @@ protected:
     AppState& start() {
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
         return *state;
     }
     // Twelve pictures: rows of 5, 5 and 2 in the grid.
@@ -63,7 +65,10 @@ protected:
                                        : QStringLiteral("(none)");
     }
     void putCursorOn(const QString& name) { PaneRows::putCursorOn(*state, name); }
-    void press(uint16_t code) { EXPECT_TRUE(state->handleKeyDown(named(code))); }
+    void press(uint16_t code) {
+        EXPECT_TRUE(state->handleKeyDown(named(code)));
+        waitForListings(*state);
+    }
 
     MemoryPreferences preferences;
     TestDir dir;
@@ -123,6 +128,7 @@ TEST_F(GalleryTest, MembersOfAnArchiveAreJudgedByNameAlone) {
 
     start().openLocation(FilerLocation::zip(archive, QString()), PaneSide::left, std::nullopt);
     state->enterGalleryLayout();
+    waitForListings(*state);
     EXPECT_EQ(itemNames(), QStringList{"a.png"});
 
     state->focusPane(PaneSide::right);
@@ -182,6 +188,7 @@ TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnlyAndThroughAReloa
     start();
     putCursorOn("05.png");
     state->enterGalleryLayout();
+    waitForListings(*state);
     EXPECT_EQ(selectedItem(), "05.png");
     putCursorOn("09.png");
     EXPECT_EQ(selectedItem(), "09.png");
@@ -191,6 +198,7 @@ TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnlyAndThroughAReloa
     putCursorOn("05.png");
     dir.makeFile(QStringLiteral("00.png"), pngBytes());
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     ASSERT_EQ(state->galleryItems.size(), 13);
     EXPECT_EQ(state->galleryItems.first().name, "00.png");
     EXPECT_EQ(selectedItem(), cursorName());
@@ -203,12 +211,14 @@ TEST_F(GalleryTest, ARebuildKeepsTheSelectionByName) {
     state->gallerySelection = 2;
     dir.makeFile(QStringLiteral("00.png"), pngBytes());
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     state->rebuildGalleryItems();
     EXPECT_EQ(state->gallerySelection, 3);
     EXPECT_EQ(selectedItem(), "03.png");
 
     QFile::remove(dir.filePath(QStringLiteral("03.png")));
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     state->rebuildGalleryItems();
     EXPECT_EQ(selectedItem(), "00.png");
 }
@@ -245,6 +255,7 @@ TEST_F(GalleryTest, EnterShowsTheItemAndEscLeavesTheFilerWhereTheGridLeftIt) {
     EXPECT_EQ(state->editorURL, std::nullopt) << "VIEWER was asked to show something";
 
     state->enterGalleryLayout();
+    waitForListings(*state);
     state->focusPane(PaneSide::right);
     press(KeyCode::left);
     press(KeyCode::returnKey);
@@ -263,6 +274,7 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     start().toggleTreeMode();
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->enterGalleryLayout();
+    waitForListings(*state);
     EXPECT_EQ(itemNames(), (QStringList{"a.png", "c.png", "top.png"}));
 
     state->focusPane(PaneSide::right);

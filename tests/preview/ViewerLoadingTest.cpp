@@ -5,6 +5,7 @@
 #include "core/Preferences.h"
 #include "support/TestDir.h"
 #include "text/TextPreviewLoading.h"
+#include "support/ListingWait.h"
 
 #include <QFile>
 #include <QProcess>
@@ -103,6 +104,7 @@ TEST_F(ViewerLoading, FailuresAreToldInThePane) {
         {dir.makeFile("disk.dmg", "plain words inside"), "ディスクイメージはプレビューしません"},
     };
     state->applyLayoutMode(LayoutMode::dualFiler);
+    waitForListings(*state);
     for (const auto& c : cases) {
         show(c.path);
         EXPECT_EQ(state->viewerKind, ViewerContentKind::unsupported) << c.path.toStdString();

@@ -9,6 +9,7 @@
 #include "search/TreeSession.h"
 #include "support/ChildProcess.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QSignalSpy>
 
@@ -35,6 +36,7 @@ protected:
         state = std::make_unique<AppState>(preferences, executor);
         state->fileSearchDebounceMilliseconds = int(kShortWait.count());
         state->refreshAll();
+        waitForListings(*state, executor);
     }
     void TearDown() override { FileAccessMemory::attach(nullptr); }
 
@@ -85,10 +87,12 @@ TEST_F(FileSearchModeTest, ThreeQuickKeystrokesStartOneScan) {
 
 TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     ASSERT_TRUE(state->handleKeyDown(KeyTest::coded(KeyCode::mainRow4, "$", KeyTest::shift)));
+    waitForListings(*state, executor);
     ASSERT_TRUE(state->isFileSearchMode);
     // Esc while the wait runs: no scan starts.
     typeQuery(QStringLiteral("alp"));
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::escape)));
+    waitForListings(*state, executor);
     EXPECT_FALSE(state->isFileSearchMode);
     executor.advance(4 * kShortWait);
     EXPECT_EQ(scans(), 0);
@@ -100,6 +104,7 @@ TEST_F(FileSearchModeTest, EscLeavesAndNothingArrivesLater) {
     state->runScheduledFileSearch();
     ASSERT_TRUE(state->folderSearch->isSearching());
     state->handleKeyDown(named(KeyCode::escape));
+    waitForListings(*state, executor);
     executor.runAll();
     EXPECT_EQ(finished.count(), 0);
     EXPECT_TRUE(state->folderSearch->results().isEmpty());
@@ -111,6 +116,7 @@ TEST_F(FileSearchModeTest, EnteringStartsAFreshFormAndTheMenuKeyLeaves) {
     state->fileSearchSort = FolderSearchSort::size;
     state->fileSearchFocusField = FileSearchFocusField::results;
     state->toggleTreeMode();
+    waitForListings(*state, executor);
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->focusedSide = PaneSide::right;
 
@@ -174,6 +180,7 @@ TEST_F(FileSearchModeTest, MovesClampAndAFolderHitOpensInTheLeftPane) {
     state->fileSearchSelectFirst();
 
     state->openFileSearchResult();
+    waitForListings(*state, executor);
     EXPECT_FALSE(state->isFileSearchMode);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("music/alpha-live")));
@@ -187,12 +194,15 @@ TEST_F(FileSearchModeTest, AnEditorOpenedFromAHitKeepsItsKeysAndItsChanges) {
     ASSERT_TRUE(endTheWaitAndScan());
     state->focusFileSearchResults();
     state->handleKeyDown(KeyTest::typed(QStringLiteral("e")));
+    waitForListings(*state, executor);
     ASSERT_EQ(state->rightMode, RightPaneMode::editor);
     state->updateEditorText(QStringLiteral("changed"));
     ASSERT_TRUE(state->isDirty);
 
     EXPECT_FALSE(state->handleKeyDown(KeyTest::typed(QStringLiteral("e"))));
+    waitForListings(*state, executor);
     EXPECT_FALSE(state->handleKeyDown(named(KeyCode::down)));
+    waitForListings(*state, executor);
     state->moveFileSearchSelection(0); // a click on the hit
     EXPECT_EQ(state->editorText, QStringLiteral("changed"));
     state->exitFileSearchMode();
@@ -205,31 +215,43 @@ TEST_F(FileSearchModeTest, TheFolderBoxSetsTheSearchFolder) {
     state->fileSearchQuery = QStringLiteral("al"); // so that a scan has something to look for
     state->fileSearchFocusField = FileSearchFocusField::folder;
     state->handleKeyDown(named(KeyCode::returnKey));
+    waitForListings(*state, executor);
     ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
     ASSERT_EQ(state->searchTreeBoxRowCount(), 3); // the root, docs, music
     executor.runAll();                            // the rows learn which folders have subfolders
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state, executor);
     EXPECT_EQ(state->searchTreeBox.session->selectedPath(), dir.filePath("music"));
     state->handleKeyDown(named(KeyCode::right));
+    waitForListings(*state, executor);
     EXPECT_EQ(state->searchTreeBoxRowCount(), 4);
     // The box has no file list: Right on a leaf leaves nothing behind that
     // would swallow the next Left.
     state->handleKeyDown(named(KeyCode::down));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::right));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::up));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::left));
+    waitForListings(*state, executor);
     EXPECT_EQ(state->searchTreeBoxRowCount(), 3);
 
     // Esc keeps the folder; Enter takes the row under the cursor.
     state->handleKeyDown(named(KeyCode::escape));
+    waitForListings(*state, executor);
     EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
     EXPECT_TRUE(state->isFileSearchMode);
     EXPECT_EQ(state->fileSearchScopePath, dir.path());
     state->openSearchTreeBox();
     state->handleKeyDown(named(KeyCode::end));
+    waitForListings(*state, executor);
     state->handleKeyDown(named(KeyCode::returnKey));
+    waitForListings(*state, executor);
     EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
     EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
     EXPECT_EQ(state->fileSearchFocusField, FileSearchFocusField::folder);

@@ -7,6 +7,7 @@
 #include "search/TreeSession.h"
 #include "support/ChildProcess.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -163,6 +164,7 @@ protected:
         preferences.setValue("startupDirectory", dir.path());
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
     }
     TreeSession& session() { return *state->pane(PaneSide::left).treeSession; }
 
@@ -172,7 +174,9 @@ protected:
 
 TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     state->openLocation(FilerLocation::directory(dir.filePath("Music/Rock")), PaneSide::left, {});
+    waitForListings(*state);
     state->toggleTreeMode();
+    waitForListings(*state);
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Rock"));
     const auto entry = state->currentEntry();
@@ -186,8 +190,10 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("Music/Rock")));
     state->toggleTreeMode();
+    waitForListings(*state);
     state->moveTreeSelection(-1);
     state->toggleTreeMode();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("Music/Jazz")));
 }
@@ -195,14 +201,18 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
 TEST_F(TreeModeTest, EnteringFromElsewhereStartsOnTheRootRow) {
     TestDir other;
     state->openLocation(FilerLocation::directory(other.path()), PaneSide::left, {});
+    waitForListings(*state);
     state->toggleTreeMode();
+    waitForListings(*state);
     EXPECT_EQ(session().selectedRowIndex, 0);
     EXPECT_EQ(session().root, dir.path());
 }
 
 TEST_F(TreeModeTest, FileListKeysAndEnter) {
     state->openLocation(FilerLocation::directory(dir.filePath("Music")), PaneSide::left, {});
+    waitForListings(*state);
     state->toggleTreeMode();
+    waitForListings(*state);
     ASSERT_TRUE(QTest::qWaitFor([&] { return session().selectedRow()->hasChildren; }, 5000));
     state->treeStepRight(); // opens Music
     state->treeStepRight(); // Music is open: into its files
@@ -220,6 +230,7 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     EXPECT_EQ(state->createItemPrompt.parentPath, dir.filePath("Work10"));
     state->cancelCreateItemPrompt();
     state->activateTreeSelection();
+    waitForListings(*state);
     EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath("Work10")));
@@ -229,6 +240,7 @@ TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefusedAndEscWithAFilterLeavesInOne
     const FilerLocation archive = FilerLocation::zip(dir.filePath("a.zip"), QString());
     state->pane(PaneSide::left).location = archive;
     state->toggleTreeMode();
+    waitForListings(*state);
     EXPECT_FALSE(state->pane(PaneSide::left).treeMode);
     EXPECT_EQ(state->errorMessage,
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::treeMode));
@@ -236,7 +248,9 @@ TEST_F(TreeModeTest, InsideAnArchiveTheTreeIsRefusedAndEscWithAFilterLeavesInOne
 
     state->errorMessage.reset();
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, {});
+    waitForListings(*state);
     state->toggleTreeMode();
+    waitForListings(*state);
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->openFilter();
     state->filterQuery = "zzz";

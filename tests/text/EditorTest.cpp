@@ -5,6 +5,7 @@
 #include "dialogs/DosDialog.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QElapsedTimer>
 #include <QFile>
@@ -61,6 +62,7 @@ protected:
     AppState& listedAt(const QString& name) {
         state = std::make_unique<AppState>(preferences);
         state->reloadPane(PaneSide::left, false);
+        waitForListings(*state);
         const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
         for (int i = 0; i < rows.size(); ++i) {
             if (rows[i].name == name) {
@@ -116,6 +118,7 @@ TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
     }
     // X sends it to open-with, never to EDITOR.
     t.handleDosDialogKey(QStringLiteral("x"), KeyCode::other, false);
+    waitForListings(t);
     EXPECT_FALSE(t.pendingLargeEditURL);
     EXPECT_EQ(error(), QStringLiteral("No application can open:\nbig.txt"));
     EXPECT_NE(t.rightMode, RightPaneMode::editor);
@@ -194,6 +197,7 @@ TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
         s.updateEditorText(c.text + QStringLiteral("終"));
         EXPECT_TRUE(s.isDirty);
         s.saveEditor();
+        waitForListings(s);
         EXPECT_FALSE(s.errorMessage);
         EXPECT_FALSE(s.isDirty);
         EXPECT_EQ(readBytes(path), c.saved);
@@ -235,15 +239,19 @@ TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLab
     ASSERT_EQ(dialogTitle(), QStringLiteral("SAVE ENCODING"));
     EXPECT_EQ(s.dosDialogActionIndex, 1) << "the selection starts on CP932";
     s.handleDosDialogKey(std::nullopt, KeyCode::left, false);
+    waitForListings(s);
     s.handleDosDialogKey(std::nullopt, KeyCode::returnKey, false);
+    waitForListings(s);
     EXPECT_FALSE(s.isEncodingPickerOpen);
     EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
     EXPECT_FALSE(s.isDirty);
     EXPECT_EQ(s.editorText, text);
     // Saved in UTF-8, the file is detected anew as UTF-8.
     s.saveEditor();
+    waitForListings(s);
     EXPECT_EQ(readBytes(dir.filePath(QStringLiteral("pick.txt"))), text.toUtf8());
     s.finishExitEditor(false);
+    waitForListings(s);
     s.editorURL.reset();
     s.enterEditor();
     EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
@@ -293,6 +301,7 @@ TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
     s.editorURL.reset();
     s.errorMessage.reset();
     s.saveEditor();
+    waitForListings(s);
     EXPECT_EQ(error(), QStringLiteral("No file open in editor"));
 }
 
@@ -366,6 +375,7 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     const auto typeAndLeave = [&](const QString& text) {
         s.updateEditorText(text);
         s.handleKeyDown(KeyEvent{KeyCode::escape, std::nullopt, std::nullopt, {}});
+        waitForListings(s);
         EXPECT_TRUE(s.pendingExitEditorToViewer);
         EXPECT_EQ(dialogTitle(), QStringLiteral("SAVE"));
     };
@@ -375,10 +385,12 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
         EXPECT_TRUE(s.isViewerLoading);
         EXPECT_TRUE(QTest::qWaitFor([&] { return !s.isViewerLoading; }, 5000));
         EXPECT_EQ(s.editorText, QString::fromUtf8(readBytes(path)));
+        waitForListings(s);
     };
 
     typeAndLeave(QStringLiteral("cancelled"));
     s.handleDosDialogKey(std::nullopt, KeyCode::escape, false);
+    waitForListings(s);
     EXPECT_FALSE(s.pendingExitEditorToViewer);
     EXPECT_EQ(s.rightMode, RightPaneMode::editor);
     EXPECT_TRUE(s.isDirty);
@@ -436,8 +448,11 @@ TEST_F(EditorTest, EveryWayOutOfUnsavedTextAsksFirst) {
          [](AppState& s) {
              s.focusedSide = PaneSide::left;
              s.toggleTreeMode();
+             waitForListings(s);
              s.handleKeyDown(KeyEvent{KeyCode::right, std::nullopt, std::nullopt, {}});
+             waitForListings(s);
              s.activateTreeSelection();
+             waitForListings(s);
          },
          [](const AppState& s) { return s.rightMode == RightPaneMode::viewer; }},
         {"a layout from the menu", [](AppState& s) { s.setLayoutMode(LayoutMode::dualFiler); },
@@ -459,6 +474,7 @@ TEST_F(EditorTest, EveryWayOutOfUnsavedTextAsksFirst) {
             EXPECT_FALSE(way.wentOn(s));
             if (QLatin1String(answer) == QLatin1String("cancel")) {
                 s.handleDosDialogKey(std::nullopt, KeyCode::escape, false);
+                waitForListings(s);
                 EXPECT_EQ(s.rightMode, RightPaneMode::editor);
                 EXPECT_EQ(s.editorText, QStringLiteral("typed"));
                 EXPECT_TRUE(s.isDirty);
@@ -468,6 +484,7 @@ TEST_F(EditorTest, EveryWayOutOfUnsavedTextAsksFirst) {
             }
             const bool save = QLatin1String(answer) == QLatin1String("save");
             s.handleDosDialogKey(QString::fromLatin1(save ? "y" : "n"), KeyCode::other, false);
+            waitForListings(s);
             EXPECT_EQ(readBytes(path), save ? QByteArray("typed") : QByteArray("stored"));
             EXPECT_TRUE(way.wentOn(s));
             EXPECT_TRUE(QTest::qWaitFor([&] { return !s.isViewerLoading; }, 5000));

@@ -5,6 +5,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
 #include "ui/AppMenus.h"
+#include "support/ListingWait.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -71,6 +72,7 @@ TEST_F(AppMenusTest, ItemsRunTheirCommandsPastAStandingDialog) {
     dir.makeFile(QStringLiteral("a.txt"));
     state->errorMessage = QStringLiteral("a dialog stands");
     findAction(*menus, QStringLiteral("Refresh Filer"))->trigger();
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).entries.size(), 2);
     findAction(*menus, QStringLiteral("Right Pane: Filer"))->trigger();
     EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);

@@ -6,6 +6,7 @@
 #include "ui/ViewerPlainTextView.h"
 
 #include "ScreenTestSupport.h"
+#include "support/ListingWait.h"
 
 #include <QFile>
 #include <QLineEdit>
@@ -90,6 +91,7 @@ TEST_F(EditorViewsTest, EveryLineKeepsItsOwnEndingThroughAnEdit) {
     ASSERT_NE(editor, nullptr);
     EXPECT_EQ(editor->text(), QString::fromUtf8(bytes));
     s.saveEditor();
+    waitForListings(s);
     EXPECT_EQ(bytesOf(path), bytes);
 
     QTest::keyClick(editor, Qt::Key_Home, Qt::ControlModifier);
@@ -100,6 +102,7 @@ TEST_F(EditorViewsTest, EveryLineKeepsItsOwnEndingThroughAnEdit) {
     QTest::keyClicks(editor, QStringLiteral("new"));
     ASSERT_TRUE(s.isDirty);
     s.saveEditor();
+    waitForListings(s);
     EXPECT_EQ(bytesOf(path), QByteArray("unix\nwindows!\r\nnew\r\nold mac\rsep\xE2\x80\xA9"
                                         "frame\xEF\xB7\x90"
                                         "end"));

@@ -3,6 +3,7 @@
 #include "ui/FilerPaneView.h"
 
 #include "ScreenTestSupport.h"
+#include "support/ListingWait.h"
 
 #include <QLineEdit>
 #include <QPropertyAnimation>
@@ -128,6 +129,7 @@ TEST_F(FilerPaneViewTest, ClicksMoveTheCursorAndDoubleClicksOpen) {
     const int folder = rowOf(QStringLiteral("folder"));
     QTest::mouseDClick(rows, Qt::LeftButton, {},
                        rows->mapFrom(view.get(), view->rowRect(folder).center()));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("folder"))));
 }
@@ -138,6 +140,7 @@ TEST_F(FilerPaneViewTest, ALargeFolderKeepsTheCursorRowInView) {
     }
     state->openLocation(FilerLocation::directory(dir.filePath(QStringLiteral("many"))),
                         PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->setSelection(2500, PaneSide::left);
     // The scroll eases in; it has ended when its animation stands still.
     auto* scroll = view->findChild<QPropertyAnimation*>();

@@ -4,6 +4,7 @@
 
 #include "ScreenTestSupport.h"
 #include "archive/ZipFixtures.h"
+#include "support/ListingWait.h"
 
 #include <QBuffer>
 #include <QScrollBar>
@@ -31,6 +32,7 @@ protected:
             makeState();
         }
         state->enterGalleryLayout();
+        waitForListings(*state);
         view = std::make_unique<GalleryView>(*state);
         view->resize(600, 500);
         view->show();
@@ -64,6 +66,7 @@ TEST_F(GalleryViewTest, AFolderWithoutPicturesSaysSoInPlaceOfTheGrid) {
     // A picture appears: the grid comes back.
     dir.makeFile(QStringLiteral("a.png"), greenPng());
     state->reloadPane(PaneSide::left, false);
+    waitForListings(*state);
     state->rebuildGalleryItems();
     QApplication::processEvents();
     EXPECT_TRUE(view->grid().isVisible());

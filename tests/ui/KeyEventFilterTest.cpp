@@ -6,6 +6,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
+#include "support/ListingWait.h"
 
 #include <QApplication>
 #include <QInputMethodEvent>
@@ -27,6 +28,7 @@ protected:
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
         filter = std::make_unique<KeyEventFilter>(*state);
         qApp->installEventFilter(filter.get());
         field = new QLineEdit(&window);

@@ -9,6 +9,7 @@
 #include "ui/JumpDialogView.h"
 #include "ui/OpenWithPickerView.h"
 #include "ui/VolumePickerView.h"
+#include "support/ListingWait.h"
 
 #include <QLineEdit>
 #include <QTest>
@@ -113,6 +114,7 @@ TEST_F(PickerViewsTest, TheVolumePickerDrawsEachVolumeFillsTheSelectedOneAndScro
     EXPECT_GT(filled(*view, view->rowRect(2)), 0);
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(2), true);
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("media/USB-B"))));
@@ -151,6 +153,7 @@ TEST_F(JumpViewTest, ARowIsFilledOnlyOnceSelectedAndClicksSelectAndGo) {
     EXPECT_GT(filled(*view, view->rowRect(2)), 0);
     EXPECT_EQ(filled(*view, view->rowRect(1)), 0);
     click(view, view->rowRect(0), true);
+    waitForListings(*state);
     EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("work/alpha"))));

@@ -9,6 +9,7 @@
 #include "support/TestDir.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
+#include "support/ListingWait.h"
 
 #include <QApplication>
 #include <QColor>
@@ -75,6 +76,7 @@ protected:
     AppState& makeState() {
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        waitForListings(*state);
         return *state;
     }
     int rowOf(const QString& name, PaneSide side = PaneSide::left) const {

@@ -10,6 +10,7 @@
 #include "search/TreeSession.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
+#include "support/ListingWait.h"
 
 #include <QLineEdit>
 #include <QSignalSpy>
@@ -131,6 +132,7 @@ TEST_F(SearchViewsTest, TheFooterCountStaysReadableInANarrowPane) {
 
 TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys) {
     state->toggleTreeMode();
+    waitForListings(*state);
     auto session = state->pane(PaneSide::left).treeSession;
     ASSERT_TRUE(session);
     ASSERT_EQ(session->rows.size(), 3); // the root, docs, music

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "core/AppState.h"
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
+
+// Turns the event loop until neither pane of the state has a listing under
+// way, so a test can read the rows a command asked for. Gives up after
+// timeoutMs; false then.
+inline bool waitForListings(const AppState& state, int timeoutMs = 10000) {
+    const auto pending = [&state] {
+        return state.isListingPending(PaneSide::left) || state.isListingPending(PaneSide::right);
+    };
+    // Each completion arrives as an event and wakes the wait; the timer
+    // wakes it once the time is up. Events are processed directly rather
+    // than by a nested loop, which a quit asked for earlier would end.
+    QTimer limit;
+    limit.setSingleShot(true);
+    limit.start(timeoutMs);
+    while (pending() && limit.isActive()) {
+        QCoreApplication::processEvents(QEventLoop::AllEvents | QEventLoop::WaitForMoreEvents);
+    }
+    return !pending();
+}
+
+// The same for a state whose work the test steps by hand: waiting work runs,
+// oldest first, until no listing is under way.
+inline bool waitForListings(const AppState& state, Background::ManualExecutor& executor) {
+    const auto pending = [&state] {
+        return state.isListingPending(PaneSide::left) || state.isListingPending(PaneSide::right);
+    };
+    while (pending() && executor.runNext()) {
+    }
+    return !pending();
+}
