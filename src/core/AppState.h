@@ -332,6 +332,8 @@ public:
     void treeStepLeft();
     void treeStepRight();
     void refreshTreeSessions();
+    // Puts the cursor of a pane in tree mode on a file or folder by its path.
+    void putTreeCursorOn(PaneSide side, const QString& path);
     void treeOpenFilter(PaneSide side);
     void treeApplyFilter(PaneSide side);
     void treeCloseFilterKeepingRow(PaneSide side);
