@@ -50,6 +50,8 @@ public:
     };
     using CopyMoveKind = ::CopyMoveKind;
     enum class DeleteKind { files, folders };
+    // What C and M carry: the tagged files, or with Shift the folder under the cursor.
+    enum class CopyMoveItems { files, folders };
     struct PendingCopyMove {
         struct Conflict {
             QString source;
@@ -243,7 +245,7 @@ public:
     void applyAttributePrompt();
     void typeAttributeDigit(QChar digit);
     // Copy, move, delete
-    void startCopyOrMove(CopyMoveKind kind);
+    void startCopyOrMove(CopyMoveKind kind, CopyMoveItems items = CopyMoveItems::files);
     void cancelCopyMovePathPrompt();
     void startDelete(DeleteKind kind);
     // Directory watching
