@@ -7,6 +7,7 @@
 #include "ui/FilerPaneView.h"
 #include "ui/FunctionToolbarView.h"
 #include "ui/GalleryView.h"
+#include "ui/LanguageLocale.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
 #include "ui/StatusBarView.h"
@@ -54,6 +55,7 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     rebuildLeftHalf();
     rebuildRightHalf();
     m_overlay = new OverlayView(m_state, this);
+    new LanguageLocale(m_state, this);
 
     m_resizeSettle = new QTimer(this);
     m_resizeSettle->setSingleShot(true);
