@@ -558,6 +558,8 @@ private:
     std::array<PaneState, 2> m_panes;
     Overlay m_overlay = Overlay::none;
     Background::Executor& m_executor;
+    // Live resizes so far; the quiet timer of the last one alone ends the resize.
+    uint64_t m_liveResizeCount = 0;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
     // The running preview load, if any; its type lives with the loading code.
