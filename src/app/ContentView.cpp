@@ -7,6 +7,7 @@
 #include "ui/FilerPaneView.h"
 #include "ui/FunctionToolbarView.h"
 #include "ui/GalleryView.h"
+#include "ui/LanguageLocale.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
 #include "ui/StatusBarView.h"
@@ -16,7 +17,6 @@
 #include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QScreen>
-#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -25,8 +25,6 @@ namespace {
 // here and adds its own height.
 constexpr QSize kMinimumSize(840, 560);
 constexpr QSize kDefaultSize(1100, 680);
-// How long the size must hold still before a resize counts as ended.
-constexpr int kResizeSettleMilliseconds = 150;
 
 } // namespace
 
@@ -54,14 +52,8 @@ ContentView::ContentView(AppState& state, QWidget* parent)
     rebuildLeftHalf();
     rebuildRightHalf();
     m_overlay = new OverlayView(m_state, this);
+    new LanguageLocale(m_state, this);
 
-    m_resizeSettle = new QTimer(this);
-    m_resizeSettle->setSingleShot(true);
-    m_resizeSettle->setInterval(kResizeSettleMilliseconds);
-    connect(m_resizeSettle, &QTimer::timeout, this, [this] {
-        update();
-        m_state.noteResizeEnded();
-    });
     connect(&m_state, &AppState::changed, this, &ContentView::rebuildLeftHalf);
     connect(&m_state, &AppState::changed, this, &ContentView::rebuildRightHalf);
     connect(qApp, &QGuiApplication::applicationStateChanged, this,
@@ -104,7 +96,6 @@ void ContentView::resizeEvent(QResizeEvent* event) {
     // outside the window would.
     m_overlay->setGeometry(rect().adjusted(0, m_menus->geometry().bottom() + 1, 0, 0));
     m_state.noteWindowResized(width(), height(), AppState::ResizePhase::live);
-    m_resizeSettle->start();
 }
 
 void ContentView::followApplicationState(Qt::ApplicationState applicationState) {

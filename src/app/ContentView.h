@@ -6,7 +6,6 @@ class AppMenus;
 class AppState;
 class OverlayView;
 class QHBoxLayout;
-class QTimer;
 
 // The main window: the function toolbar, the two halves of the screen (the
 // right one by layout), the status bar, and over them the one overlay. One
@@ -38,7 +37,6 @@ private:
     QWidget* m_leftHalf = nullptr;
     QWidget* m_rightHalf = nullptr;
     OverlayView* m_overlay = nullptr;
-    QTimer* m_resizeSettle = nullptr;
     int m_leftHalfKind = -1;
     int m_rightHalfLayout = -1;
     bool m_hasAppeared = false;

@@ -53,6 +53,8 @@ public:
     };
     using CopyMoveKind = ::CopyMoveKind;
     enum class DeleteKind { files, folders };
+    // What C and M carry: the tagged files, or with Shift the folder under the cursor.
+    enum class CopyMoveItems { files, folders };
     struct PendingCopyMove {
         struct Conflict {
             QString source;
@@ -285,7 +287,7 @@ public:
     void applyAttributePrompt();
     void typeAttributeDigit(QChar digit);
     // Copy, move, delete
-    void startCopyOrMove(CopyMoveKind kind);
+    void startCopyOrMove(CopyMoveKind kind, CopyMoveItems items = CopyMoveItems::files);
     void cancelCopyMovePathPrompt();
     void startDelete(DeleteKind kind);
     // Directory watching
@@ -377,6 +379,8 @@ public:
     // Asks a worker thread whether the folders of the open trees' new rows
     // have subfolders (search/TreeSubfolderCommands.cpp).
     void askTreeSubfolders();
+    // Puts the cursor of a pane in tree mode on a file or folder by its path.
+    void putTreeCursorOn(PaneSide side, const QString& path);
     void treeOpenFilter(PaneSide side);
     void treeApplyFilter(PaneSide side);
     void treeCloseFilterKeepingRow(PaneSide side);
@@ -614,6 +618,8 @@ private:
     std::array<PaneState, 2> m_panes;
     Overlay m_overlay = Overlay::none;
     Background::Executor& m_executor;
+    // Live resizes so far; the quiet timer of the last one alone ends the resize.
+    uint64_t m_liveResizeCount = 0;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
     // The running preview load, if any; its type lives with the loading code.

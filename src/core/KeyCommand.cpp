@@ -148,6 +148,9 @@ bool runWithArgument(AppState& s, const KeyCommand& c) {
     case startCopyOrMove:
         s.startCopyOrMove(c.firstAs<AppState::CopyMoveKind>());
         return true;
+    case startFolderCopyOrMove:
+        s.startCopyOrMove(c.firstAs<AppState::CopyMoveKind>(), AppState::CopyMoveItems::folders);
+        return true;
     case startDelete:
         s.startDelete(c.firstAs<AppState::DeleteKind>());
         return true;

@@ -107,6 +107,7 @@ public:
         openCreateItemPrompt,
         openRenamePrompt,
         startCopyOrMove,
+        startFolderCopyOrMove,
         startDelete,
         toggleTagAtCursor,
         focusPane,

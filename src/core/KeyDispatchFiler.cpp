@@ -64,7 +64,8 @@ Row filerLetterCommand(const KeyPress& p) {
     return std::nullopt;
 }
 
-// Rows 17 to 30. D is the one letter for which Shift selects another command.
+// Rows 17 to 30. C, M and D are the letters for which Shift selects another
+// command: the folder under the cursor instead of the tagged files.
 Row filerActionCommand(const KeyPress& p) {
     if (!p.key) {
         return std::nullopt;
@@ -96,11 +97,16 @@ Row filerActionCommand(const KeyPress& p) {
     if (p.keyIs(u"n") || p.keyIs(u"r")) {
         return KeyCommand{openRenamePrompt};
     }
-    if (p.keyIs(u"c")) {
-        return KeyCommand::with(startCopyOrMove, AppState::CopyMoveKind::copy);
-    }
-    if (p.keyIs(u"m")) {
-        return KeyCommand::with(startCopyOrMove, AppState::CopyMoveKind::move);
+    if (p.keyIs(u"c") || p.keyIs(u"m")) {
+        const auto kind =
+            p.keyIs(u"c") ? AppState::CopyMoveKind::copy : AppState::CopyMoveKind::move;
+        if (!p.shiftHeld()) {
+            return KeyCommand::with(startCopyOrMove, kind);
+        }
+        if (!p.controlOrOptionHeld()) {
+            return KeyCommand::with(startFolderCopyOrMove, kind);
+        }
+        return swallowed; // Shift+C or Shift+M with Control or Option: nothing runs.
     }
     if (p.keyIs(u"d") && !p.shiftHeld()) {
         return KeyCommand::with(startDelete, AppState::DeleteKind::files);

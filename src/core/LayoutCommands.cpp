@@ -12,6 +12,8 @@ namespace {
 
 // Rebuilding every view on each resize step is costly; one step per this many seconds.
 constexpr double kRedrawThrottleSeconds = 0.12;
+// How long the size must hold still before a resize counts as ended.
+constexpr std::chrono::milliseconds kResizeSettle{150};
 
 bool isPlainFile(const FileEntry& entry) {
     return !entry.isDirectory && !entry.isParent && !entry.isZipArchive && !entry.isLinkToFolder;
@@ -230,11 +232,22 @@ bool AppState::stepViewerFile(int delta) {
     return true;
 }
 
+// A live resize counts as ended once the size has held still for a while;
+// only then is the window laid out again.
 void AppState::noteWindowResized(double width, double height, ResizePhase phase) {
-    if (width <= 1 || height <= 1 || phase == ResizePhase::live) {
+    if (width <= 1 || height <= 1) {
         return;
     }
-    noteLayoutSettled();
+    if (phase == ResizePhase::settled) {
+        noteLayoutSettled();
+        return;
+    }
+    const uint64_t resize = ++m_liveResizeCount;
+    m_executor.callLater(kResizeSettle, this, [this, resize] {
+        if (resize == m_liveResizeCount) {
+            noteResizeEnded();
+        }
+    });
 }
 
 void AppState::noteResizeEnded() {

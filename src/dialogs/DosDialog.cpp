@@ -191,3 +191,39 @@ QString dosDialogNameList(const QStringList& urls) {
     }
     return list;
 }
+
+namespace {
+
+// How many characters of text fit the width, at least one.
+qsizetype fittingLength(const QString& text, const std::function<double(const QString&)>& widthOf,
+                        double width) {
+    qsizetype cut = text.size();
+    while (cut > 1 && widthOf(text.left(cut)) > width) {
+        --cut;
+    }
+    return cut;
+}
+
+} // namespace
+
+QStringList dosDialogWrappedLines(const QString& message,
+                                  const std::function<double(const QString&)>& widthOf,
+                                  double width) {
+    QStringList lines;
+    for (const QString& line : message.split(QLatin1Char('\n'))) {
+        QString rest = line;
+        while (rest.size() > 1 && widthOf(rest) > width) {
+            const qsizetype fits = fittingLength(rest, widthOf, width);
+            // The blank right after what fits ends a word as well as one inside it.
+            const qsizetype blank = rest.lastIndexOf(QLatin1Char(' '), fits);
+            const qsizetype cut = blank > 0 ? blank : fits;
+            lines.append(rest.left(cut));
+            rest = rest.mid(cut);
+            if (blank > 0) {
+                rest = rest.mid(1);
+            }
+        }
+        lines.append(rest);
+    }
+    return lines;
+}

@@ -4,6 +4,7 @@
 #include <QString>
 #include <QStringList>
 
+#include <functional>
 #include <optional>
 
 class AppState;
@@ -42,6 +43,13 @@ std::optional<DosDialog> currentDosDialog(const AppState& state);
 
 // The caption of a button, with its letter key where it has one.
 QString dosDialogButtonText(const DosDialogAction& action);
+
+// The message's lines broken to a width as widthOf measures text: a long
+// line breaks after the last blank that fits, the blank dropped, and only a
+// word longer than the whole width is cut inside.
+QStringList dosDialogWrappedLines(const QString& message,
+                                  const std::function<double(const QString&)>& widthOf,
+                                  double width);
 
 // The last path components, one a line; from 9 names on, the first 8 and a
 // line with the total.

@@ -39,6 +39,10 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
     if (!side) {
         return;
     }
+    if (s.pane(*side).treeMode && s.pane(*side).treeSession) {
+        s.putTreeCursorOn(*side, path);
+        return;
+    }
     s.whenListed(*side, [&s, side = *side, path] {
         const QList<FileEntry> rows = s.visibleEntries(side);
         for (int index = 0; index < rows.size(); ++index) {

@@ -221,6 +221,19 @@ bool isSameItem(const QString& a, const QString& b) {
            Identity::of(first) == Identity::of(second);
 }
 
+bool isInsideItem(const QString& folder, const QString& item) {
+    struct stat st;
+    if (::stat(QFile::encodeName(item).constData(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+        return false;
+    }
+    const auto into = openDestination(folder);
+    if (!into) {
+        return false;
+    }
+    const auto within = ItemTree::isWithin(into->get(), Identity::of(st));
+    return within && *within;
+}
+
 FsResult<Done> checkOverwrite(const QString& source, const QString& folder) {
     const auto from = holdItem(source);
     const auto into = openDestination(folder);

@@ -248,7 +248,9 @@ void CopyMoveProgress::setDelay(std::chrono::milliseconds delay) {
     progressDelay = delay;
 }
 
-void AppState::startCopyOrMove(CopyMoveKind kind) {
+// Shift+C and Shift+M carry the folder under the cursor, chosen as Shift+D
+// chooses the folder to delete; C and M the tagged files.
+void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
     if (anyPromptOrPickerOpen() || isFileOperationRunning) {
         return;
     }
@@ -261,10 +263,13 @@ void AppState::startCopyOrMove(CopyMoveKind kind) {
                                        : ArchiveLocation::ReadOnlyCommand::move)) {
         return;
     }
-    const QStringList sources = taggedFileURLs();
+    const bool folders = items == CopyMoveItems::folders;
+    const QStringList sources = folders ? deleteTargets(DeleteKind::folders) : taggedFileURLs();
     if (sources.isEmpty()) {
-        reportError(byKind(kind, "No item to copy (Space to tag, or select an item)",
-                           "No item to move (Space to tag, or select an item)"));
+        reportError(folders ? byKind(kind, "No folder to copy (select a folder)",
+                                     "No folder to move (select a folder)")
+                            : byKind(kind, "No item to copy (Space to tag, or select an item)",
+                                     "No item to move (Space to tag, or select an item)"));
         return;
     }
     clearWayForCopyMove(*this);
@@ -312,6 +317,16 @@ void AppState::commitCopyMovePathPrompt() {
 void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
                              const QString& destination) {
     const QString folder = PathUtils::standardizedPath(destination);
+    // A folder never goes into itself: the copy would never end, and a move
+    // would have nowhere to stand.
+    for (const QString& source : sources) {
+        if (FileSystemService::isInsideItem(folder, source)) {
+            reportError(byKind(kind, "Cannot copy a folder into itself: ",
+                               "Cannot move a folder into itself: ") +
+                        PathUtils::lastPathComponent(source));
+            return;
+        }
+    }
     if (kind == CopyMoveKind::move) {
         for (const QString& source : sources) {
             if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {

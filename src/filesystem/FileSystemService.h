@@ -101,6 +101,9 @@ QString destinationItemURL(const QString& source, const QString& folder);
 // Whether two paths lead to one item on the disk, the same device and inode,
 // whatever links or mounts lie on the way.
 bool isSameItem(const QString& a, const QString& b);
+// Whether the folder is the item or lies anywhere inside it, on the disk,
+// whatever links or mounts lie on the way. Nothing to look at gives false.
+bool isInsideItem(const QString& folder, const QString& item);
 // Whether the item at the source's place in the folder may be overwritten by
 // the source: never the source itself (sameItem), nor a folder that holds it
 // (holdsSource). Nothing there, or nothing to look at, passes.

@@ -205,16 +205,43 @@ void AppState::selectTreeFile(PaneSide side, int index) {
     noteTreeChanged();
 }
 
+// After a new or renamed item: a file takes the cursor of the file list, a
+// folder the tree cursor where its row is shown. Anything else leaves both.
+void AppState::putTreeCursorOn(PaneSide side, const QString& path) {
+    const auto session = pane(side).treeSession;
+    if (!session) {
+        return;
+    }
+    const QList<FileEntry> files = visibleTreeFiles(session->files);
+    for (int index = 0; index < files.size(); ++index) {
+        if (PathUtils::standardizedPath(files.at(index).url) == path) {
+            session->fileSelection = index;
+            session->focusOnFiles = true;
+            noteTreeChanged();
+            return;
+        }
+    }
+    for (int index = 0; index < session->rows.size(); ++index) {
+        if (session->rows.at(index).path == path) {
+            session->selectedRowIndex = index;
+            session->focusOnFiles = false;
+            session->reloadFiles(showHiddenFiles);
+            noteTreeChanged();
+            return;
+        }
+    }
+    noteTreeChanged();
+}
+
 // After file work or a change of a setting: every open tree is listed anew
-// with the current settings.
+// with the current hidden-files setting. A session keeps the order it was
+// entered with, so a new sort mode or name setting leaves its lists alone.
 void AppState::refreshTreeSessions() {
     for (const auto& session : {pane(PaneSide::left).treeSession, pane(PaneSide::right).treeSession,
                                 searchTreeBox.session}) {
         if (!session) {
             continue;
         }
-        session->sortMode = sortMode;
-        session->sortByLocalizedName = showLocalizedNames;
         session->forgetSubfolderAnswers();
         session->rebuildRows(showHiddenFiles);
         session->reloadFiles(showHiddenFiles);

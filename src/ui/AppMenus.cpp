@@ -31,10 +31,7 @@ QString languageTitle(AppLanguage language) {
 AppMenus::AppMenus(AppState& state, QWidget* parent)
     : QMenuBar(parent)
     , m_state(state) {
-    setStyleSheet(QStringLiteral("QMenuBar { background: %1; color: %2; }"
-                                 "QMenuBar::item:selected { background: %3; }")
-                      .arg(Palette::paneBackground().name(), Palette::baseText().name(),
-                           Palette::cursorFill().name()));
+    setStyleSheet(Palette::menuStyle());
     buildFileMenu();
     buildViewMenu();
     m_languageMenu = addMenu(QString());

@@ -22,24 +22,6 @@ QColor destructiveText() {
     return QColor::fromRgbF(1.0, 0.45, 0.45);
 }
 
-// The message's lines, long ones broken to the box's width by cells.
-QStringList wrappedLines(const QString& message, const ScreenText& text, double width) {
-    QStringList lines;
-    for (const QString& line : message.split(QLatin1Char('\n'))) {
-        QString rest = line;
-        while (text.width(rest) > width && rest.size() > 1) {
-            int cut = rest.size() - 1;
-            while (cut > 1 && text.width(rest.left(cut)) > width) {
-                --cut;
-            }
-            lines.append(rest.left(cut));
-            rest = rest.mid(cut);
-        }
-        lines.append(rest);
-    }
-    return lines;
-}
-
 } // namespace
 
 struct DosDialogView::Layout {
@@ -76,7 +58,8 @@ DosDialogView::Layout DosDialogView::layoutFor(const DosDialog& dialog,
     natural = std::max({natural, buttonsWidth - kButtonGap, text.width(dialog.hint)});
     layout.width = std::clamp(natural + 2 * kPadX + 2 * kBorder, kMinWidth, kMaxWidth);
     const double inner = layout.width - 2 * kPadX - 2 * kBorder;
-    layout.lines = wrappedLines(dialog.message, text, inner);
+    layout.lines = dosDialogWrappedLines(
+        dialog.message, [&text](const QString& part) { return text.width(part); }, inner);
 
     double y = kBorder;
     layout.title = QRectF(kBorder + kPadX, y + 8, inner, line);

@@ -45,12 +45,15 @@ void FileSearchResultList::sync() {
     verticalScrollBar()->setRange(
         0, std::max(0, int(std::ceil(count * rowHeight())) - viewport()->height()));
     verticalScrollBar()->setSingleStep(int(rowHeight()));
-    const QRect row = rowRect(m_state.fileSearchSelection);
+    // The list moves by whole rows, just far enough to show the cursor row.
+    const int selection = m_state.fileSearchSelection;
+    const QRect row = rowRect(selection);
     if (row.top() < 0) {
-        verticalScrollBar()->setValue(verticalScrollBar()->value() + row.top());
+        verticalScrollBar()->setValue(int(std::ceil(selection * rowHeight())));
     } else if (row.bottom() > viewport()->height()) {
-        verticalScrollBar()->setValue(verticalScrollBar()->value() + row.bottom() -
-                                      viewport()->height());
+        const double rowsAbove =
+            std::ceil(((selection + 1) * rowHeight() - viewport()->height()) / rowHeight());
+        verticalScrollBar()->setValue(int(std::ceil(rowsAbove * rowHeight())));
     }
     viewport()->update();
 }
@@ -94,7 +97,7 @@ double FileSearchResultList::rowHeight() const {
 }
 
 bool FileSearchResultList::selectAt(double y) {
-    const int index = int((y + verticalScrollBar()->value()) / rowHeight());
+    const int index = int((y + scrollOffset()) / rowHeight());
     if (index < 0 || index >= m_state.folderSearch->results().size()) {
         return false;
     }

@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "core/EntryDisplay.h"
+#include "ui/FilterBar.h"
 #include "ui/HeaderBar.h"
 #include "ui/PaneFrame.h"
 #include "ui/EntryColors.h"
@@ -11,14 +12,10 @@
 #include "ui/ScreenText.h"
 
 #include <QAbstractScrollArea>
-#include <QHBoxLayout>
-#include <QLabel>
-#include <QLineEdit>
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPropertyAnimation>
 #include <QScrollBar>
-#include <QTimer>
 #include <QVBoxLayout>
 
 namespace {
@@ -27,8 +24,6 @@ constexpr double kRowPadding = 8;
 constexpr double kColumnGap = 8;
 constexpr double kListPadding = 2;
 constexpr int kScrollMilliseconds = 80;
-
-using EntryColors::overNavy;
 
 QColor colorFor(EntryDisplay::ColorRole role) {
     return EntryColors::of(role);
@@ -50,19 +45,21 @@ public:
     }
 
     QRect rowRect(int index) const {
-        const double top = kListPadding + index * rowHeight() - verticalScrollBar()->value();
+        const double top = kListPadding + index * rowHeight() - scrollOffset();
         return QRect(0, int(top), viewport()->width(), int(rowHeight()));
     }
 
     void sync() {
+        const double oldHeight = rowHeight();
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
         m_rows = m_state.visibleEntries(m_side);
         updateRange();
         const QString identity = EntryDisplay::locationPath(m_state.pane(m_side).location) +
                                  QLatin1Char('-') + QString::number(listEpoch());
         const int selection = m_state.pane(m_side).selection;
-        if (identity != m_identity) {
-            // A new list starts with its cursor row in the middle at once.
+        if (identity != m_identity || rowHeight() != oldHeight) {
+            // A new list, or rows of another height, put the cursor row in
+            // the middle at once.
             m_identity = identity;
             m_animation->stop();
             verticalScrollBar()->setValue(centredOffset(selection));
@@ -77,16 +74,21 @@ public:
     }
 
 protected:
+    // The view's real height is known only now: the cursor row goes to the
+    // middle again, so that a list built before the pane had its size is not
+    // left scrolled for a smaller one.
     void resizeEvent(QResizeEvent* event) override {
         QAbstractScrollArea::resizeEvent(event);
         updateRange();
+        m_animation->stop();
+        verticalScrollBar()->setValue(centredOffset(m_selection));
     }
 
     void paintEvent(QPaintEvent*) override {
         QPainter painter(viewport());
         painter.fillRect(viewport()->rect(), Palette::paneBackground());
         const double height = rowHeight();
-        const int offset = verticalScrollBar()->value();
+        const double offset = scrollOffset();
         const int first = std::max(0, int((offset - kListPadding) / height));
         for (int index = first; index < m_rows.size(); ++index) {
             const double top = kListPadding + index * height - offset;
@@ -130,9 +132,12 @@ private:
                     Qt::AlignLeft);
     }
     double rowHeight() const { return m_text.lineHeight() + 4; }
+    double scrollOffset() const {
+        return RowListArea::snappedOffset(verticalScrollBar()->value(), rowHeight(), kListPadding);
+    }
 
     std::optional<int> rowAt(double y) const {
-        const double inList = y + verticalScrollBar()->value() - kListPadding;
+        const double inList = y + scrollOffset() - kListPadding;
         const int row = inList < 0 ? -1 : int(inList / rowHeight());
         return row >= 0 && row < m_rows.size() ? std::optional<int>(row) : std::nullopt;
     }
@@ -196,7 +201,7 @@ FilerPaneView::FilerPaneView(AppState& state, PaneSide side, QWidget* parent)
     column->setSpacing(0);
     m_list = new FilerRowList(state, side, this);
     column->addWidget(m_list, 1);
-    buildFilterBar();
+    m_filterBar = new FilterBar(state, side, this);
     column->addWidget(m_filterBar);
     connect(&m_state, &AppState::changed, this, &FilerPaneView::refreshFromState);
     refreshFromState();
@@ -205,37 +210,12 @@ FilerPaneView::FilerPaneView(AppState& state, PaneSide side, QWidget* parent)
 FilerPaneView::~FilerPaneView() = default;
 
 bool FilerPaneView::filterFocused() const {
-    return m_filterField->hasFocus();
+    return m_filterBar->fieldHasFocus();
 }
 
 QRect FilerPaneView::rowRect(int index) const {
     const QRect inList = m_list->rowRect(index);
     return inList.translated(m_list->viewport()->mapTo(this, QPoint(0, 0)));
-}
-
-void FilerPaneView::buildFilterBar() {
-    m_filterBar = new QWidget(this);
-    m_filterBar->setAutoFillBackground(true);
-    QPalette bar = m_filterBar->palette();
-    bar.setColor(QPalette::Window, overNavy(Palette::cursorFill(), 0.45));
-    bar.setColor(QPalette::Base, Qt::transparent);
-    bar.setColor(QPalette::Text, Palette::baseText());
-    bar.setColor(QPalette::PlaceholderText, Palette::dimText());
-    m_filterBar->setPalette(bar);
-    auto* row = new QHBoxLayout(m_filterBar);
-    row->setContentsMargins(8, 4, 8, 4);
-    row->setSpacing(6);
-    auto* label = new QLabel(QStringLiteral("Filter:"), m_filterBar);
-    label->setStyleSheet(QStringLiteral("color: %1").arg(Palette::titleText().name()));
-    m_filterField = new QLineEdit(m_filterBar);
-    m_filterField->setFrame(false);
-    auto* esc = new QLabel(QStringLiteral("Esc"), m_filterBar);
-    esc->setStyleSheet(QStringLiteral("color: %1").arg(Palette::dimText().name()));
-    row->addWidget(label);
-    row->addWidget(m_filterField, 1);
-    row->addWidget(esc);
-    connect(m_filterField, &QLineEdit::textEdited, this, &FilerPaneView::filterTextEdited);
-    m_filterBar->hide();
 }
 
 void FilerPaneView::applyFontSize() {
@@ -244,11 +224,7 @@ void FilerPaneView::applyFontSize() {
     }
     m_fontSize = m_state.uiFontSize;
     const QFont font = ScreenFont::font(m_fontSize);
-    m_filterBar->setFont(font);
-    // Styled labels keep their own font; each is given the screen's face.
-    for (QWidget* child : m_filterBar->findChildren<QWidget*>()) {
-        child->setFont(font);
-    }
+    m_filterBar->setScreenFont(font);
     const ScreenText text(font);
     const int top = PaneFrame::kContentMargin + int(std::ceil(HeaderBar::height(text)));
     layout()->setContentsMargins(PaneFrame::kContentMargin, top, PaneFrame::kContentMargin,
@@ -258,35 +234,8 @@ void FilerPaneView::applyFontSize() {
 void FilerPaneView::refreshFromState() {
     applyFontSize();
     m_list->sync();
-    syncFilterBar();
+    m_filterBar->sync();
     update();
-}
-
-// The bar stands only on the focused pane while the filter is open; it takes
-// the keyboard on the next turn of the loop, once it is on screen.
-void FilerPaneView::syncFilterBar() {
-    const bool shown = m_state.isFilterOpen && m_state.focusedSide == m_side;
-    if (m_filterField->text() != m_state.filterQuery) {
-        m_filterField->setText(m_state.filterQuery);
-    }
-    if (shown == m_filterBar->isVisible()) {
-        return;
-    }
-    m_filterBar->setVisible(shown);
-    if (shown) {
-        QTimer::singleShot(0, m_filterField, [field = m_filterField] {
-            if (field->isVisible()) {
-                field->setFocus(Qt::OtherFocusReason);
-            }
-        });
-    } else if (m_filterField->hasFocus()) {
-        m_filterField->clearFocus();
-        window()->setFocus(Qt::OtherFocusReason);
-    }
-}
-
-void FilerPaneView::filterTextEdited(const QString& text) {
-    m_state.setFilterQuery(text);
 }
 
 void FilerPaneView::paintEvent(QPaintEvent*) {

@@ -6,7 +6,7 @@
 
 class AppState;
 class FilerRowList;
-class QLineEdit;
+class FilterBar;
 
 // One filer pane: the FILER header, the rows of the visible list and, while
 // the filter is open on this side, the filter bar with its text field. Only
@@ -32,15 +32,11 @@ protected:
     void mousePressEvent(QMouseEvent* event) override;
 
 private:
-    void buildFilterBar();
-    void syncFilterBar();
-    void filterTextEdited(const QString& text);
     void applyFontSize();
 
     AppState& m_state;
     PaneSide m_side;
     FilerRowList* m_list = nullptr;
-    QWidget* m_filterBar = nullptr;
-    QLineEdit* m_filterField = nullptr;
+    FilterBar* m_filterBar = nullptr;
     double m_fontSize = 0;
 };

@@ -239,31 +239,8 @@ int JumpDialogView::rowAt(const QPointF& point) const {
     return -1;
 }
 
-// Selection moves by steps only, so a click walks there from where it stands;
-// from the field, the first step lands on the first row.
-void JumpDialogView::selectRow(int index) {
-    const QStringList rows = m_state.jumpRows();
-    const int current = m_state.jumpDialog.selectedPath
-                            ? JumpDialog::indexOfRow(rows, *m_state.jumpDialog.selectedPath)
-                            : -1;
-    if (current < 0) {
-        m_state.moveJumpSelection(1);
-        if (index > 0) {
-            m_state.moveJumpSelection(index);
-        }
-    } else if (index != current) {
-        m_state.moveJumpSelection(index - current);
-    }
-}
-
+// One click on a row goes there, as Enter on the selected row does.
 void JumpDialogView::mousePressEvent(QMouseEvent* event) {
-    const int row = rowAt(event->position());
-    if (row >= 0) {
-        selectRow(row);
-    }
-}
-
-void JumpDialogView::mouseDoubleClickEvent(QMouseEvent* event) {
     const int row = rowAt(event->position());
     if (row >= 0) {
         m_state.confirmJumpDialogAt(m_state.jumpRows().at(row));

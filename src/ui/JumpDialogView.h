@@ -31,7 +31,6 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
     void showEvent(QShowEvent* event) override;
     void mousePressEvent(QMouseEvent* event) override;
-    void mouseDoubleClickEvent(QMouseEvent* event) override;
 
 private:
     struct Layout;
@@ -40,7 +39,6 @@ private:
     void followFocus();
     void scrollToSelection(const QStringList& rows);
     int rowAt(const QPointF& point) const;
-    void selectRow(int index);
     void paintRow(QPainter& painter, const ScreenText& text, const QStringList& rows,
                   int index) const;
 

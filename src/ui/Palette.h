@@ -62,14 +62,31 @@ inline QColor unreadableArchiveText() {
     return rgb(0.75, 0.55, 0.1);
 }
 
-// The thin scroll bar of the scrolling lists, drawn over the navy pane.
+// The thin scroll bars of the scrolling lists and text views, drawn over the
+// navy pane in either direction.
 inline QString thinScrollBarStyle() {
     return QStringLiteral(
         "QScrollBar:vertical { background: transparent; width: 6px; margin: 0; }"
-        "QScrollBar::handle:vertical { background: rgba(140, 140, 217, 160); min-height: 24px;"
-        " border-radius: 3px; }"
-        "QScrollBar::add-line:vertical, QScrollBar::sub-line:vertical { height: 0; }"
-        "QScrollBar::add-page:vertical, QScrollBar::sub-page:vertical { background: none; }");
+        "QScrollBar:horizontal { background: transparent; height: 6px; margin: 0; }"
+        "QScrollBar::handle { background: rgba(140, 140, 217, 160); border-radius: 3px; }"
+        "QScrollBar::handle:vertical { min-height: 24px; }"
+        "QScrollBar::handle:horizontal { min-width: 24px; }"
+        "QScrollBar::add-line, QScrollBar::sub-line { height: 0; width: 0; }"
+        "QScrollBar::add-page, QScrollBar::sub-page { background: none; }");
+}
+
+// The menu bar and its menus in the screen's colours: navy, the screen's
+// text, the cursor fill under the item the pointer is on.
+inline QString menuStyle() {
+    return QStringLiteral("QMenuBar { background: %1; color: %2; }"
+                          "QMenuBar::item { background: transparent; }"
+                          "QMenuBar::item:selected { background: %3; }"
+                          "QMenu { background: %1; color: %2; border: 1px solid %4; }"
+                          "QMenu::item:selected { background: %3; }"
+                          "QMenu::item:disabled { color: %5; }"
+                          "QMenu::separator { height: 1px; background: %4; margin: 4px 6px; }")
+        .arg(paneBackground().name(), baseText().name(), cursorFill().name(),
+             hairlineColor().name(), dimText().name());
 }
 
 } // namespace Palette

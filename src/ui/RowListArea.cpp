@@ -4,6 +4,8 @@
 
 #include <QScrollBar>
 
+#include <cmath>
+
 RowListArea::RowListArea(QWidget* parent)
     : QAbstractScrollArea(parent) {
     styleAsPaneList(*this);
@@ -18,7 +20,19 @@ void RowListArea::styleAsPaneList(QAbstractScrollArea& area) {
     area.viewport()->setAutoFillBackground(false);
 }
 
+double RowListArea::snappedOffset(double value, double rowHeight, double padding) {
+    if (rowHeight <= 0) {
+        return value;
+    }
+    const double rows = std::round((value - padding) / rowHeight);
+    return rows <= 0 ? 0 : padding + rows * rowHeight;
+}
+
+double RowListArea::scrollOffset() const {
+    return snappedOffset(verticalScrollBar()->value(), rowHeight());
+}
+
 QRect RowListArea::rowRect(int index) const {
-    return QRect(0, int(index * rowHeight()) - verticalScrollBar()->value(), viewport()->width(),
+    return QRect(0, int(std::floor(index * rowHeight() - scrollOffset())), viewport()->width(),
                  int(rowHeight()));
 }

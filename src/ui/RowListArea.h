@@ -16,6 +16,12 @@ public:
     // Where a row stands in the viewport, after scrolling.
     QRect rowRect(int index) const;
 
+    // The scroll position as the rows are drawn: at a whole row, so that the
+    // top row is never cut by the edge above it. The list's own padding
+    // above the first row is passed over in one step.
+    static double snappedOffset(double value, double rowHeight, double padding = 0);
+
 protected:
     virtual double rowHeight() const = 0;
+    double scrollOffset() const;
 };

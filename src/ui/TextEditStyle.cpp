@@ -5,6 +5,7 @@
 
 #include <QPalette>
 #include <QPlainTextEdit>
+#include <QScrollBar>
 
 namespace TextEditStyle {
 
@@ -21,6 +22,8 @@ void apply(QPlainTextEdit& view, double fontSize) {
     view.setAutoFillBackground(false);
     view.viewport()->setAutoFillBackground(false);
     view.setFont(ScreenFont::font(fontSize));
+    view.verticalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
+    view.horizontalScrollBar()->setStyleSheet(Palette::thinScrollBarStyle());
 }
 
 void applyFontSize(QPlainTextEdit& view, double fontSize) {

@@ -4,6 +4,7 @@
 #include "core/EntryDisplay.h"
 #include "search/TreeSession.h"
 #include "ui/EntryColors.h"
+#include "ui/FilterBar.h"
 #include "ui/HeaderBar.h"
 #include "ui/Palette.h"
 #include "ui/PaneFrame.h"
@@ -15,6 +16,7 @@
 #include <QMouseEvent>
 #include <QPainter>
 #include <QScrollBar>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -54,6 +56,7 @@ public:
         , m_kind(kind) {}
 
     void sync() {
+        const double oldHeight = rowHeight();
         m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
         const auto session = m_state.pane(m_side).treeSession;
         m_lines.clear();
@@ -61,12 +64,11 @@ public:
         if (session) {
             m_kind == Kind::tree ? readRows(*session) : readFiles(*session);
         }
-        const int content = int(std::ceil(m_lines.size() * rowHeight()));
-        verticalScrollBar()->setRange(0, std::max(0, content - viewport()->height()));
-        if (m_cursor >= 0 && m_cursor != m_centredCursor) {
+        updateRange();
+        // A new cursor, or rows of another height, bring the cursor row to the middle.
+        if (m_cursor >= 0 && (m_cursor != m_centredCursor || rowHeight() != oldHeight)) {
             m_centredCursor = m_cursor;
-            const double centre = (m_cursor + 0.5) * rowHeight() - viewport()->height() / 2.0;
-            verticalScrollBar()->setValue(int(centre));
+            centreCursor();
         }
         viewport()->update();
     }
@@ -94,6 +96,17 @@ protected:
         }
     }
 
+    // The view's real height is known only now: the cursor row goes to the
+    // middle again, so that a list built before it had a size is not left
+    // scrolled for a smaller one.
+    void resizeEvent(QResizeEvent* event) override {
+        RowListArea::resizeEvent(event);
+        updateRange();
+        if (m_cursor >= 0) {
+            centreCursor();
+        }
+    }
+
     void mousePressEvent(QMouseEvent* event) override {
         m_state.focusPane(m_side);
         if (const auto index = indexAt(event->position().y())) {
@@ -111,8 +124,20 @@ protected:
 private:
     double rowHeight() const override { return m_text.lineHeight() + 2 * kRowPadV; }
 
+    void updateRange() {
+        const int content = int(std::ceil(m_lines.size() * rowHeight()));
+        verticalScrollBar()->setRange(0, std::max(0, content - viewport()->height()));
+        verticalScrollBar()->setPageStep(viewport()->height());
+        verticalScrollBar()->setSingleStep(int(rowHeight()));
+    }
+
+    void centreCursor() {
+        const double centre = (m_cursor + 0.5) * rowHeight() - viewport()->height() / 2.0;
+        verticalScrollBar()->setValue(int(centre));
+    }
+
     std::optional<int> indexAt(double y) const {
-        const int index = int((y + verticalScrollBar()->value()) / rowHeight());
+        const int index = int((y + scrollOffset()) / rowHeight());
         return index >= 0 && index < m_lines.size() ? std::optional<int>(index) : std::nullopt;
     }
 
@@ -173,12 +198,17 @@ TreeFilerPaneView::TreeFilerPaneView(AppState& state, PaneSide side, QWidget* pa
     , m_state(state)
     , m_side(side) {
     setFocusPolicy(Qt::NoFocus);
-    auto* row = new QHBoxLayout(this);
+    auto* column = new QVBoxLayout(this);
+    column->setSpacing(0);
+    auto* row = new QHBoxLayout;
     row->setSpacing(0);
     m_tree = new TreeColumnList(state, side, TreeColumnList::Kind::tree, this);
     m_files = new TreeColumnList(state, side, TreeColumnList::Kind::files, this);
     row->addWidget(m_tree, 1);
     row->addWidget(m_files, 1);
+    column->addLayout(row, 1);
+    m_filterBar = new FilterBar(state, side, this);
+    column->addWidget(m_filterBar);
     connect(&m_state, &AppState::changed, this, &TreeFilerPaneView::refreshFromState);
     refreshFromState();
 }
@@ -193,12 +223,18 @@ QRect TreeFilerPaneView::fileRowRect(int index) const {
     return m_files->rowRect(index).translated(m_files->viewport()->mapTo(this, QPoint(0, 0)));
 }
 
+bool TreeFilerPaneView::filterFocused() const {
+    return m_filterBar->fieldHasFocus();
+}
+
 void TreeFilerPaneView::applyFontSize() {
     if (m_fontSize == m_state.uiFontSize) {
         return;
     }
     m_fontSize = m_state.uiFontSize;
-    const ScreenText text(ScreenFont::font(m_fontSize));
+    const QFont font = ScreenFont::font(m_fontSize);
+    m_filterBar->setScreenFont(font);
+    const ScreenText text(font);
     const int top = PaneFrame::kContentMargin + int(std::ceil(HeaderBar::height(text)));
     layout()->setContentsMargins(PaneFrame::kContentMargin, top, PaneFrame::kContentMargin,
                                  PaneFrame::kContentMargin);
@@ -211,6 +247,7 @@ void TreeFilerPaneView::refreshFromState() {
     m_files->setVisible(hasSession);
     m_tree->sync();
     m_files->sync();
+    m_filterBar->sync();
     update();
 }
 

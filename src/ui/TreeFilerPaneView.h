@@ -5,10 +5,12 @@
 #include <QWidget>
 
 class AppState;
+class FilterBar;
 class TreeColumnList;
 
 // A pane in tree mode: the TREE header, then the folder tree on the left and
-// the files of the folder under the tree cursor on the right. The list that
+// the files of the folder under the tree cursor on the right, and the filter
+// bar below them while the filter is open on this pane. The list that
 // has the keys shows its cursor in full; the other one dimmed.
 class TreeFilerPaneView : public QWidget {
     Q_OBJECT
@@ -21,6 +23,8 @@ public:
     // Where a visible tree row, or a visible file, stands in the pane.
     QRect treeRowRect(int index) const;
     QRect fileRowRect(int index) const;
+    // Whether the filter field has the keyboard.
+    bool filterFocused() const;
 
 public slots:
     void refreshFromState();
@@ -36,5 +40,6 @@ private:
     PaneSide m_side;
     TreeColumnList* m_tree = nullptr;
     TreeColumnList* m_files = nullptr;
+    FilterBar* m_filterBar = nullptr;
     double m_fontSize = 0;
 };

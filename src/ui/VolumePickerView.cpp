@@ -49,14 +49,8 @@ void VolumePickerView::paintRowText(QPainter& painter, const ScreenText& text, i
               selected ? Palette::rgb(0.55, 0.95, 1) : Palette::dimText());
 }
 
+// One click on a row opens that volume, as Enter on the selected row does.
 void VolumePickerView::mousePressEvent(QMouseEvent* event) {
-    const int row = rowAt(event->position());
-    if (row >= 0 && row != m_state.volumePicker.selection) {
-        m_state.moveVolumePickerSelection(row - m_state.volumePicker.selection);
-    }
-}
-
-void VolumePickerView::mouseDoubleClickEvent(QMouseEvent* event) {
     const int row = rowAt(event->position());
     if (row >= 0) {
         m_state.confirmVolumePicker(row);

@@ -19,5 +19,4 @@ protected:
     void paintRowText(QPainter& painter, const ScreenText& text, int index, const QRectF& area,
                       bool selected) const override;
     void mousePressEvent(QMouseEvent* event) override;
-    void mouseDoubleClickEvent(QMouseEvent* event) override;
 };

@@ -3,6 +3,9 @@
 #include "core/Localization.h"
 
 #include <QFile>
+#include <QSet>
+#include <QRegularExpression>
+#include <QDirIterator>
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -67,6 +70,32 @@ TEST(LocalizationTest, BothTablesHoldTheSameKeysEachWithItsOwnLabel) {
               Localization::localizedString(copy, AppLanguage::english));
     const QString unknown = QStringLiteral("toolbar.nothing");
     EXPECT_EQ(Localization::localizedString(unknown, AppLanguage::english), unknown);
+}
+
+// Every label key the views, the toolbar and the menus name in their sources
+// stands in both tables: a key missing from one would show as the key itself.
+TEST(LocalizationTest, EveryKeyTheScreenAsksForHasBothLabels) {
+    const QRegularExpression literal(
+        QStringLiteral(R"re("((?:menu|toolbar|status)\.[a-z0-9_]+)")re"));
+    QSet<QString> asked;
+    QDirIterator sources(QStringLiteral(DORVIK_SOURCE_DIR),
+                         {QStringLiteral("*.cpp"), QStringLiteral("*.h")}, QDir::Files,
+                         QDirIterator::Subdirectories);
+    while (sources.hasNext()) {
+        QFile file(sources.next());
+        ASSERT_TRUE(file.open(QIODevice::ReadOnly)) << file.fileName().toStdString();
+        const QString text = QString::fromUtf8(file.readAll());
+        for (auto match = literal.globalMatch(text); match.hasNext();) {
+            asked.insert(match.next().captured(1));
+        }
+    }
+    EXPECT_GT(asked.size(), 30) << "the sources were not read";
+    for (const QString& key : asked) {
+        EXPECT_NE(Localization::localizedString(key, AppLanguage::english), key)
+            << key.toStdString();
+        EXPECT_NE(Localization::localizedString(key, AppLanguage::japanese), key)
+            << key.toStdString();
+    }
 }
 
 } // namespace

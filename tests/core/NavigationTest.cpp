@@ -2,6 +2,7 @@
 #include "core/KeyTestSupport.h"
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
@@ -275,19 +276,35 @@ TEST_F(NavigationTest, ViewerStepsOverFoldersAndStopsAtTheEnds) {
     EXPECT_FALSE(state->stepViewerFile(1));
 }
 
-TEST_F(NavigationTest, WindowRebuildsAreThrottled) {
+// The window as it resizes: each step restarts the quiet timer, and the
+// layout comes once, when the size has held still.
+TEST_F(NavigationTest, AResizeLaysTheWindowOutOnceTheSizeHoldsStill) {
+    using namespace std::chrono_literals;
+    Background::ManualExecutor executor;
+    AppState resized(preferences, executor);
     double now = 100;
-    state->wallClock = [&] { return now; };
-    state->noteWindowResized(800, 600, AppState::ResizePhase::settled);
-    EXPECT_EQ(state->windowLayoutEpoch, 1u);
-    now += 0.05;
-    state->noteResizeEnded();
-    state->noteWindowResized(800, 600, AppState::ResizePhase::live);
-    now += 0.1;
-    state->noteWindowResized(1, 600, AppState::ResizePhase::settled);
-    EXPECT_EQ(state->windowLayoutEpoch, 1u);
-    state->noteResizeEnded();
-    EXPECT_EQ(state->windowLayoutEpoch, 2u);
+    resized.wallClock = [&] { return now; };
+    const auto step = [&](std::chrono::milliseconds time) {
+        now += std::chrono::duration<double>(time).count();
+        executor.advance(time);
+    };
+    const uint64_t start = resized.windowLayoutEpoch;
+    for (const int width : {800, 820, 840}) {
+        resized.noteWindowResized(width, 600, AppState::ResizePhase::live);
+        step(100ms);
+    }
+    EXPECT_EQ(resized.windowLayoutEpoch, start) << "the size never held still";
+    step(50ms);
+    EXPECT_EQ(resized.windowLayoutEpoch, start + 1);
+    step(1000ms);
+    EXPECT_EQ(resized.windowLayoutEpoch, start + 1) << "earlier steps' timers end nothing";
+
+    resized.noteWindowResized(1, 600, AppState::ResizePhase::live); // a collapsed window
+    step(1000ms);
+    EXPECT_EQ(resized.windowLayoutEpoch, start + 1);
+    resized.noteWindowResized(900, 600, AppState::ResizePhase::live);
+    step(150ms);
+    EXPECT_EQ(resized.windowLayoutEpoch, start + 2);
 }
 
 } // namespace

@@ -238,4 +238,26 @@ TEST_F(DosDialogTest, EveryButtonHasItsCaption) {
               QStringLiteral(" Later "));
 }
 
+// One cell a character: lines break after the last word that fits, and only a
+// word longer than the box is cut inside.
+TEST_F(DosDialogTest, LongMessagesBreakBetweenWords) {
+    const auto cells = [](const QString& text) { return double(text.size()); };
+    const struct {
+        const char* message;
+        double width;
+        QStringList lines;
+    } rows[] = {
+        {"a.txt: No such file or directory", 16, {"a.txt: No such", "file or", "directory"}},
+        {"short\nline two is long", 10, {"short", "line two", "is long"}},
+        {"abcdefghijklmnop xy", 5, {"abcde", "fghij", "klmno", "p xy"}},
+        {"fits exactly", 12, {"fits exactly"}},
+        {"", 5, {""}},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(dosDialogWrappedLines(QString::fromUtf8(row.message), cells, row.width),
+                  row.lines)
+            << row.message;
+    }
+}
+
 } // namespace

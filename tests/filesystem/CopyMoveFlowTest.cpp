@@ -81,7 +81,7 @@ TEST_F(CopyMoveFlow, TheDialogKeysDriveTheBatch) {
     }
 }
 
-// Abort is the dialog clearing the batch: nothing undone, nothing reloaded.
+// A at the EXISTS question ends the batch: nothing undone, nothing reloaded.
 TEST_F(CopyMoveFlow, AConflictAbortedAfterTheFirstLeavesExactlyTheFirstDone) {
     filesWithRightHolding({"a.txt", "b.txt", "c.txt"}, {"b.txt", "c.txt"});
     key("m");
@@ -89,7 +89,9 @@ TEST_F(CopyMoveFlow, AConflictAbortedAfterTheFirstLeavesExactlyTheFirstDone) {
     waitForFileWork();
     ASSERT_TRUE(atConflictOn("b.txt"));
     const int64_t epoch = state->pane(PaneSide::right).listEpoch;
-    state->pendingCopyMove.reset();
+    key("a");
+    waitForFileWork();
+    EXPECT_FALSE(state->pendingCopyMove);
 
     EXPECT_EQ(right("a.txt"), "new a.txt");
     EXPECT_FALSE(exists(dir.filePath("left/a.txt")));

@@ -299,4 +299,68 @@ TEST_F(TreeSessionTest, TheSubfolderTestStopsAtTheFirstAndCountsHiddenOnesWhenAs
     EXPECT_FALSE(TreeSession::hasVisibleSubfolder(dir.filePath("missing"), true));
 }
 
+TEST_F(TreeModeTest, ASessionKeepsItsSortAndTheFilterNarrowsRowsButKeepsTheRoot) {
+    dir.makeFile("Music/c-big.mp3", QByteArray(4000, 'x'));
+    dir.makeFile("Music/b-small.mp3", "x");
+    state->openLocation(FilerLocation::directory(dir.filePath("Music")), PaneSide::left, {});
+    waitForListings(*state);
+    state->toggleTreeMode();
+    waitForListings(*state);
+    const auto names = [&] {
+        QStringList list;
+        for (const FileEntry& file : session().files) {
+            list.append(file.name);
+        }
+        return list;
+    };
+    const QStringList byName = names();
+    ASSERT_EQ(byName, QStringList({"b-small.mp3", "c-big.mp3", "track.mp3"}));
+    state->applySortMode(FilerSortMode::size);
+    EXPECT_EQ(session().sortMode, FilerSortMode::name);
+    EXPECT_EQ(names(), byName);
+
+    state->openFilter();
+    state->setFilterQuery("pho");
+    QStringList rows;
+    for (const TreeRow& row : state->visibleTreeRows(session().rows)) {
+        rows.append(row.name);
+    }
+    EXPECT_EQ(rows, QStringList({QDir(dir.path()).dirName(), "Photos"}));
+}
+
+TEST_F(TreeModeTest, ANewOrRenamedItemTakesTheCursorOfItsList) {
+    state->openLocation(FilerLocation::directory(dir.filePath("Music")), PaneSide::left, {});
+    waitForListings(*state);
+    state->toggleTreeMode();
+    waitForListings(*state);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return session().selectedRow()->hasChildren; }, 5000));
+    state->treeStepRight(); // Music opens: its subfolders are rows
+    state->openCreateItemPrompt(CreateItemKind::file);
+    state->createItemPrompt.name = "new.txt";
+    state->commitCreateItem();
+    EXPECT_TRUE(session().focusOnFiles);
+    EXPECT_EQ(state->currentEntry()->name, "new.txt");
+
+    state->selectTreeFile(PaneSide::left, 1); // track.mp3, after new.txt
+    ASSERT_EQ(state->currentEntry()->name, "track.mp3");
+    state->openRenamePrompt();
+    state->renamePrompt.name = "a-first.mp3";
+    state->commitRename();
+    EXPECT_EQ(state->currentEntry()->name, "a-first.mp3");
+    EXPECT_EQ(session().fileSelection, 0);
+
+    state->treeStepLeft(); // back to the tree, on Music
+    ASSERT_FALSE(session().focusOnFiles);
+    state->openCreateItemPrompt(CreateItemKind::folder);
+    state->createItemPrompt.name = "Blues";
+    state->commitCreateItem();
+    EXPECT_FALSE(session().focusOnFiles);
+    EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Blues"));
+
+    state->openRenamePrompt();
+    state->renamePrompt.name = "Soul";
+    state->commitRename();
+    EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Soul"));
+}
+
 } // namespace

@@ -159,6 +159,40 @@ TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys
     EXPECT_GT(fillIn(image, view.fileRowRect(0), Palette::cursorFill()), root.height() * 20);
 }
 
+TEST_F(SearchViewsTest, TheTreePaneFilterBarTakesTheKeyboardAndNarrowsBothLists) {
+    state->toggleTreeMode();
+    TreeFilerPaneView view(*state, PaneSide::left);
+    view.resize(640, 400);
+    view.show();
+    view.activateWindow();
+    state->openFilter();
+    auto* field = view.findChild<QLineEdit*>();
+    ASSERT_NE(field, nullptr);
+    ASSERT_TRUE(settles([&] { return field->isVisible() && view.filterFocused(); }));
+    // The bar stands below the lists, filled with the cursor colour over navy.
+    const QColor barFill = blended(Palette::cursorFill(), 0.45, Palette::paneBackground());
+    const QRect bar = field->parentWidget()->geometry();
+    EXPECT_GT(bar.top(), view.treeRowRect(2).bottom());
+    EXPECT_GT(countColor(grab(view), bar.adjusted(0, 0, -bar.width() / 2, 0), barFill, 3),
+              bar.height() * 20);
+
+    QTest::keyClicks(field, QStringLiteral("alp"));
+    EXPECT_EQ(state->filterQuery, QStringLiteral("alp"));
+    const auto session = state->pane(PaneSide::left).treeSession;
+    ASSERT_EQ(state->visibleTreeFiles(session->files).size(), 1); // alpha.txt
+    QTest::keyClicks(field, QStringLiteral("x"));
+    // Only the root row passes "alpx"; no file does.
+    EXPECT_EQ(state->visibleTreeRows(session->rows).size(), 1);
+    EXPECT_TRUE(state->visibleTreeFiles(session->files).isEmpty());
+    const QImage image = grab(view);
+    EXPECT_EQ(countColor(image, view.treeRowRect(1), Palette::dirText()), 0);
+
+    state->focusPane(PaneSide::right);
+    QApplication::processEvents();
+    EXPECT_FALSE(field->isVisible());
+    EXPECT_TRUE(state->isFilterOpen);
+}
+
 TEST_F(SearchViewsTest, TheFolderBoxShowsTheTreeWithItsCursor) {
     state->enterFileSearchMode();
     state->openSearchTreeBox();
