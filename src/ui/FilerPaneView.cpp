@@ -126,7 +126,7 @@ private:
         }
         const double height = rowHeight();
         const QRectF band(0, viewport()->height() - height, viewport()->width(), height);
-        painter.fillRect(band, overNavy(Palette::cursorFill(), 0.45));
+        painter.fillRect(band, EntryColors::overNavy(Palette::cursorFill(), 0.45));
         m_text.draw(painter, band.adjusted(kRowPadding, 0, -kRowPadding, 0),
                     EntryDisplay::loadingLine(listing->shownCount), Palette::titleText(),
                     Qt::AlignLeft);
