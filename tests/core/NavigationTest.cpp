@@ -118,6 +118,7 @@ TEST_F(NavigationTest, ALinkToAFolderIsEnteredByItsOwnPathAndLeftByItsParent) {
     dir.makeLink(QStringLiteral("file-link"), dir.filePath(QStringLiteral("c.txt")));
     dir.makeLink(QStringLiteral("dangling"), dir.filePath(QStringLiteral("gone")));
     state->refreshAll();
+    waitForListings(*state);
     const auto rowOf = [&](const QString& name) {
         const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
         const auto found = std::find_if(rows.begin(), rows.end(),
@@ -133,14 +134,17 @@ TEST_F(NavigationTest, ALinkToAFolderIsEnteredByItsOwnPathAndLeftByItsParent) {
     for (const char* name : {"file-link", "dangling"}) {
         state->setSelection(rowOf(QString::fromUtf8(name)), PaneSide::left);
         EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+        waitForListings(*state);
         EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()))
             << name;
     }
     state->setSelection(linkRow, PaneSide::left);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::returnKey)));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, folder("into"));
     EXPECT_GE(rowOf(QStringLiteral("inner")), 0);
     EXPECT_TRUE(state->handleKeyDown(named(KeyCode::deleteBackward)));
+    waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(nameAtCursor(), QStringLiteral("into"));
 }

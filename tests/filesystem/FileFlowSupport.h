@@ -53,12 +53,18 @@ protected:
 
     void useDualFiler() {
         state->applyLayoutMode(LayoutMode::dualFiler);
-        waitForListings(*state);
+        settleListings();
+    }
+
+    // Lets the listings the last command asked for complete: stepped by hand
+    // when the test runs the work itself, else on the worker threads.
+    bool settleListings() {
+        return manualWork ? waitForListings(*state, *manualWork) : waitForListings(*state);
     }
 
     void key(const QString& text, KeyModifiers modifiers = {}) {
         state->handleKeyDown(typed(text, modifiers));
-        waitForListings(*state);
+        settleListings();
     }
 
     // Puts the left cursor on the named row.
@@ -85,7 +91,7 @@ protected:
             dir.makeFile(QStringLiteral("left/") + name, "new " + name.toUtf8());
         }
         state->reloadPane(PaneSide::left, false);
-        waitForListings(*state);
+        settleListings();
         tag(names);
     }
 
@@ -97,12 +103,14 @@ protected:
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
         } while (state->isFileOperationRunning && clock.elapsed() < 10000);
         ASSERT_FALSE(state->isFileOperationRunning);
-        ASSERT_TRUE(waitForListings(*state));
+        ASSERT_TRUE(settleListings());
     }
 
     QString error() const { return state->errorMessage.value_or(QString()); }
 
     TestDir dir;
+    // The executor of a test that steps its work by hand, if it does.
+    Background::ManualExecutor* manualWork = nullptr;
     MemoryPreferences preferences;
     std::unique_ptr<AppState> state;
 };

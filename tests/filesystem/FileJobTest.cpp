@@ -28,6 +28,7 @@ protected:
         trash = privateTrash();
         FlowTest::SetUp();
         state = std::make_unique<AppState>(preferences, executor);
+        manualWork = &executor;
         state->pane(PaneSide::right).location = FilerLocation::directory(dir.filePath("right"));
         state->reloadPane(PaneSide::left, false);
         executor.runAll();

@@ -80,8 +80,10 @@ TEST_F(PaneScrollingTest, ATreeOpensWithItsFirstRowsInSight) {
         dir.makeFolder(QStringLiteral("d%1").arg(i, 2, 10, QLatin1Char('0')));
     }
     state->refreshAll();
+    waitForListings(*state);
     state->openLocation(FilerLocation::directory(dir.filePath(QStringLiteral("d08"))),
                         PaneSide::left, std::nullopt);
+    waitForListings(*state);
     state->toggleTreeMode();
     ASSERT_EQ(state->pane(PaneSide::left).treeSession->selectedRowIndex, 9);
     TreeFilerPaneView view(*state, PaneSide::left);
