@@ -205,7 +205,7 @@ public:
         }
         QList<Row> kept;
         for (const Row& row : rows) {
-            if (row.depth == 0 || nameMatchesFilter(row.name)) {
+            if (nameMatchesFilter(row.name)) {
                 kept.append(row);
             }
         }

@@ -5,6 +5,7 @@
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
+#include "support/ListingWait.h"
 #include "support/TestDir.h"
 #include "ui/AppMenus.h"
 
@@ -33,6 +34,7 @@ protected:
         preferences.setValue(QStringLiteral("appLanguage"), QStringLiteral("english"));
         state = std::make_unique<AppState>(preferences);
         state->refreshAll();
+        ASSERT_TRUE(waitForListings(*state));
         filter = std::make_unique<KeyEventFilter>(*state);
         qApp->installEventFilter(filter.get());
         auto* column = new QVBoxLayout(&window);
@@ -97,6 +99,7 @@ TEST_F(MenuKeysTest, AnOpenContextMenuTakesTheArrowsAndEnter) {
     EXPECT_EQ(leftSelection(), 0);
     // With the menu gone, the keys are the panes' again.
     press(Qt::Key_Down);
+    ASSERT_TRUE(waitForListings(*state));
     EXPECT_EQ(leftSelection(), 1);
 }
 
