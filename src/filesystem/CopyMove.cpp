@@ -246,9 +246,15 @@ FsResult<Done> checkOverwrite(const QString& source, const QString& folder) {
     return existing ? checkReplaceable(*from, *existing) : FsResult<Done>(Done{});
 }
 
-FsResult<Done> copyItem(const QString& source, const QString& folder, bool overwrite,
-                        CopyProgress* progress) {
-    const QString target = destinationItemURL(source, folder);
+// Both ends of a copy or move, held open: the source item by its folder and
+// the destination folder, with the path the item takes there.
+struct CarryEnds {
+    HeldItem from;
+    Descriptor into;
+    QString target;
+};
+
+FsResult<CarryEnds> openCarryEnds(const QString& source, const QString& folder) {
     auto from = holdItem(source);
     if (!from) {
         return fail(from.error());
@@ -257,53 +263,60 @@ FsResult<Done> copyItem(const QString& source, const QString& folder, bool overw
     if (!into) {
         return fail(into.error());
     }
-    const auto taken = targetTaken(*from, into->get(), target, overwrite);
+    return CarryEnds{std::move(*from), std::move(*into), destinationItemURL(source, folder)};
+}
+
+FsResult<Done> copyItem(const QString& source, const QString& folder, bool overwrite,
+                        CopyProgress* progress) {
+    auto ends = openCarryEnds(source, folder);
+    if (!ends) {
+        return fail(ends.error());
+    }
+    const auto taken = targetTaken(ends->from, ends->into.get(), ends->target, overwrite);
     if (!taken) {
         return fail(taken.error());
     }
-    return copyInto(*from, into->get(), target, *taken, progress);
+    return copyInto(ends->from, ends->into.get(), ends->target, *taken, progress);
 }
 
 FsResult<Done> moveItem(const QString& source, const QString& folder, bool overwrite,
                         CopyProgress* progress) {
-    const QString target = destinationItemURL(source, folder);
-    auto from = holdItem(source);
-    if (!from) {
-        return fail(from.error());
+    auto ends = openCarryEnds(source, folder);
+    if (!ends) {
+        return fail(ends.error());
     }
-    auto into = openDestination(folder);
-    if (!into) {
-        return fail(into.error());
-    }
-    const auto fromFolder = identityOf(from->folder.get());
-    const auto intoFolder = identityOf(into->get());
+    HeldItem& from = ends->from;
+    const Descriptor& into = ends->into;
+    const QString& target = ends->target;
+    const auto fromFolder = identityOf(from.folder.get());
+    const auto intoFolder = identityOf(into.get());
     if (!fromFolder || !intoFolder) {
         return fail(!fromFolder ? fromFolder.error() : intoFolder.error());
     }
     if (*fromFolder == *intoFolder) {
         return fail(FileSystemError::make(Kind::sameDirectory));
     }
-    const auto taken = targetTaken(*from, into->get(), target, overwrite);
+    const auto taken = targetTaken(from, into.get(), target, overwrite);
     if (!taken) {
         return fail(taken.error());
     }
-    auto moved = putInPlace(from->folder.get(), from->name, into->get(), target, *taken);
+    auto moved = putInPlace(from.folder.get(), from.name, into.get(), target, *taken);
     if (moved) {
         if (progress) {
             progress->bytesDone.fetch_add(countBytes(QFile::encodeName(target)),
                                           std::memory_order_relaxed);
         }
-        return ItemTree::syncFolder(into->get());
+        return ItemTree::syncFolder(into.get());
     }
     if (moved.error().systemError.code != EXDEV) {
         return moved;
     }
     // Another file system: the source goes only once its copy stands whole
     // at the target and on the disk.
-    if (auto copied = copyInto(*from, into->get(), target, *taken, progress); !copied) {
+    if (auto copied = copyInto(from, into.get(), target, *taken, progress); !copied) {
         return copied;
     }
-    return removeMovedSource(*from);
+    return removeMovedSource(from);
 }
 
 int64_t copyByteCount(const QString& source) {

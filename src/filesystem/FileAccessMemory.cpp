@@ -185,25 +185,31 @@ void remember(const Record& record, const QString& url, bool persistNow) {
     }
 }
 
-void forget(const QString& url) {
+namespace {
+
+enum class Writing { now, later };
+
+void forgetRecord(const QString& url, Writing writing) {
     const QString key = PathUtils::standardizedPath(url);
     Memory& m = memory();
     std::lock_guard guard(m.lock);
     loadIfNeeded(m);
     if (m.records.remove(key)) {
         markChanged(m);
-        write(m);
+        if (writing == Writing::now) {
+            write(m);
+        }
     }
 }
 
+} // namespace
+
+void forget(const QString& url) {
+    forgetRecord(url, Writing::now);
+}
+
 void forgetWithoutWriting(const QString& url) {
-    const QString key = PathUtils::standardizedPath(url);
-    Memory& m = memory();
-    std::lock_guard guard(m.lock);
-    loadIfNeeded(m);
-    if (m.records.remove(key)) {
-        markChanged(m);
-    }
+    forgetRecord(url, Writing::later);
 }
 
 std::optional<Snapshot> snapshot() {
