@@ -26,7 +26,6 @@ inline QByteArray textMebibyte() {
 // full flush, so it refers to nothing before it and repeated it stays a
 // valid stream; an empty final block ends it. Laid out as Info-ZIP does.
 inline QByteArray zipBomb(const QByteArray& name, int mebibytes) {
-    using ZipFixtures::putLe;
     const QByteArray unit = textMebibyte();
     z_stream stream{};
     deflateInit2(&stream, 9, Z_DEFLATED, -MAX_WBITS, 9, Z_DEFAULT_STRATEGY);
@@ -52,31 +51,17 @@ inline QByteArray zipBomb(const QByteArray& name, int mebibytes) {
     }
     const auto size = uint32_t(int64_t(mebibytes) * mebibyte);
 
-    QByteArray local(30, '\0');
-    putLe(local, 0, 4, 0x04034B50);
-    putLe(local, 4, 2, 20);
-    putLe(local, 8, 2, 8);
-    putLe(local, 14, 4, uint32_t(crc));
-    putLe(local, 18, 4, uint32_t(data.size()));
-    putLe(local, 22, 4, size);
-    putLe(local, 26, 2, uint32_t(name.size()));
-    QByteArray central(46, '\0');
-    putLe(central, 0, 4, 0x02014B50);
-    putLe(central, 4, 2, 0x031E);
-    putLe(central, 6, 2, 20);
-    putLe(central, 10, 2, 8);
-    putLe(central, 16, 4, uint32_t(crc));
-    putLe(central, 20, 4, uint32_t(data.size()));
-    putLe(central, 24, 4, size);
-    putLe(central, 28, 2, uint32_t(name.size()));
-    putLe(central, 38, 4, 0100644u << 16);
-    const QByteArray body = local + name + data;
-    QByteArray record(22, '\0');
-    putLe(record, 0, 4, 0x06054B50);
-    putLe(record, 8, 2, 1);
-    putLe(record, 10, 2, 1);
-    putLe(record, 12, 4, uint32_t(central.size() + name.size()));
-    putLe(record, 16, 4, uint32_t(body.size()));
+    using namespace ZipFixtures;
+    const QByteArray zero2(2, '\0'), zero4(4, '\0');
+    const QByteArray sizes = le32(uint32_t(crc)) + le32(uint32_t(data.size())) + le32(size) +
+                             le16(uint16_t(name.size())) + zero2;
+    const QByteArray body =
+        le32(0x04034B50) + le16(20) + zero2 + le16(8) + zero4 + sizes + name + data;
+    const QByteArray central = le32(0x02014B50) + le16(0x031E) + le16(20) + zero2 + le16(8) +
+                               zero4 + sizes + zero2 + zero4 + le32(0100644u << 16) + zero4;
+    const QByteArray record = le32(0x06054B50) + zero4 + le16(1) + le16(1) +
+                              le32(uint32_t(central.size() + name.size())) +
+                              le32(uint32_t(body.size())) + zero2;
     return body + central + name + record;
 }
 

@@ -12,24 +12,7 @@ using namespace ZipFixtures;
 namespace {
 
 void putLe64(QByteArray& bytes, qsizetype at, uint64_t value) {
-    putLe(bytes, at, 4, uint32_t(value));
-    putLe(bytes, at + 4, 4, uint32_t(value >> 32));
-}
-
-QByteArray le16(uint16_t v) {
-    QByteArray b(2, 0);
-    putLe(b, 0, 2, v);
-    return b;
-}
-QByteArray le32(uint32_t v) {
-    QByteArray b(4, 0);
-    putLe(b, 0, 4, v);
-    return b;
-}
-QByteArray le64(uint64_t v) {
-    QByteArray b(8, 0);
-    putLe64(b, 0, v);
-    return b;
+    bytes.replace(at, 8, le64(value));
 }
 
 // A ZIP64 archive as APPNOTE 4.3.14, 4.3.15 and 4.5.3 lay it out, written

@@ -3,6 +3,7 @@
 // Archives made by real tools in a test's temporary folder, and the few byte
 // patches that turn them into damaged or lying ones.
 #include "support/TestDir.h"
+#include "support/ToolRun.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -21,16 +22,7 @@
 
 namespace ZipFixtures {
 
-// Runs a tool in a folder and gives its standard output; a failure fails the test.
-inline QByteArray run(const QString& folder, const QString& program, const QStringList& args) {
-    QProcess process;
-    process.setWorkingDirectory(folder);
-    process.start(program, args);
-    const bool finished = process.waitForFinished(60000);
-    EXPECT_TRUE(finished && process.exitCode() == 0)
-        << program.toStdString() << ": " << process.readAllStandardError().toStdString();
-    return process.readAllStandardOutput();
-}
+using ToolRun::run;
 
 inline QByteArray readFile(const QString& path) {
     QFile file(path);
@@ -91,6 +83,24 @@ inline void putLe(QByteArray& bytes, qsizetype at, int width, uint32_t value) {
     for (int k = 0; k < width; ++k) {
         bytes[at + k] = char((value >> (8 * k)) & 0xFF);
     }
+}
+
+// Little-endian numbers of 2, 4 and 8 bytes, as the ZIP records lay them end to end.
+inline QByteArray leBytes(uint64_t value, int width) {
+    QByteArray out(width, '\0');
+    for (int k = 0; k < width; ++k) {
+        out[k] = char((value >> (8 * k)) & 0xFF);
+    }
+    return out;
+}
+inline QByteArray le16(uint16_t value) {
+    return leBytes(value, 2);
+}
+inline QByteArray le32(uint32_t value) {
+    return leBytes(value, 4);
+}
+inline QByteArray le64(uint64_t value) {
+    return leBytes(value, 8);
 }
 
 inline qsizetype endRecord(const QByteArray& zip) {

@@ -74,8 +74,6 @@ TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {
     }
 }
 
-// Each step of the cursor asks for the filtered rows; in a large folder that
-// must not mean folding every name again.
 // The views and commands ask for the filtered rows many times per key: the
 // answer is kept, not worked out again, until the list or the query changes.
 TEST_F(FilterTest, TheFilteredRowsAreKeptUntilTheListOrTheQueryChanges) {

@@ -11,6 +11,7 @@
 #include "search/FolderSearchService.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
+#include "support/ToolRun.h"
 #include "support/ListingWait.h"
 
 #include <QDir>
@@ -378,12 +379,8 @@ TEST_F(OpenWithTest, AFailedStartIsReportedLaterAndStaysRemembered) {
 TEST_F(OpenWithTest, AnArchiveMemberOpensAsATemporaryCopy) {
     dir.makeFile(QStringLiteral("src/inside.dvkt"), "packed\n");
     dir.makeFile(QStringLiteral("src/sub/x.txt"), "x");
-    QProcess zip;
-    zip.setWorkingDirectory(dir.filePath(QStringLiteral("src")));
-    zip.start(QStringLiteral("zip"),
-              {QStringLiteral("-qr"), dir.filePath(QStringLiteral("box.zip")),
-               QStringLiteral("inside.dvkt"), QStringLiteral("sub")});
-    ASSERT_TRUE(zip.waitForFinished(30000) && zip.exitCode() == 0);
+    ToolRun::run(dir.filePath(QStringLiteral("src")), "zip",
+                 {"-qr", dir.filePath(QStringLiteral("box.zip")), "inside.dvkt", "sub"});
     state->openLocation(FilerLocation::zip(dir.filePath(QStringLiteral("box.zip")), QString()),
                         PaneSide::left, std::nullopt);
     waitForListings(*state);

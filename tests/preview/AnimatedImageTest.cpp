@@ -2,16 +2,19 @@
 // PNG frames Qt writes, GIFs made by ImageMagick, checked pixel by pixel.
 #include "preview/AnimatedImageSupport.h"
 #include "core/Background.h"
+#include "support/ImageBytes.h"
 #include "support/TestDir.h"
+#include "support/ToolRun.h"
 
-#include <QBuffer>
 #include <QPainter>
-#include <QProcess>
 #include <QTest>
 
 #include <gtest/gtest.h>
 
 using namespace AnimatedImageSupport;
+using ImageBytes::be32;
+using ImageBytes::filled;
+using ToolRun::run;
 
 namespace {
 
@@ -20,12 +23,6 @@ const QRgb green = qRgba(0, 255, 0, 255);
 const QRgb blue = qRgba(0, 0, 255, 255);
 const QRgb clear = qRgba(0, 0, 0, 0);
 
-QImage filled(int width, int height, QRgb colour) {
-    QImage image(width, height, QImage::Format_ARGB32);
-    image.fill(colour);
-    return image;
-}
-
 // Pixels compared premultiplied, so every fully transparent pixel is equal.
 bool samePixels(const QImage& actual, const QImage& expected) {
     return actual.convertToFormat(QImage::Format_ARGB32_Premultiplied) ==
@@ -33,18 +30,7 @@ bool samePixels(const QImage& actual, const QImage& expected) {
 }
 
 QByteArray pngOf(const QImage& image) {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return buffer.data();
-}
-
-QByteArray be32(uint32_t value) {
-    QByteArray bytes(4, '\0');
-    for (int i = 0; i < 4; ++i) {
-        bytes[i] = char(value >> (24 - 8 * i));
-    }
-    return bytes;
+    return ImageBytes::encoded(image);
 }
 
 struct HandFrame {
@@ -90,14 +76,6 @@ QByteArray handMadeAPNG(QSize canvas, const QList<HandFrame>& frames, bool defau
 QByteArray bytesOf(const QString& path) {
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-bool run(const QString& program, const QStringList& arguments, const QString& folder) {
-    QProcess process;
-    process.setWorkingDirectory(folder);
-    process.start(program, arguments);
-    return process.waitForFinished(60000) && process.exitStatus() == QProcess::NormalExit &&
-           process.exitCode() == 0;
 }
 
 // Four 40x30 frames: a square moving over a half-transparent background,
@@ -172,16 +150,14 @@ TEST(AnimatedImageFiles, ApngasmFramesComposeBackToTheSourceFrames) {
     }
     for (const QStringList& options : {QStringList{"-z0", "-kc"}, QStringList{"-z0"}}) {
         SCOPED_TRACE(options.join(' ').toStdString());
-        ASSERT_TRUE(
-            run("apngasm",
-                QStringList{"anim.png", "frame1.png", "frame2.png", "frame3.png", "frame4.png"} +
-                    options,
-                dir.path()));
+        run(dir.path(), "apngasm",
+            QStringList{"anim.png", "frame1.png", "frame2.png", "frame3.png", "frame4.png"} +
+                options);
         const QString path = dir.filePath("anim.png");
         EXPECT_EQ(animatedImageInfo(path), (AnimatedImageInfo{4, "APNG"}));
         const QList<QImage> frames = loadAllFrames(path);
         ASSERT_EQ(frames.size(), 4);
-        ASSERT_TRUE(run("apngdis", {"anim.png", "split"}, dir.path()));
+        run(dir.path(), "apngdis", {"anim.png", "split"});
         for (int i = 0; i < 4; ++i) {
             EXPECT_TRUE(samePixels(frames[i], source[i])) << "frame " << i;
             const QImage split(dir.filePath(QString("split%1.png").arg(i + 1)));
@@ -196,8 +172,7 @@ TEST(AnimatedImageFiles, ApngasmFramesComposeBackToTheSourceFrames) {
 
 TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrapAndStillsAreNotAnimated) {
     TestDir dir;
-    ASSERT_TRUE(
-        run("convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue", "anim.gif"}, dir.path()));
+    run(dir.path(), "convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue", "anim.gif"});
     const QString path = dir.filePath("anim.gif");
     EXPECT_EQ(animatedImageInfo(path), (AnimatedImageInfo{3, "GIF"}));
     const QList<QImage> frames = loadAllFrames(path);
@@ -212,7 +187,7 @@ TEST(AnimatedImageFiles, GIFFramesComeWholeAndWrapAndStillsAreNotAnimated) {
 
     // Only images of two frames or more are animated; an acTL count of 1 is a
     // still, even with a default image in front.
-    ASSERT_TRUE(run("convert", {"-size", "8x6", "xc:red", "still.gif"}, dir.path()));
+    run(dir.path(), "convert", {"-size", "8x6", "xc:red", "still.gif"});
     const QString plain = dir.makeFile("plain.png", pngOf(filled(4, 4, red)));
     const QString one = dir.makeFile(
         "one.png", handMadeAPNG({2, 2}, {{filled(2, 2, red)}, {filled(2, 2, blue)}}, true));

@@ -9,12 +9,12 @@
 #include "preview/Gallery.h"
 #include "search/TreeSession.h"
 #include "support/PaneRows.h"
+#include "support/ImageBytes.h"
 #include "support/TestDir.h"
+#include "support/ToolRun.h"
 #include "support/ListingWait.h"
 
-#include <QBuffer>
 #include <QImage>
-#include <QProcess>
 
 #include <gtest/gtest.h>
 
@@ -23,13 +23,7 @@ using namespace KeyTest;
 namespace {
 
 QByteArray pngBytes() {
-    QImage image(4, 4, QImage::Format_RGB32);
-    image.fill(Qt::red);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return ImageBytes::png(4, 4, Qt::red);
 }
 
 class GalleryTest : public ::testing::Test {
@@ -121,10 +115,7 @@ TEST_F(GalleryTest, MembersOfAnArchiveAreJudgedByNameAlone) {
     source.makeFile(QStringLiteral("b.txt"), "text");
     source.makeFile(QStringLiteral("sub/c.png"), pngBytes());
     const QString archive = dir.filePath(QStringLiteral("pics.zip"));
-    QProcess zip;
-    zip.setWorkingDirectory(source.path());
-    zip.start(QStringLiteral("zip"), {"-qr", archive, "a.png", "raw", "b.txt", "sub"});
-    ASSERT_TRUE(zip.waitForFinished() && zip.exitCode() == 0);
+    ToolRun::run(source.path(), "zip", {"-qr", archive, "a.png", "raw", "b.txt", "sub"});
 
     start().openLocation(FilerLocation::zip(archive, QString()), PaneSide::left, std::nullopt);
     state->enterGalleryLayout();

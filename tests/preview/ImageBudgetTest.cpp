@@ -6,33 +6,23 @@
 #include "preview/PngRowReading.h"
 #include "preview/StillImageReading.h"
 #include "support/BoundedChild.h"
+#include "support/ImageBytes.h"
 #include "support/TestDir.h"
 
-#include <QBuffer>
 #include <QFile>
 #include <QImageReader>
 #include <QPainter>
 #include <QProcess>
-#include <QtEndian>
 
 #include <gtest/gtest.h>
 
-#include <zlib.h>
-
 using namespace AnimatedImageSupport;
+using ImageBytes::be32;
 
 namespace {
 
 QByteArray le16(int value) {
     return QByteArray(1, char(value & 0xFF)) + char((value >> 8) & 0xFF);
-}
-
-QByteArray be32(uint32_t value) {
-    QByteArray bytes(4, '\0');
-    for (int i = 0; i < 4; ++i) {
-        bytes[i] = char(value >> (24 - 8 * i));
-    }
-    return bytes;
 }
 
 // A GIF whose frames are each one pixel on a large canvas: a few bytes a
@@ -48,16 +38,9 @@ QByteArray gifOfDots(QSize canvas, int frames) {
     return gif + '\x3b';
 }
 
-QByteArray pngOf(const QImage& image) {
-    QBuffer buffer;
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return buffer.data();
-}
-
 // An APNG of one-pixel frames on a large canvas, each frame a PNG Qt wrote.
 QByteArray apngOfDots(QSize canvas, int frames) {
-    const QByteArray dot = pngOf(QImage(1, 1, QImage::Format_ARGB32));
+    const QByteArray dot = ImageBytes::encoded(QImage(1, 1, QImage::Format_ARGB32));
     QByteArray header = firstChunk(dot, "IHDR")->data;
     header.replace(0, 8, be32(canvas.width()) + be32(canvas.height()));
     const QByteArray data = firstChunk(dot, "IDAT")->data;
@@ -179,30 +162,16 @@ TEST(StillImages, APictureLargerThanItsPlaceIsDecodedAtThatSize) {
     EXPECT_EQ(StillImageReading::read(path, QSize(4000, 4000)).size(), QSize(2000, 1000));
 }
 
-// A PNG chunk built as the format has it: length, type, data, CRC.
-QByteArray pngChunk(const char* type, const QByteArray& data, quint32 announced) {
-    QByteArray body = QByteArray(type) + data;
-    QByteArray chunk(4, '\0');
-    qToBigEndian(announced, chunk.data());
-    chunk += body;
-    QByteArray crc(4, '\0');
-    qToBigEndian(
-        quint32(::crc32(0, reinterpret_cast<const Bytef*>(body.constData()), uInt(body.size()))),
-        crc.data());
-    return chunk + crc;
-}
-
 // A few dozen bytes whose text chunk announces 900 MB: nothing reads them
 // into memory, not the still, the thumbnail nor the animation's frames.
 TEST(StillImages, APngThatAnnouncesMoreThanItHoldsTakesNothing) {
     TestDir dir;
-    QByteArray header(13, '\0');
-    qToBigEndian(quint32(64), header.data());
-    qToBigEndian(quint32(40), header.data() + 4);
-    header[8] = 8; // bit depth
-    header[9] = 2; // RGB
-    const QByteArray bytes = QByteArrayLiteral("\x89PNG\r\n\x1a\n") + pngChunk("IHDR", header, 13) +
-                             pngChunk("tEXt", "Comment\0short", 900u << 20);
+    // 64 x 40, 8-bit RGB.
+    const QByteArray header = be32(64) + be32(40) + QByteArray("\x08\x02\0\0\0", 5);
+    QByteArray text = chunkBytes("tEXt", QByteArray("Comment\0short", 13));
+    text.replace(0, 4, be32(900u << 20));
+    const QByteArray bytes =
+        QByteArrayLiteral("\x89PNG\r\n\x1a\n") + chunkBytes("IHDR", header) + text;
     const QString path = dir.makeFile("liar.png", bytes);
     EXPECT_EXIT(
         BoundedChild::run(64 << 20,

@@ -4,6 +4,7 @@
 #include "core/Background.h"
 #include "core/Preferences.h"
 #include "support/TestDir.h"
+#include "support/ToolRun.h"
 #include "text/TextPreviewLoading.h"
 #include "support/ListingWait.h"
 
@@ -60,10 +61,7 @@ protected:
         }
     }
     QString makeZip(const QString& name, const QStringList& members) {
-        QProcess zip;
-        zip.setWorkingDirectory(dir.path());
-        zip.start("zip", QStringList{"-q", name} + members);
-        EXPECT_TRUE(zip.waitForFinished() && zip.exitCode() == 0);
+        ToolRun::run(dir.path(), "zip", QStringList{"-q", name} + members);
         return dir.filePath(name);
     }
 
@@ -192,11 +190,9 @@ TEST_F(ViewerLoading, AFileWhoseNameSaysNothingIsLookedAtOnAReaderThread) {
 }
 
 TEST_F(ViewerLoading, AGIFsFrameCountFollowsUnlessTheCursorMovedOn) {
-    ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", "xc:lime", "xc:blue",
-                                            dir.filePath("anim.gif")}),
-              0);
-    ASSERT_EQ(QProcess::execute("convert", {"-size", "8x6", "xc:red", dir.filePath("still.png")}),
-              0);
+    ToolRun::run(dir.path(), "convert",
+                 {"-size", "8x6", "xc:red", "xc:lime", "xc:blue", "anim.gif"});
+    ToolRun::run(dir.path(), "convert", {"-size", "8x6", "xc:red", "still.png"});
     stepByHand();
     const QString gif = dir.filePath("anim.gif");
     state->loadViewerContent(gif);
@@ -225,17 +221,14 @@ TEST_F(ViewerLoading, DocumentsShowTheirTextOrElseAPreview) {
     EXPECT_TRUE(state->isExtractedTextPreview);
 
     const QString markdown = dir.makeFile("source.md", "Converted 日本語 paragraph.\n");
-    ASSERT_EQ(QProcess::execute("pandoc", {markdown, "-o", dir.filePath("made.docx")}), 0);
-    show(dir.filePath("made.docx"));
-    EXPECT_TRUE(state->editorText.contains("Converted 日本語 paragraph."))
-        << state->editorText.toStdString();
-    EXPECT_TRUE(state->isExtractedTextPreview);
-    EXPECT_EQ(state->textFileByteSize, QFileInfo(dir.filePath("made.docx")).size());
-    ASSERT_EQ(QProcess::execute("pandoc", {markdown, "-o", dir.filePath("made.odt")}), 0);
-    show(dir.filePath("made.odt"));
-    EXPECT_TRUE(state->editorText.contains("Converted 日本語 paragraph."))
-        << state->editorText.toStdString();
-    EXPECT_TRUE(state->isExtractedTextPreview);
+    for (const QString made : {"made.docx", "made.odt"}) {
+        ToolRun::run(dir.path(), "pandoc", {markdown, "-o", made});
+        show(dir.filePath(made));
+        EXPECT_TRUE(state->editorText.contains("Converted 日本語 paragraph."))
+            << state->editorText.toStdString();
+        EXPECT_TRUE(state->isExtractedTextPreview);
+        EXPECT_EQ(state->textFileByteSize, QFileInfo(dir.filePath(made)).size());
+    }
 
     // A document no converter reads goes to the graphic preview without a word.
     show(dir.makeFile("damaged.docx", "PK\x03\x04 broken"));

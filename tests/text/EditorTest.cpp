@@ -137,52 +137,16 @@ TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
         QString text;
     } cases[] = {
         // A byte order mark stays the first character and is written back.
-        {"bom.txt",
-         hex("efbbbf"
-             "6162630a"),
-         "UTF-8", true,
-         hex("efbbbf"
-             "6162630a"
-             "e7b582"),
+        {"bom.txt", hex("efbbbf6162630a"), "UTF-8", true, hex("efbbbf6162630ae7b582"),
          QStringLiteral("\uFEFFabc\n")},
-        {"cp932.txt",
-         hex("93fa967b8cea"
-             "82c582b78142"
-             "0a"),
-         "CP932", true,
-         hex("93fa967b8cea"
-             "82c582b78142"
-             "0a"
-             "8f49"),
-         japanese},
-        {"euc.txt",
-         hex("c6fccbdcb8ec"
-             "a4c7a4b9a1a3"
-             "0a"),
-         "EUC-JP", true,
-         hex("c6fccbdcb8ec"
-             "a4c7a4b9a1a3"
-             "0a"
-             "bdaa"),
-         japanese},
+        {"cp932.txt", hex("93fa967b8cea82c582b781420a"), "CP932", true,
+         hex("93fa967b8cea82c582b781420a8f49"), japanese},
+        {"euc.txt", hex("c6fccbdcb8eca4c7a4b9a1a30a"), "EUC-JP", true,
+         hex("c6fccbdcb8eca4c7a4b9a1a30abdaa"), japanese},
         // Read as CP932, saved by the label in strict Shift_JIS: 半角 94BC 8A70,
         // ｶﾅ B6 C5, と 82C6, 全角 9153 8A70, カナ 834A 8369.
-        {"sjis.txt",
-         hex("94bc8a70"
-             "b6c5"
-             "82c6"
-             "91538a70"
-             "834a8369"
-             "0a"),
-         "Shift_JIS", false,
-         hex("94bc8a70"
-             "b6c5"
-             "82c6"
-             "91538a70"
-             "834a8369"
-             "0a"
-             "8f49"),
-         QStringLiteral("半角ｶﾅと全角カナ\n")},
+        {"sjis.txt", hex("94bc8a70b6c582c691538a70834a83690a"), "Shift_JIS", false,
+         hex("94bc8a70b6c582c691538a70834a83690a8f49"), QStringLiteral("半角ｶﾅと全角カナ\n")},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -207,11 +171,7 @@ TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
 TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLabel) {
     const QString text = QStringLiteral("日本語のテキストです。\n");
     // The text in CP932.
-    dir.makeFile(QStringLiteral("pick.txt"), hex("93fa967b8cea"
-                                                 "82cc"
-                                                 "8365834c83588367"
-                                                 "82c582b78142"
-                                                 "0a"));
+    dir.makeFile(QStringLiteral("pick.txt"), hex("93fa967b8cea82cc8365834c8358836782c582b781420a"));
     AppState& s = listedAt(QStringLiteral("pick.txt"));
     s.textEncodingLabel = QStringLiteral("UTF-8");
     s.showEncodingPicker();

@@ -4,9 +4,9 @@
 
 #include "ScreenTestSupport.h"
 #include "archive/ZipFixtures.h"
+#include "support/ImageBytes.h"
 #include "support/ListingWait.h"
 
-#include <QBuffer>
 #include <QScrollBar>
 
 using namespace ScreenTest;
@@ -16,13 +16,7 @@ namespace {
 const QColor kPictureColor(0, 255, 0);
 
 QByteArray greenPng() {
-    QImage image(40, 30, QImage::Format_RGB32);
-    image.fill(kPictureColor);
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
+    return ImageBytes::png(40, 30, kPictureColor);
 }
 
 class GalleryViewTest : public ScreenFixture {

@@ -25,21 +25,20 @@ protected:
 TEST_F(OverlayTest, TheOpenOverlayStandsUnderAnyDialog) {
     using Kind = OverlayView::Kind;
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::none);
-    // Each one opened takes the place of the last.
     state->copyMovePathPrompt.kind = AppState::CopyMoveKind::copy;
-    state->showOverlay(Overlay::copyMovePathPrompt);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::copyMovePathPrompt);
-    state->showOverlay(Overlay::renamePrompt);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::renamePrompt);
     state->createItemPrompt.kind = CreateItemKind::file;
-    state->showOverlay(Overlay::createItemPrompt);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::createItemPrompt);
-    state->showOverlay(Overlay::wildcardPrompt);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::wildcardPrompt);
-    state->showOverlay(Overlay::sortPicker);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::sortPicker);
-    state->showOverlay(Overlay::searchTreeBox);
-    EXPECT_EQ(OverlayView::kindFor(*state), Kind::searchTreeBox);
+    // Each one opened takes the place of the last.
+    const std::pair<Overlay, Kind> opened[] = {
+        {Overlay::copyMovePathPrompt, Kind::copyMovePathPrompt},
+        {Overlay::renamePrompt, Kind::renamePrompt},
+        {Overlay::createItemPrompt, Kind::createItemPrompt},
+        {Overlay::wildcardPrompt, Kind::wildcardPrompt},
+        {Overlay::sortPicker, Kind::sortPicker},
+        {Overlay::searchTreeBox, Kind::searchTreeBox}};
+    for (const auto& [which, kind] : opened) {
+        state->showOverlay(which);
+        EXPECT_EQ(OverlayView::kindFor(*state), kind);
+    }
     state->pendingQuit = true;
     EXPECT_EQ(OverlayView::kindFor(*state), Kind::dosDialog);
 }
@@ -48,8 +47,6 @@ TEST_F(OverlayTest, TheDialogBoxFillsItsSelectedButton) {
     state->requestQuit();
     auto* dialog = box<DosDialogView>();
     ASSERT_NE(dialog, nullptr);
-    EXPECT_GE(dialog->width(), 360);
-    EXPECT_LE(dialog->width(), 560);
     const QList<QRectF> buttons = dialog->buttonRects();
     ASSERT_EQ(buttons.size(), 2);
     const auto fill = [&](int index) { return filled(*dialog, buttons.at(index)); };

@@ -41,7 +41,6 @@ TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
     state->openAttributePrompt();
     auto* view = box<AttributePromptView>();
     ASSERT_NE(view, nullptr);
-    EXPECT_EQ(view->width(), 460);
     EXPECT_EQ(state->attributePrompt.newMode, QStringLiteral("rw-r-----"));
     const auto cell = [&](int field, int index) {
         return filled(*view, view->newCellRect(field, index));
