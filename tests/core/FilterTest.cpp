@@ -1,11 +1,7 @@
 // The incremental filter and the sort picker over a real folder.
 #include "core/KeyTestSupport.h"
 
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/StateFixture.h"
 
 #include <QCoreApplication>
 
@@ -15,22 +11,17 @@ using namespace KeyTest;
 
 namespace {
 
-class FilterTest : public ::testing::Test {
+class FilterTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
+        StateFixture::SetUp();
         // Sizes and names chosen so that each sort gives another order.
         dir.makeFile(QStringLiteral("file10.txt"), "1");
         dir.makeFile(QStringLiteral("file9.txt"), "333");
         dir.makeFile(QStringLiteral("Straße.md"), "22");
         dir.makeFolder(QStringLiteral("docs"));
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->setTextInputHost(&input);
-        state->refreshAll();
-        waitForListings(*state);
+        makeState().setTextInputHost(&input);
     }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
 
     QStringList visibleNames(PaneSide side = PaneSide::left) const {
         QStringList names;
@@ -47,10 +38,7 @@ protected:
         state->applyFilter();
     }
 
-    MemoryPreferences preferences;
-    TestDir dir;
     ComposingInput input;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {

@@ -91,6 +91,14 @@ struct TableRow {
     bool composing = false;
 };
 
+// A row of a table that is also run: the key must then be consumed as the
+// table answers, and leave the effect behind.
+struct RunRow {
+    KeyEvent event;
+    Row expected;
+    Check effect = nullptr;
+};
+
 // One key through handleKeyDown, and what it left behind.
 struct KeyCase {
     const char* name;
@@ -204,6 +212,23 @@ protected:
         input.composing = false;
     }
 
+    // Each row read off the table, and each row with an effect run through
+    // handleKeyDown on a state of its own.
+    void expectRowsAndRuns(Table table, const Arrange& arrange, const std::vector<RunRow>& rows) {
+        std::vector<KeyCase> cases;
+        for (const RunRow& r : rows) {
+            const AppState& s = fresh(arrange);
+            EXPECT_EQ(table(s, KeyPress(r.event)), r.expected) << describe(r.event);
+            if (r.effect) {
+                cases.push_back({"", r.event, r.expected.has_value(), r.effect});
+            }
+        }
+        for (const KeyCase& c : cases) {
+            SCOPED_TRACE(describe(c.event));
+            expectCases(arrange, {c});
+        }
+    }
+
     void expectCases(const Arrange& arrange, const std::vector<KeyCase>& cases) {
         for (const KeyCase& c : cases) {
             input.composing = c.composing;
@@ -253,75 +278,90 @@ protected:
     std::unique_ptr<AppState> state;
 };
 
-TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
+// Run on a.txt (row 2) of ("..", "sub", "a.txt", "b.txt").
+TEST_F(KeyDispatchTest, FilerTableRowsInOrderAndWhatTheyDo) {
     using Delete = AppState::DeleteKind;
+    const auto deleting = [](bool folders) {
+        return [=](const AppState& s) {
+            return s.pendingDelete && s.pendingDelete->deletingFolders == folders;
+        };
+    };
+    const Check nothing = [](const AppState&) { return true; };
+    const Check tagged = [](const AppState& s) { return s.taggedKeys.size() == 1 && row(3)(s); };
     // Esc needs tree mode (row 1). Rows 2 to 30 need a key, so "+" typed with
     // none passes on; "~" typed on the N key is row 21, before row 25.
-    expectRows(KeyTables::filerCommand, nullptr,
-               {{esc, passedOn},
-                {typed("e"), enterEditor},
-                {typed("E", shift), enterEditor},
-                {typed("."), toggleHiddenFiles},
-                {coded(KeyCode::period, ">", shift), toggleAllExtensions},
-                {coded(KeyCode::period, ">", shift | option), passedOn},
-                {typed("l"), toggleLocalizedNames},
-                {typed("t"), toggleTreeMode},
-                {typed("f", ctrl), openFilter},
-                {typed("s"), openSortPicker},
-                {typed("j"), openJumpDialog},
-                {typed("a"), openAttributePrompt},
-                {typed("h"), setStartupDirectoryToCurrent},
-                {typed("o"), goToStartupDirectory},
-                {typed("u"), goToHomeDirectory},
-                {typed("v"), openVolumePicker},
-                {typed("x"), openCursorEntryExternally},
-                {typed("g"), enterGalleryLayout},
-                {typed("q"), requestQuit},
-                {typed("w"), openWildcardPrompt},
-                {typed("+", shift), addJumpBookmark},
-                {typedAs("+", "=", shift), addJumpBookmark},
-                {typedAs("+", std::nullopt), passedOn},
-                {typed("/"), goToRootDirectory},
-                {typed("~", shift), goToHomeDirectory},
-                {typedAs("~", "n", option), goToHomeDirectory},
-                {typed("p"), toggleAlwaysPreview},
-                {typed("k"), with(openCreateItemPrompt, CreateItemKind::folder)},
-                {typed("i"), with(openCreateItemPrompt, CreateItemKind::file)},
-                {typed("n"), openRenamePrompt},
-                {typed("r"), openRenamePrompt},
-                {typed("c"), with(startCopyOrMove, CopyMove::copy)},
-                {typed("m"), with(startCopyOrMove, CopyMove::move)},
-                {typed("C", shift), with(startFolderCopyOrMove, CopyMove::copy)},
-                {typed("M", shift), with(startFolderCopyOrMove, CopyMove::move)},
-                {typed("c", ctrl), with(startCopyOrMove, CopyMove::copy)},
-                {typed("M", shift | option), swallowed},
-                {typed("d"), with(startDelete, Delete::files)},
-                {typed("d", ctrl), with(startDelete, Delete::files)},
-                {typed("D", shift), with(startDelete, Delete::folders)},
-                {typed("D", shift | ctrl), swallowed},
-                {typed("D", shift | option), swallowed},
-                {space, toggleTagAtCursor},
-                {shift1, with(setLayoutMode, LayoutMode::filerViewer)},
-                {shift2, with(setLayoutMode, LayoutMode::dualFiler)},
-                {shift3, with(setLayoutMode, LayoutMode::filerGallery)},
-                {coded(KeyCode::mainRow4, "$", shift), enterFileSearchMode},
-                {coded(KeyCode::mainRow2, "€", shift | option), passedOn},
-                {coded(KeyCode::mainRow2, "2"), passedOn},
-                {leftKey, with(focusPane, left)},
-                {named(KeyCode::right, shift), with(focusPane, right)},
-                {enter, openCursorEntry},
-                {keypadEnter, openCursorEntry},
-                {tab, with(focusPane, right)},
-                {backspace, goToParentDirectory},
-                {home, moveCursorToTop},
-                {end, moveCursorToBottom},
-                {pageUp, step(moveCursorByPage, -1)},
-                {pageDown, step(moveCursorByPage, 1)},
-                {up, step(moveCursor, -1)},
-                {down, step(moveCursor, 1)},
-                {typed("-"), goToParentDirectory},
-                {typed("z"), passedOn},
-                {named(KeyCode::other), passedOn}});
+    expectRowsAndRuns(
+        KeyTables::filerCommand, [](AppState& s) { s.setSelection(2, left); },
+        {{esc, passedOn},
+         {typed("e"), enterEditor},
+         {typed("E", shift), enterEditor},
+         {typed("."), toggleHiddenFiles, on(&AppState::showHiddenFiles)},
+         {coded(KeyCode::period, ">", shift), toggleAllExtensions,
+          on(&AppState::showAllFileExtensions)},
+         {coded(KeyCode::period, ">", shift | option), passedOn},
+         {typed("l"), toggleLocalizedNames, off(&AppState::showLocalizedNames)},
+         {typed("t"), toggleTreeMode, inTreeMode(true)},
+         {typed("f"), openFilter, on(&AppState::isFilterOpen)},
+         {typed("f", ctrl), openFilter},
+         {typed("s"), openSortPicker, opened(Overlay::sortPicker)},
+         {typed("j"), openJumpDialog},
+         {typed("a"), openAttributePrompt},
+         {typed("h"), setStartupDirectoryToCurrent},
+         {typed("o"), goToStartupDirectory},
+         {typed("u"), goToHomeDirectory},
+         {typed("v"), openVolumePicker},
+         {typed("x"), openCursorEntryExternally},
+         {typed("g"), enterGalleryLayout, layout(LayoutMode::filerGallery)},
+         {typed("q"), requestQuit, on(&AppState::pendingQuit)},
+         {typed("w"), openWildcardPrompt, opened(Overlay::wildcardPrompt)},
+         {typed("+", shift), addJumpBookmark},
+         {typedAs("+", "=", shift), addJumpBookmark},
+         {typedAs("+", std::nullopt), passedOn},
+         {typed("/"), goToRootDirectory, atRoot},
+         {typed("~", shift), goToHomeDirectory, leftIn(PathUtils::homeDirectory())},
+         {typedAs("~", "n", option), goToHomeDirectory},
+         {typed("p"), toggleAlwaysPreview,
+          both(on(&AppState::alwaysPreviewMode), showing("a.txt"))},
+         {typed("k"), with(openCreateItemPrompt, CreateItemKind::folder),
+          creating(CreateItemKind::folder)},
+         {typed("i"), with(openCreateItemPrompt, CreateItemKind::file),
+          creating(CreateItemKind::file)},
+         {typed("n"), openRenamePrompt},
+         {typed("r"), openRenamePrompt},
+         {typed("c"), with(startCopyOrMove, CopyMove::copy), askingPath(CopyMove::copy)},
+         {typed("m"), with(startCopyOrMove, CopyMove::move), askingPath(CopyMove::move)},
+         {typed("C", shift), with(startFolderCopyOrMove, CopyMove::copy)},
+         {typed("M", shift), with(startFolderCopyOrMove, CopyMove::move)},
+         {typed("c", ctrl), with(startCopyOrMove, CopyMove::copy)},
+         {typed("M", shift | option), swallowed},
+         {typed("d"), with(startDelete, Delete::files), deleting(false)},
+         {typed("d", ctrl), with(startDelete, Delete::files)},
+         {typed("D", shift), with(startDelete, Delete::folders)},
+         {typed("D", shift | ctrl), swallowed},
+         {typed("D", shift | option), swallowed},
+         {space, toggleTagAtCursor, tagged},
+         {shift1, with(setLayoutMode, LayoutMode::filerViewer)},
+         {shift2, with(setLayoutMode, LayoutMode::dualFiler), layout(LayoutMode::dualFiler)},
+         {shift3, with(setLayoutMode, LayoutMode::filerGallery)},
+         {coded(KeyCode::mainRow4, "$", shift), enterFileSearchMode},
+         {coded(KeyCode::mainRow2, "€", shift | option), passedOn, nothing},
+         {coded(KeyCode::mainRow2, "2"), passedOn},
+         {leftKey, with(focusPane, left)},
+         {rightKey, with(focusPane, right), focusRight},
+         {named(KeyCode::right, shift), with(focusPane, right)},
+         {enter, openCursorEntry, showing("a.txt")},
+         {keypadEnter, openCursorEntry},
+         {tab, with(focusPane, right), focusRight},
+         {backspace, goToParentDirectory},
+         {home, moveCursorToTop, row(0)},
+         {end, moveCursorToBottom, row(3)},
+         {pageUp, step(moveCursorByPage, -1), row(0)},
+         {pageDown, step(moveCursorByPage, 1), row(3)},
+         {up, step(moveCursor, -1), row(1)},
+         {down, step(moveCursor, 1), row(3)},
+         {typed("-"), goToParentDirectory},
+         {typed("z"), passedOn, nothing},
+         {named(KeyCode::other), passedOn, nothing}});
     // Tab goes to the other side, whichever that is.
     expectRows(KeyTables::filerCommand,
                [](AppState& s) {
@@ -329,6 +369,20 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrder) {
                    s.focusedSide = right;
                },
                {{tab, with(focusPane, left)}});
+    // On the folder: Enter goes in, Shift+D asks to delete the folder. Command
+    // keys are the menus' before any table's.
+    const QString sub = dir.filePath(QStringLiteral("sub"));
+    expectCases(
+        [](AppState& s) { s.setSelection(1, left); },
+        {{"Enter on a folder", keypadEnter, true, leftIn(sub)},
+         {"Shift+D", typed("D", shift), true, deleting(true)},
+         {"Command+Q", typed("q", KeyModifier::command), false, off(&AppState::pendingQuit)}});
+    expectCases([&](AppState& s) { s.openLocation(FilerLocation::directory(sub), left, {}); },
+                {{"Delete", backspace, true, leftIn(dir.path())},
+                 {"-", typed("-"), true, leftIn(dir.path())},
+                 {"O", typed("o"), true, leftIn(dir.path())}});
+    expectCases([](AppState& s) { s.toggleTreeMode(); },
+                {{"Esc leaves tree mode", esc, true, inTreeMode(false)}});
 }
 
 TEST_F(KeyDispatchTest, TreeModeTakesEscArrowsAndMovesOfTheActivePane) {
@@ -740,61 +794,6 @@ TEST_F(KeyDispatchTest, AStandingDialogSwallowsEverythingButCommandKeys) {
                  {"Esc", esc, true},
                  {"Z", typed("z"), true},
                  {"Command+C", typed("c", KeyModifier::command), false}});
-}
-
-TEST_F(KeyDispatchTest, FilerKeysRunTheirCommandsOnTheLeftPane) {
-    const QString sub = dir.filePath(QStringLiteral("sub"));
-    const auto deleting = [](bool folders) {
-        return [=](const AppState& s) {
-            return s.pendingDelete && s.pendingDelete->deletingFolders == folders;
-        };
-    };
-    expectCases(
-        [&](AppState& s) { s.setSelection(2, left); }, // a.txt
-        {{".", typed("."), true, on(&AppState::showHiddenFiles)},
-         {"Shift+period", coded(KeyCode::period, ">", shift), true,
-          on(&AppState::showAllFileExtensions)},
-         {"L", typed("l"), true, off(&AppState::showLocalizedNames)},
-         {"T", typed("t"), true, inTreeMode(true)},
-         {"F", typed("f"), true, on(&AppState::isFilterOpen)},
-         {"S", typed("s"), true, opened(Overlay::sortPicker)},
-         {"G", typed("g"), true, layout(LayoutMode::filerGallery)},
-         {"Q", typed("q"), true, on(&AppState::pendingQuit)},
-         {"W", typed("w"), true, opened(Overlay::wildcardPrompt)},
-         {"/", typed("/"), true, atRoot},
-         {"~", typed("~", shift), true, leftIn(PathUtils::homeDirectory())},
-         {"P", typed("p"), true, both(on(&AppState::alwaysPreviewMode), showing("a.txt"))},
-         {"K", typed("k"), true, creating(CreateItemKind::folder)},
-         {"I", typed("i"), true, creating(CreateItemKind::file)},
-         {"C", typed("c"), true, askingPath(CopyMove::copy)},
-         {"M", typed("m"), true, askingPath(CopyMove::move)},
-         {"D", typed("d"), true, deleting(false)},
-         {"Space", space, true,
-          [](const AppState& s) { return s.taggedKeys.size() == 1 && row(3)(s); }},
-         {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)},
-         {"Shift+Option+2", coded(KeyCode::mainRow2, "€", shift | option), false},
-         {"Right", rightKey, true, focusRight},
-         {"Enter on a file", enter, true, showing("a.txt")},
-         {"Tab", tab, true, focusRight},
-         {"Home", home, true, row(0)},
-         {"End", end, true, row(3)},
-         {"PageUp", pageUp, true, row(0)},
-         {"PageDown", pageDown, true, row(3)},
-         {"Up", up, true, row(1)},
-         {"Down", down, true, row(3)},
-         {"Z", typed("z"), false},
-         {"a key without characters", named(KeyCode::other), false},
-         {"Command+Q", typed("q", KeyModifier::command), false, off(&AppState::pendingQuit)}});
-    // On the folder: Enter goes in, Shift+D asks to delete the folder.
-    expectCases([](AppState& s) { s.setSelection(1, left); },
-                {{"Enter on a folder", keypadEnter, true, leftIn(sub)},
-                 {"Shift+D", typed("D", shift), true, deleting(true)}});
-    expectCases([&](AppState& s) { s.openLocation(FilerLocation::directory(sub), left, {}); },
-                {{"Delete", backspace, true, leftIn(dir.path())},
-                 {"-", typed("-"), true, leftIn(dir.path())},
-                 {"O", typed("o"), true, leftIn(dir.path())}});
-    expectCases([](AppState& s) { s.toggleTreeMode(); },
-                {{"Esc leaves tree mode", esc, true, inTreeMode(false)}});
 }
 
 TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {

@@ -4,9 +4,7 @@
 #include "core/KeyEvent.h"
 #include "core/Preferences.h"
 #include "dialogs/DosDialog.h"
-
-#include <QFile>
-#include <QTemporaryDir>
+#include "support/EmptyDesktop.h"
 
 #include <gtest/gtest.h>
 
@@ -22,15 +20,8 @@ namespace {
 
 class DosDialogTest : public ::testing::Test {
 protected:
-    // A desktop of the test's own with no application in it: an open-with
-    // flow started by mistake shows as a message, and starts nothing.
-    static void SetUpTestSuite() {
-        static QTemporaryDir desktop;
-        for (const char* name :
-             {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
-            qputenv(name, QFile::encodeName(desktop.path()));
-        }
-    }
+    // An open-with flow started by mistake shows as a message.
+    static void SetUpTestSuite() { useEmptyDesktop(); }
     // No answer that belongs to another area ran: EDITOR, open for this,
     // still stands, and no open-with choice nor its message came up.
     void expectNoOtherAnswer() const {

@@ -1,12 +1,8 @@
 // The create and rename prompts against real folders: what lands on disk,
 // what the user reads when it can't, and where the cursor and tags end up.
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 #include "support/PaneRows.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/StateFixture.h"
 
 #include <QFileInfo>
 
@@ -14,18 +10,14 @@
 
 namespace {
 
-class NamePromptsTest : public ::testing::Test {
+class NamePromptsTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
+        StateFixture::SetUp();
         dir.makeFile(QStringLiteral("b.txt"), "bee");
         dir.makeFile(QStringLiteral("c.txt"));
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        waitForListings(*state);
+        makeState();
     }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
 
     void create(CreateItemKind kind, const QString& name) {
         state->openCreateItemPrompt(kind);
@@ -37,10 +29,6 @@ protected:
     }
     void selectName(const QString& name) { PaneRows::putCursorOn(*state, name); }
     QString nameAtCursor() const { return state->currentEntry()->name; }
-
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(NamePromptsTest, NewFolderAndFileLandOnDiskUnderTheCursor) {

@@ -1,12 +1,8 @@
 // The jump dialog: its rows through the filter, walking them, jumping, and
 // the bookmarks and start folder it keeps in the settings.
 #include "archive/ArchiveLocation.h"
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "pickers/JumpDialog.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/StateFixture.h"
 
 #include <gtest/gtest.h>
 
@@ -36,10 +32,10 @@ TEST(JumpRowsTest, AddingPutsInFrontWithoutDuplicatesAndKeepsFifty) {
     EXPECT_EQ(fresh.last(), "/b/48");
 }
 
-class JumpDialogTest : public ::testing::Test {
+class JumpDialogTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
+        StateFixture::SetUp();
         for (const char* folder : {"alpha", "beta", "gamma", "start"}) {
             dir.makeFolder(folder);
         }
@@ -47,18 +43,10 @@ protected:
         preferences.setValue(
             "jumpBookmarks",
             QStringList{dir.filePath("alpha"), dir.filePath("beta"), dir.filePath("gamma")});
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        waitForListings(*state);
-        state->openJumpDialog();
+        makeState().openJumpDialog();
     }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
 
     QStringList stored() const { return preferences.stringListElements("jumpBookmarks"); }
-
-    TestDir dir;
-    MemoryPreferences preferences;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(JumpDialogTest, WalkingTheRows) {

@@ -3,16 +3,12 @@
 // script that writes the path it was given into a marker file, so a test can
 // see which one was started and with what.
 #include "../core/KeyTestSupport.h"
-#include "core/AppState.h"
 #include "core/PreferenceKeys.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "pickers/OpenWith.h"
 #include "search/FolderSearchService.h"
 #include "support/PaneRows.h"
-#include "support/TestDir.h"
+#include "support/StateFixture.h"
 #include "support/ToolRun.h"
-#include "support/ListingWait.h"
 
 #include <QDir>
 #include <QFile>
@@ -119,28 +115,21 @@ private:
     QByteArray m_types;
 };
 
-class OpenWithTest : public ::testing::Test {
+class OpenWithTest : public StateFixture {
 protected:
     static void SetUpTestSuite() { FakeDesktop::instance(); }
     void SetUp() override {
+        StateFixture::SetUp();
         desktop.forgetLaunches();
-        FileAccessMemory::attach(&preferences);
         dir.makeFile(QStringLiteral("doc.dvkt"), "doc\n");
         dir.makeFile(QStringLiteral("song.dvks"), "song\n");
         dir.makeFile(QStringLiteral("kept.dvkg"), "kept\n");
         dir.makeFile(QStringLiteral("odd.dvkn"), "odd\n");
         dir.makeFile(QStringLiteral("README"), "plain words\n");
         dir.makeFolder(QStringLiteral("Photos"));
-        preferences.setValue(PreferenceKeys::startupDirectory, dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->reloadPane(PaneSide::left, false);
-        waitForListings(*state);
+        makeState();
         ASSERT_EQ(OpenWith::contentType(dir.filePath(QStringLiteral("doc.dvkt"))), kTestType)
             << "the fake desktop did not take";
-    }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
     }
     void select(const QString& name) { PaneRows::putCursorOn(*state, name); }
     void pressX(const QString& name) {
@@ -158,9 +147,6 @@ protected:
     }
 
     FakeDesktop& desktop = FakeDesktop::instance();
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(OpenWithTest, KindKeysAndApplicationNames) {

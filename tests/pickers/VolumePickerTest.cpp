@@ -1,10 +1,6 @@
 // The volume list from mount records and media folders, and the V picker.
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/StateFixture.h"
 
 #include <QProcess>
 #include <QStandardPaths>
@@ -100,22 +96,12 @@ TEST(CollectVolumes, GvfsShareNamesTellTheShareAndItsHost) {
     EXPECT_EQ(gvfsShareName("plain folder"), "plain folder");
 }
 
-class VolumePicker : public ::testing::Test {
+class VolumePicker : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->reloadPane(PaneSide::left, false);
-        waitForListings(*state);
+        StateFixture::SetUp();
+        makeState();
     }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
-    }
-    TestDir dir;
-    MemoryPreferences preferences;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(VolumePicker, OpensWithTheRootFirstWrapsBothWaysAndStaysShutUnderTheWildcardPrompt) {

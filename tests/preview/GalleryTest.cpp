@@ -2,17 +2,13 @@
 // keeping each other on the same file, over real folders and a real ZIP.
 #include "core/KeyTestSupport.h"
 
-#include "core/AppState.h"
 #include "core/Background.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "preview/Gallery.h"
 #include "search/TreeSession.h"
-#include "support/PaneRows.h"
 #include "support/ImageBytes.h"
-#include "support/TestDir.h"
+#include "support/PaneRows.h"
+#include "support/StateFixture.h"
 #include "support/ToolRun.h"
-#include "support/ListingWait.h"
 
 #include <QImage>
 
@@ -26,20 +22,8 @@ QByteArray pngBytes() {
     return ImageBytes::png(4, 4, Qt::red);
 }
 
-class GalleryTest : public ::testing::Test {
+class GalleryTest : public StateFixture {
 protected:
-    void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-    }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
-
-    AppState& start() {
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        waitForListings(*state);
-        return *state;
-    }
     // Twelve pictures: rows of 5, 5 and 2 in the grid.
     void makeTwelveImages() {
         for (int i = 1; i <= 12; ++i) {
@@ -63,10 +47,6 @@ protected:
         EXPECT_TRUE(state->handleKeyDown(named(code)));
         waitForListings(*state);
     }
-
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(GalleryTest, ItemsAreThePicturesOfTheFolderInItsOrder) {
@@ -77,7 +57,7 @@ TEST_F(GalleryTest, ItemsAreThePicturesOfTheFolderInItsOrder) {
     dir.makeFile(QStringLiteral("d.txt"), "plain text\n");
     dir.makeFile(QStringLiteral("e.svg"), "<svg/>");
     dir.makeFile(QStringLiteral("a.webp"), {});
-    start().enterGalleryLayout();
+    makeState().enterGalleryLayout();
     EXPECT_EQ(state->layoutMode, LayoutMode::filerGallery);
     EXPECT_EQ(state->rightMode, RightPaneMode::gallery);
     // Unknown bytes keep a picture extension; beyond the list, the kind of
@@ -117,7 +97,7 @@ TEST_F(GalleryTest, MembersOfAnArchiveAreJudgedByNameAlone) {
     const QString archive = dir.filePath(QStringLiteral("pics.zip"));
     ToolRun::run(source.path(), "zip", {"-qr", archive, "a.png", "raw", "b.txt", "sub"});
 
-    start().openLocation(FilerLocation::zip(archive, QString()), PaneSide::left, std::nullopt);
+    makeState().openLocation(FilerLocation::zip(archive, QString()), PaneSide::left, std::nullopt);
     state->enterGalleryLayout();
     waitForListings(*state);
     EXPECT_EQ(itemNames(), QStringList{"a.png"});
@@ -159,7 +139,7 @@ TEST_F(GalleryTest, CursorStepsFollowTheFiveColumnGrid) {
 TEST_F(GalleryTest, ArrowKeysMoveTheGridAndTheFilerFollows) {
     makeTwelveImages();
     dir.makeFile(QStringLiteral("zz.txt"));
-    start().enterGalleryLayout();
+    makeState().enterGalleryLayout();
     EXPECT_EQ(selectedItem(), "01.png"); // the cursor was on ".."
     state->focusPane(PaneSide::right);
     press(KeyCode::down);
@@ -176,7 +156,7 @@ TEST_F(GalleryTest, ArrowKeysMoveTheGridAndTheFilerFollows) {
 TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnlyAndThroughAReload) {
     makeTwelveImages();
     dir.makeFile(QStringLiteral("notes.txt"));
-    start();
+    makeState();
     putCursorOn("05.png");
     state->enterGalleryLayout();
     waitForListings(*state);
@@ -198,7 +178,7 @@ TEST_F(GalleryTest, TheGridFollowsTheFilerCursorOntoPicturesOnlyAndThroughAReloa
 TEST_F(GalleryTest, ARebuildKeepsTheSelectionByName) {
     makeTwelveImages();
     // The filer's cursor stays on ".." throughout, so only the grid moves.
-    start().enterGalleryLayout();
+    makeState().enterGalleryLayout();
     state->gallerySelection = 2;
     dir.makeFile(QStringLiteral("00.png"), pngBytes());
     state->reloadPane(PaneSide::left, false);
@@ -217,7 +197,7 @@ TEST_F(GalleryTest, ARebuildKeepsTheSelectionByName) {
 TEST_F(GalleryTest, AFolderWithoutPicturesHasNoSelection) {
     dir.makeFile(QStringLiteral("a.txt"));
     dir.makeFolder(QStringLiteral("pictures"));
-    start().enterGalleryLayout();
+    makeState().enterGalleryLayout();
     EXPECT_TRUE(state->galleryItems.isEmpty());
     EXPECT_EQ(state->gallerySelection, std::nullopt);
     state->focusPane(PaneSide::right);
@@ -234,7 +214,7 @@ TEST_F(GalleryTest, AFolderWithoutPicturesHasNoSelection) {
 // where the grid left it and asks the VIEWER for nothing.
 TEST_F(GalleryTest, EnterShowsTheItemAndEscLeavesTheFilerWhereTheGridLeftIt) {
     makeTwelveImages();
-    start().enterGalleryLayout();
+    makeState().enterGalleryLayout();
     state->focusPane(PaneSide::right);
     press(KeyCode::down);
     press(KeyCode::left);
@@ -262,7 +242,7 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     dir.makeFile(QStringLiteral("a.png"), pngBytes());
     dir.makeFile(QStringLiteral("b.txt"));
     dir.makeFile(QStringLiteral("c.png"), pngBytes());
-    start().toggleTreeMode();
+    makeState().toggleTreeMode();
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->enterGalleryLayout();
     waitForListings(*state);

@@ -1,11 +1,8 @@
 // EDITOR on real files: what opens and what is refused, how the text is
 // saved in its encoding, the encoding picker, and the ways out.
-#include "core/AppState.h"
-#include "core/Preferences.h"
 #include "dialogs/DosDialog.h"
-#include "filesystem/FileAccessMemory.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/EmptyDesktop.h"
+#include "support/StateFixture.h"
 
 #include <QFile>
 #include <QTest>
@@ -38,31 +35,13 @@ QByteArray hex(const char* digits) {
     return QByteArray::fromHex(digits);
 }
 
-class EditorTest : public ::testing::Test {
+class EditorTest : public StateFixture {
 protected:
-    // A desktop of the test's own with no application in it: the open-with
-    // flow answers with a message naming the file, and never starts anything.
-    static void SetUpTestSuite() {
-        static TestDir desktop;
-        for (const char* name :
-             {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
-            qputenv(name, QFile::encodeName(desktop.path()));
-        }
-    }
-    void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-    }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
-    }
+    static void SetUpTestSuite() { useEmptyDesktop(); }
 
     // The state over the folder, its cursor on the named row.
     AppState& listedAt(const QString& name) {
-        state = std::make_unique<AppState>(preferences);
-        state->reloadPane(PaneSide::left, false);
-        waitForListings(*state);
+        makeState();
         const QList<FileEntry> rows = state->visibleEntries(PaneSide::left);
         for (int i = 0; i < rows.size(); ++i) {
             if (rows[i].name == name) {
@@ -82,10 +61,6 @@ protected:
         const auto dialog = currentDosDialog(*state);
         return dialog ? dialog->title : QString();
     }
-
-    TestDir dir;
-    MemoryPreferences preferences;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {

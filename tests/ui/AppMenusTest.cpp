@@ -1,11 +1,7 @@
 // The menu bar: every item with its Ctrl shortcut runs its command, and the
 // language and font size menus mark the current choice.
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
-#include "support/TestDir.h"
+#include "support/StateFixture.h"
 #include "ui/AppMenus.h"
-#include "support/ListingWait.h"
 
 #include <QAction>
 #include <QCoreApplication>
@@ -24,23 +20,19 @@ QAction* findAction(const QMenuBar& bar, const QString& text) {
     return nullptr;
 }
 
-class AppMenusTest : public ::testing::Test {
+class AppMenusTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue("startupDirectory", dir.path());
+        StateFixture::SetUp();
         preferences.setValue("appLanguage", QStringLiteral("english"));
         state = std::make_unique<AppState>(preferences);
         menus = std::make_unique<AppMenus>(*state);
     }
     void TearDown() override {
         menus.reset();
-        FileAccessMemory::attach(nullptr);
+        StateFixture::TearDown();
     }
 
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
     std::unique_ptr<AppMenus> menus;
 };
 

@@ -2,11 +2,7 @@
 // keys stop there, and the rest go on to the focused text field.
 #include "ui/KeyEventFilter.h"
 
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
-#include "support/TestDir.h"
-#include "support/ListingWait.h"
+#include "support/StateFixture.h"
 
 #include <QApplication>
 #include <QInputMethodEvent>
@@ -20,15 +16,12 @@
 
 namespace {
 
-class KeyEventFilterTest : public ::testing::Test {
+class KeyEventFilterTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
+        StateFixture::SetUp();
         dir.makeFile(QStringLiteral("a.txt"));
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        waitForListings(*state);
+        makeState();
         filter = std::make_unique<KeyEventFilter>(*state);
         qApp->installEventFilter(filter.get());
         field = new QLineEdit(&window);
@@ -39,7 +32,7 @@ protected:
     }
     void TearDown() override {
         filter.reset();
-        FileAccessMemory::attach(nullptr);
+        StateFixture::TearDown();
     }
 
     // A key as the window system delivers it: to the window first.
@@ -53,9 +46,6 @@ protected:
         QCoreApplication::sendEvent(window.windowHandle(), &event);
     }
 
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
     std::unique_ptr<KeyEventFilter> filter;
     QWidget window;
     QLineEdit* field = nullptr;

@@ -2,14 +2,10 @@
 
 // Shared by the screen tests: a state over a real folder, widgets grabbed to
 // images, looking for a colour in a part of an image, and the overlay box.
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
 #include "support/PaneRows.h"
-#include "support/TestDir.h"
+#include "support/StateFixture.h"
 #include "ui/OverlayView.h"
 #include "ui/Palette.h"
-#include "support/ListingWait.h"
 
 #include <QApplication>
 #include <QColor>
@@ -64,28 +60,15 @@ inline int filled(QWidget& view, const QRectF& area) {
 }
 
 // A state over a temporary folder, listed.
-class ScreenFixture : public ::testing::Test {
+class ScreenFixture : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        StateFixture::SetUp();
         preferences.setValue(QStringLiteral("uiFontSize"), 13.0);
-    }
-    void TearDown() override { FileAccessMemory::attach(nullptr); }
-
-    AppState& makeState() {
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        waitForListings(*state);
-        return *state;
     }
     int rowOf(const QString& name, PaneSide side = PaneSide::left) const {
         return PaneRows::rowOf(*state, name, side);
     }
-
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
 };
 
 // The overlay over the whole window, and the box that stands in it.
