@@ -155,6 +155,8 @@ Check askingPath(AppState::CopyMoveKind kind) {
 Check layout(LayoutMode mode) {
     return has(&AppState::layoutMode, mode);
 }
+// Only that the key was consumed or not counts.
+const Check nothing = [](const AppState&) { return true; };
 const Check focusLeft = has(&AppState::focusedSide, left);
 const Check focusRight = has(&AppState::focusedSide, right);
 const Check atRoot = [](const AppState& s) {
@@ -286,7 +288,6 @@ TEST_F(KeyDispatchTest, FilerTableRowsInOrderAndWhatTheyDo) {
             return s.pendingDelete && s.pendingDelete->deletingFolders == folders;
         };
     };
-    const Check nothing = [](const AppState&) { return true; };
     const Check tagged = [](const AppState& s) { return s.taggedKeys.size() == 1 && row(3)(s); };
     // Esc needs tree mode (row 1). Rows 2 to 30 need a key, so "+" typed with
     // none passes on; "~" typed on the N key is row 21, before row 25.
@@ -642,23 +643,24 @@ TEST_F(KeyDispatchTest, JumpDialogTable) {
                 {typed("z"), swallowed}});
 }
 
-TEST_F(KeyDispatchTest, GalleryTableWithTheFocusOnIt) {
-    expectRows(KeyTables::galleryCommand, galleryFocused,
-               {{esc, exitGallery},
-                {tab, with(focusPane, left)},
-                {named(KeyCode::left, shift), with(focusPane, left)},
-                {named(KeyCode::right, shift), with(focusPane, right)},
-                {backspace, goToParentDirectory},
-                {typed("-"), goToParentDirectory},
-                {typed("/"), goToRootDirectory},
-                {typed("~", shift), goToHomeDirectory},
-                {leftKey, step(moveGalleryCursor, -1, 0)},
-                {named(KeyCode::right, shift | option), step(moveGalleryCursor, 1, 0)},
-                {up, step(moveGalleryCursor, 0, -1)},
-                {down, step(moveGalleryCursor, 0, 1)},
-                {enter, with(activateSelection, left)},
-                {shift2, with(setLayoutMode, LayoutMode::dualFiler)},
-                {typed("z"), swallowed}});
+TEST_F(KeyDispatchTest, GalleryTableWithTheFocusOnItAndWhatItDoes) {
+    expectRowsAndRuns(
+        KeyTables::galleryCommand, galleryFocused,
+        {{esc, exitGallery, layout(LayoutMode::filerViewer)},
+         {tab, with(focusPane, left), focusLeft},
+         {named(KeyCode::left, shift), with(focusPane, left), focusLeft},
+         {named(KeyCode::right, shift), with(focusPane, right)},
+         {backspace, goToParentDirectory},
+         {typed("-"), goToParentDirectory},
+         {typed("/"), goToRootDirectory, atRoot},
+         {typed("~", shift), goToHomeDirectory},
+         {leftKey, step(moveGalleryCursor, -1, 0)},
+         {named(KeyCode::right, shift | option), step(moveGalleryCursor, 1, 0)},
+         {up, step(moveGalleryCursor, 0, -1)},
+         {down, step(moveGalleryCursor, 0, 1)},
+         {enter, with(activateSelection, left)},
+         {shift2, with(setLayoutMode, LayoutMode::dualFiler), layout(LayoutMode::dualFiler)},
+         {typed("z"), swallowed}});
     expectRows(KeyTables::galleryCommand,
                [](AppState& s) {
                    galleryFocused(s);
@@ -667,45 +669,75 @@ TEST_F(KeyDispatchTest, GalleryTableWithTheFocusOnIt) {
                {{enter, KeyCommand::at(openGallerySelection, std::nullopt)}});
 }
 
-TEST_F(KeyDispatchTest, EditorAndViewerTablesWithTheFocusOnThem) {
-    expectRows(KeyTables::editorCommand, editorFocused,
-               {{esc, exitEditorToViewer},
-                {tab, with(focusPane, left)},
-                {shift3, with(setLayoutMode, LayoutMode::filerGallery)},
-                {typed("q"), passedOn},
-                {down, passedOn},
-                {esc, passedOn, whileComposing}});
+TEST_F(KeyDispatchTest, EditorAndViewerTablesWithTheFocusOnThemAndWhatTheyDo) {
+    // Leaving EDITOR for another layout asks first.
+    const Check asks = [](const AppState& s) {
+        return s.pendingLayoutMode == LayoutMode::filerGallery;
+    };
+    expectRowsAndRuns(KeyTables::editorCommand, editorFocused,
+                      {{esc, exitEditorToViewer},
+                       {tab, with(focusPane, left), focusLeft},
+                       {shift3, with(setLayoutMode, LayoutMode::filerGallery), asks},
+                       {typed("q"), passedOn},
+                       {down, passedOn}});
+    expectRows(KeyTables::editorCommand, editorFocused, {{esc, passedOn, whileComposing}});
     // What VIEWER does not take goes on to the filter and the filer.
-    expectRows(KeyTables::viewerCommand, viewerFocused,
-               {{tab, with(focusPane, left)},
-                {leftKey, with(focusPane, left)},
-                {rightKey, with(focusPane, right)},
-                {up, step(pageAnimatedFrameOrStepViewerFile, -1)},
-                {down, step(pageAnimatedFrameOrStepViewerFile, 1)},
-                {shift1, with(setLayoutMode, LayoutMode::filerViewer)},
-                {typed("e"), enterEditor},
-                {typed("."), passedOn},
-                {space, passedOn},
-                {esc, passedOn}});
+    expectRowsAndRuns(
+        KeyTables::viewerCommand, viewerFocused,
+        {{tab, with(focusPane, left)},
+         {leftKey, with(focusPane, left), focusLeft},
+         {rightKey, with(focusPane, right), focusRight},
+         {up, step(pageAnimatedFrameOrStepViewerFile, -1)},
+         {down, step(pageAnimatedFrameOrStepViewerFile, 1), both(row(2), showing("a.txt"))},
+         {shift1, with(setLayoutMode, LayoutMode::filerViewer), focusLeft},
+         {typed("e"), enterEditor},
+         {typed("."), passedOn},
+         {space, passedOn},
+         {esc, passedOn}});
+    expectCases(viewerFocused,
+                {{". acts on the left pane", typed("."), true, on(&AppState::showHiddenFiles)},
+                 {"Space tags on the left", space, true, row(1)}});
+    expectCases(
+        [](AppState& s) {
+            viewerFocused(s);
+            s.alwaysPreviewMode = true;
+            s.setSelection(2, left);
+        },
+        {{"Shift+1 previews anew", shift1, true, both(focusLeft, showing("a.txt"))}});
 }
 
-TEST_F(KeyDispatchTest, OpenFilterTable) {
-    expectRows(KeyTables::filterCommand, nullptr,
-               {{shift2, with(setLayoutMode, LayoutMode::dualFiler)},
-                {esc, step(closeFilter, true)},
-                {up, step(moveCursor, -1)},
-                {down, step(moveCursor, 1)},
-                {home, moveCursorToTop},
-                {end, moveCursorToBottom},
-                {pageUp, step(moveCursorByPage, -1)},
-                {pageDown, step(moveCursorByPage, 1)},
-                {leftKey, with(closeFilterAndFocusPane, left)},
-                {rightKey, with(closeFilterAndFocusPane, right)},
-                {enter, with(activateSelection, left)},
-                {tab, with(focusPaneAndCloseFilter, right)},
-                {typed("q"), passedOn},
-                {backspace, passedOn},
-                {esc, passedOn, whileComposing}});
+// The moves are the list's, and leaving keeps the row: "b.txt" stands
+// second of ("..", "b.txt") under the filter and last of the four without.
+TEST_F(KeyDispatchTest, OpenFilterTableAndWhatItDoes) {
+    const auto filterOn = [](bool open, int selection) {
+        return [=](const AppState& s) { return s.isFilterOpen == open && row(selection)(s); };
+    };
+    const Arrange filtered = [](AppState& s) {
+        s.openFilter();
+        s.filterQuery = QStringLiteral("b.t");
+        s.applyFilter();
+        s.setSelection(1, left);
+    };
+    expectRowsAndRuns(
+        KeyTables::filterCommand, filtered,
+        {{shift2, with(setLayoutMode, LayoutMode::dualFiler), layout(LayoutMode::dualFiler)},
+         {esc, step(closeFilter, true), filterOn(false, 3)},
+         {up, step(moveCursor, -1), filterOn(true, 0)},
+         {down, step(moveCursor, 1)},
+         {home, moveCursorToTop, filterOn(true, 0)},
+         {end, moveCursorToBottom},
+         {pageUp, step(moveCursorByPage, -1)},
+         {pageDown, step(moveCursorByPage, 1)},
+         {leftKey, with(closeFilterAndFocusPane, left)},
+         {rightKey, with(closeFilterAndFocusPane, right),
+          both(off(&AppState::isFilterOpen), focusRight)},
+         {enter, with(activateSelection, left), showing("b.txt")},
+         {tab, with(focusPaneAndCloseFilter, right), both(filterOn(false, 1), focusRight)},
+         {typed("q"), passedOn, nothing},
+         {backspace, passedOn}});
+    expectRows(KeyTables::filterCommand, filtered, {{esc, passedOn, whileComposing}});
+    expectCases(filtered,
+                {{"Esc while composing", esc, false, on(&AppState::isFilterOpen), whileComposing}});
     // In tree mode without a session, the moves are the list's.
     expectRows(KeyTables::filterCommand,
                [](AppState& s) { s.pane(PaneSide::left).treeMode = true; },
@@ -813,55 +845,6 @@ TEST_F(KeyDispatchTest, WithoutAnActiveSideFilerKeysAreConsumedAndDoNothing) {
     expectCases(noActiveSide, {still("Space", space), still("Down", down), still("End", end),
                                still("F", typed("f")), still("S", typed("s")),
                                still("W", typed("w")), still("Enter", enter)});
-}
-
-TEST_F(KeyDispatchTest, TheRightHalfWithTheFocusRunsItsKeys) {
-    const Check asks = [](const AppState& s) {
-        return s.pendingLayoutMode == LayoutMode::filerGallery;
-    };
-    expectCases(galleryFocused, {{"Esc", esc, true, layout(LayoutMode::filerViewer)},
-                                 {"Tab", tab, true, focusLeft},
-                                 {"Shift+Left", named(KeyCode::left, shift), true, focusLeft},
-                                 {"/", typed("/"), true, atRoot},
-                                 {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)}});
-    expectCases(editorFocused,
-                {{"Shift+3 asks first", shift3, true, asks}, {"Tab", tab, true, focusLeft}});
-    expectCases(viewerFocused,
-                {{"Left", leftKey, true, focusLeft},
-                 {"Right stays", rightKey, true, focusRight},
-                 {"Down steps on", down, true, both(row(2), showing("a.txt"))},
-                 {"Shift+1", shift1, true, focusLeft},
-                 {". acts on the left pane", typed("."), true, on(&AppState::showHiddenFiles)},
-                 {"Space tags on the left", space, true, row(1)}});
-    expectCases(
-        [](AppState& s) {
-            viewerFocused(s);
-            s.alwaysPreviewMode = true;
-            s.setSelection(2, left);
-        },
-        {{"Shift+1 previews anew", shift1, true, both(focusLeft, showing("a.txt"))}});
-}
-
-TEST_F(KeyDispatchTest, OpenFilterKeysMoveTheListAndLeaveTheField) {
-    const auto filterOn = [](bool open, int selection) {
-        return [=](const AppState& s) { return s.isFilterOpen == open && row(selection)(s); };
-    };
-    expectCases(
-        [](AppState& s) {
-            s.openFilter();
-            s.filterQuery = QStringLiteral("b.t");
-            s.applyFilter();
-            s.setSelection(1, left); // "b.txt" in ("..", "b.txt")
-        },
-        {{"Esc keeps the row", esc, true, filterOn(false, 3)},
-         {"Tab keeps the index", tab, true, both(filterOn(false, 1), focusRight)},
-         {"Right leaves", rightKey, true, both(off(&AppState::isFilterOpen), focusRight)},
-         {"Up moves the list's cursor", up, true, filterOn(true, 0)},
-         {"Home", home, true, filterOn(true, 0)},
-         {"Enter shows the file", enter, true, showing("b.txt")},
-         {"Shift+2", shift2, true, layout(LayoutMode::dualFiler)},
-         {"Q is typed into the field", typed("q"), false},
-         {"Esc while composing", esc, false, on(&AppState::isFilterOpen), whileComposing}});
 }
 
 TEST_F(KeyDispatchTest, ShiftAloneIsTrackedAndCommandLeavesItAlone) {
