@@ -158,14 +158,13 @@ TEST_F(DosDialogTest, ComposedMessagesReadAsTheUserSeesThem) {
         currentDosDialog(state)->message.startsWith(QStringLiteral("このファイルは 3.00 MB（")));
 }
 
-TEST_F(DosDialogTest, AStaleIndexIsClampedAtTheFirstKey) {
+TEST_F(DosDialogTest, AStaleIndexIsClampedAtTheFirstKeyAndArrowsWrapAround) {
     state.dosDialogActionIndex = 2;
     state.pendingQuit = true;
     EXPECT_TRUE(key(QStringLiteral("z")));
     EXPECT_EQ(state.dosDialogActionIndex, 1);
-}
+    state.pendingQuit = false;
 
-TEST_F(DosDialogTest, ArrowsWrapAroundAtBothEnds) {
     state.pendingCopyMove = AppState::PendingCopyMove{};
     state.pendingCopyMove->stage = AppState::PendingCopyMove::Conflict{};
     state.dosDialogActionIndex = 2;

@@ -255,16 +255,18 @@ TEST(AnimatedImageComposition, PreviousDisposalRestoresTheCanvasBeforeTheFrame) 
                                                                 {filled(1, 1, green), 1, 0, 2, 1},
                                                                 {filled(1, 1, blue), 2, 0, 0, 1}}));
     ASSERT_EQ(frames.size(), 4);
+    const auto row = [&](int frame, int width) {
+        QList<QRgb> pixels;
+        for (int x = 0; x < width; ++x) {
+            pixels << frames[frame].pixel(x, 0);
+        }
+        return pixels;
+    };
     // A "previous" frame starts again from the canvas as it stood before the
     // frame ahead of it, and leaves the canvas as it found it.
-    EXPECT_EQ(frames[1].pixel(0, 0), blue);
-    EXPECT_EQ(frames[1].pixel(1, 0), clear);
-    EXPECT_EQ(frames[2].pixel(1, 0), green);
-    EXPECT_EQ(frames[2].pixel(0, 0), red);
-    EXPECT_EQ(frames[2].pixel(2, 0), red);
-    EXPECT_EQ(frames[3].pixel(0, 0), red);
-    EXPECT_EQ(frames[3].pixel(1, 0), red);
-    EXPECT_EQ(frames[3].pixel(2, 0), blue);
+    EXPECT_EQ(row(1, 2), (QList<QRgb>{blue, clear}));
+    EXPECT_EQ(row(2, 3), (QList<QRgb>{red, green, red}));
+    EXPECT_EQ(row(3, 3), (QList<QRgb>{red, red, blue}));
 }
 
 TEST(AnimatedImageComposition, PaletteAndTransparencyGoWithEveryFrame) {
