@@ -2,11 +2,7 @@
 // its keys never reach the panes behind it.
 #include "ui/KeyEventFilter.h"
 
-#include "core/AppState.h"
-#include "core/Preferences.h"
-#include "filesystem/FileAccessMemory.h"
-#include "support/ListingWait.h"
-#include "support/TestDir.h"
+#include "support/StateFixture.h"
 #include "ui/AppMenus.h"
 
 #include <QApplication>
@@ -24,17 +20,14 @@
 
 namespace {
 
-class MenuKeysTest : public ::testing::Test {
+class MenuKeysTest : public StateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
+        StateFixture::SetUp();
         dir.makeFile(QStringLiteral("a.txt"));
         dir.makeFile(QStringLiteral("b.txt"));
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         preferences.setValue(QStringLiteral("appLanguage"), QStringLiteral("english"));
-        state = std::make_unique<AppState>(preferences);
-        state->refreshAll();
-        ASSERT_TRUE(waitForListings(*state));
+        makeState();
         filter = std::make_unique<KeyEventFilter>(*state);
         qApp->installEventFilter(filter.get());
         auto* column = new QVBoxLayout(&window);
@@ -49,8 +42,10 @@ protected:
         if (QWidget* popup = QApplication::activePopupWidget()) {
             popup->close();
         }
+        // The menus look at the state: they go first.
+        delete menus;
         filter.reset();
-        FileAccessMemory::attach(nullptr);
+        StateFixture::TearDown();
     }
 
     void press(int key, Qt::KeyboardModifiers modifiers = {}) {
@@ -59,9 +54,6 @@ protected:
     }
     int leftSelection() const { return state->pane(PaneSide::left).selection; }
 
-    MemoryPreferences preferences;
-    TestDir dir;
-    std::unique_ptr<AppState> state;
     std::unique_ptr<KeyEventFilter> filter;
     QWidget window;
     AppMenus* menus = nullptr;
