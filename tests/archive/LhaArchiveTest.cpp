@@ -21,11 +21,8 @@ const QString kVendor = QStringLiteral("①.txt");
 // A level-0 LHA archive of stored members with the given raw name bytes: the
 // way to hand the tools names such as "../../x" that no archiver writes.
 QByteArray storedLha(const QList<std::pair<QByteArray, QByteArray>>& members) {
-    const auto append = [](QByteArray& out, uint32_t value, int bytes) {
-        for (int i = 0; i < bytes; ++i) {
-            out.append(char((value >> (8 * i)) & 0xFF));
-        }
-    };
+    using ZipFixtures::le16;
+    using ZipFixtures::le32;
     QByteArray archive;
     for (const auto& [name, data] : members) {
         uint16_t crc = 0; // CRC-16/ARC of the data
@@ -35,14 +32,11 @@ QByteArray storedLha(const QList<std::pair<QByteArray, QByteArray>>& members) {
                 crc = (crc & 1) ? uint16_t((crc >> 1) ^ 0xA001) : uint16_t(crc >> 1);
             }
         }
-        QByteArray header("-lh0-");
-        append(header, uint32_t(data.size()), 4); // packed size
-        append(header, uint32_t(data.size()), 4); // original size
-        append(header, 0x50210000, 4);            // DOS date 2020-01-01, 00:00
-        header.append("\x20\x00", 2);             // attribute "archive", header level 0
-        header.append(char(name.size()));
-        header.append(name);
-        append(header, crc, 2);
+        // Packed and original size, the DOS date 2020-01-01 00:00, the
+        // attribute "archive" and header level 0, the name and the CRC.
+        const QByteArray header = "-lh0-" + le32(uint32_t(data.size())) +
+                                  le32(uint32_t(data.size())) + le32(0x50210000) +
+                                  QByteArray("\x20\x00", 2) + char(name.size()) + name + le16(crc);
         uint8_t sum = 0;
         for (const char byte : header) {
             sum = uint8_t(sum + uint8_t(byte));
