@@ -102,7 +102,8 @@ int replaceFile(const QString& path, const QByteArray& bytes) {
 
 // The file as read, cut back to its whole records, ready to append to.
 int openForAppending(const QString& path, qsizetype goodLength) {
-    const int fd = ::open(QFile::encodeName(path).constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    const int fd = ::open(QFile::encodeName(path).constData(),
+                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
     if (fd >= 0 && ::lseek(fd, 0, SEEK_END) > goodLength && ::ftruncate(fd, goodLength) != 0) {
         ::close(fd);
         return -1;
@@ -141,37 +142,35 @@ void removeFromSettings(Preferences* settings, uint64_t generation) {
 }
 
 // Reads the file into a store and hands it to the memory. A file whose dead
-// records outweigh the live ones, or that takes over the settings' records,
-// is written anew with the live ones alone. Answers the descriptor to
+// records outweigh the live ones is written anew with the live ones alone;
+// the records the settings held are appended. Answers the descriptor to
 // append to, or -1 when the file cannot be written.
 int loadStore(const QString& path, const QByteArray& settingsJson, Preferences* settings,
               uint64_t generation) {
     QDir().mkpath(QFileInfo(path).absolutePath());
     RightsStore store = RightsStore::fromFile(readWholeFile(path));
-    const bool takesOver = !settingsJson.isEmpty();
-    if (takesOver) {
-        takeOverSettings(store, settingsJson);
-    }
-    const bool rewrite = takesOver || store.goodLength() == 0 || store.deadRecords() > store.size();
+    const bool rewrite = store.deadRecords() > store.size();
     if (rewrite) {
         store = store.compacted();
     }
-    const QByteArray whole = store.takeLog();
+    const qsizetype goodLength = store.goodLength();
+    if (!settingsJson.isEmpty()) {
+        takeOverSettings(store, settingsJson);
+    }
+    const QByteArray pending = store.takeLog();
     Memory& m = memory();
     {
         std::lock_guard guard(m.lock);
         m.store = std::move(store);
-        for (const QString& path : std::exchange(m.forgottenEarly, {})) {
-            m.store.remove(path);
+        for (const QString& forgotten : std::exchange(m.forgottenEarly, {})) {
+            m.store.remove(forgotten);
         }
         m.loaded = true;
     }
     m.wake.notify_all();
-    if (!rewrite) {
-        return openForAppending(path, m.store.goodLength());
-    }
-    const int fd = replaceFile(path, whole);
-    if (fd >= 0 && takesOver) {
+    const int fd = rewrite ? replaceFile(path, pending) : openForAppending(path, goodLength);
+    const bool written = fd >= 0 && (rewrite || writeAll(fd, pending));
+    if (written && !settingsJson.isEmpty()) {
         removeFromSettings(settings, generation);
     }
     return fd;

@@ -2,6 +2,8 @@
 
 #include <zlib.h>
 
+#include <algorithm>
+
 namespace {
 
 // Kinds of record. A folder and a set of rights take the next number of
@@ -60,6 +62,9 @@ void appendText(QByteArray& out, QStringView text) {
 }
 
 QString readText(QByteArrayView bytes) {
+    if (std::all_of(bytes.begin(), bytes.end(), [](char c) { return uchar(c) < 0x80; })) {
+        return QString::fromLatin1(bytes);
+    }
     QString text;
     text.reserve(bytes.size());
     for (qsizetype i = 0; i < bytes.size();) {
@@ -81,6 +86,13 @@ QString readText(QByteArrayView bytes) {
         }
     }
     return text;
+}
+
+QByteArray textBytes(QStringView text) {
+    QByteArray bytes;
+    bytes.reserve(text.size());
+    appendText(bytes, text);
+    return bytes;
 }
 
 void appendField(QByteArray& out, const QString& text) {
@@ -136,7 +148,7 @@ QByteArray RightsStore::header() {
     return QByteArrayLiteral("Dorvik fileAccessMemory.v1\n");
 }
 
-RightsStore RightsStore::fromFile(QByteArrayView file) {
+RightsStore RightsStore::fromFile(const QByteArray& file) {
     RightsStore store;
     if (!file.startsWith(header())) {
         return store;
@@ -145,6 +157,9 @@ RightsStore RightsStore::fromFile(QByteArrayView file) {
     qsizetype at = header().size();
     store.m_goodLength = at;
     store.m_logging = false;
+    // Records of a few dozen bytes each, most of them remembering a path.
+    store.m_records.reserve(file.size() / 20);
+    store.m_records.adoptNames(file);
     while (at < file.size()) {
         const char kind = file[at];
         qsizetype next = at + 1;
@@ -152,11 +167,11 @@ RightsStore RightsStore::fromFile(QByteArrayView file) {
         if (!length || *length > longestContent || next + *length + 4 > file.size()) {
             break;
         }
-        const QByteArrayView content = file.sliced(next, *length);
+        const QByteArrayView content = QByteArrayView(file).sliced(next, *length);
         const auto* stored = reinterpret_cast<const uchar*>(file.data() + next + *length);
         const quint32 check = quint32(stored[0]) | (quint32(stored[1]) << 8) |
                               (quint32(stored[2]) << 16) | (quint32(stored[3]) << 24);
-        if (!store.readRecord(kind, content, check == checksum(kind, content))) {
+        if (!store.readRecord(kind, content, next, check == checksum(kind, content))) {
             break;
         }
         at = next + *length + 4;
@@ -169,7 +184,7 @@ RightsStore RightsStore::fromFile(QByteArrayView file) {
 // Answers false for a kind of record no store writes: the reading ends there.
 // A damaged folder or rights record still takes its number, so that the
 // records after it keep theirs.
-bool RightsStore::readRecord(char kind, QByteArrayView content, bool intact) {
+bool RightsStore::readRecord(char kind, QByteArrayView content, qsizetype contentAt, bool intact) {
     qsizetype at = 0;
     switch (kind) {
     case folderKind: {
@@ -204,11 +219,10 @@ bool RightsStore::readRecord(char kind, QByteArrayView content, bool intact) {
             !m_folderUsable[*folder]) {
             return true;
         }
-        Key key{*folder, readText(content.sliced(at))};
         if (kind == forgetKind) {
-            m_records.remove(key);
+            m_records.remove(*folder, content.sliced(at));
         } else if (*rights < quint32(m_rights.size()) && m_rights[*rights]) {
-            m_records.insert(std::move(key), *rights);
+            m_records.insertAdopted(*folder, contentAt + at, content.size() - at, *rights);
         }
         return true;
     }
@@ -223,26 +237,26 @@ std::optional<RightsStore::Record> RightsStore::find(const QString& path) const 
     if (folderFound == m_folderNumbers.constEnd()) {
         return std::nullopt;
     }
-    const auto found = m_records.constFind(Key{*folderFound, name});
-    if (found == m_records.constEnd()) {
+    const quint32 rights = m_records.find(*folderFound, textBytes(name));
+    if (rights == RightsTable::none) {
         return std::nullopt;
     }
-    return m_rights[*found];
+    return m_rights[rights];
 }
 
 bool RightsStore::insert(const QString& path, const Record& record) {
     const auto [folder, name] = splitPath(path);
     const quint32 rights = rightsNumber(record);
-    Key key{folderNumber(folder), name};
-    const auto found = m_records.constFind(key);
-    if (found != m_records.constEnd() && *found == rights) {
+    const quint32 folderAt = folderNumber(folder);
+    const QByteArray nameBytes = textBytes(name);
+    if (m_records.find(folderAt, nameBytes) == rights) {
         return false;
     }
     QByteArray content;
-    appendNumber(content, key.folder);
+    appendNumber(content, folderAt);
     appendNumber(content, rights);
-    appendText(content, name);
-    m_records.insert(std::move(key), rights);
+    content.append(nameBytes);
+    m_records.insert(folderAt, nameBytes, rights);
     ++m_logRecords;
     appendLog(rememberKind, content);
     return true;
@@ -251,12 +265,13 @@ bool RightsStore::insert(const QString& path, const Record& record) {
 bool RightsStore::remove(const QString& path) {
     const auto [folder, name] = splitPath(path);
     const auto folderFound = m_folderNumbers.constFind(folder);
-    if (folderFound == m_folderNumbers.constEnd() || !m_records.remove(Key{*folderFound, name})) {
+    const QByteArray nameBytes = textBytes(name);
+    if (folderFound == m_folderNumbers.constEnd() || !m_records.remove(*folderFound, nameBytes)) {
         return false;
     }
     QByteArray content;
     appendNumber(content, *folderFound);
-    appendText(content, name);
+    content.append(nameBytes);
     ++m_logRecords;
     appendLog(forgetKind, content);
     return true;
@@ -310,17 +325,17 @@ void RightsStore::appendLog(char kind, const QByteArray& content) {
 RightsStore RightsStore::compacted() const {
     RightsStore fresh;
     fresh.m_log.reserve(m_records.size() * 24 + m_folders.size() * 64);
-    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it) {
-        fresh.insert(joinPath(m_folders[it.key().folder], it.key().name), *m_rights[it.value()]);
-    }
+    m_records.forEach([&](quint32 folder, QByteArrayView name, quint32 rights) {
+        fresh.insert(joinPath(m_folders[folder], readText(name)), *m_rights[rights]);
+    });
     return fresh;
 }
 
 QHash<QString, RightsStore::Record> RightsStore::records() const {
     QHash<QString, Record> all;
     all.reserve(m_records.size());
-    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it) {
-        all.insert(joinPath(m_folders[it.key().folder], it.key().name), *m_rights[it.value()]);
-    }
+    m_records.forEach([&](quint32 folder, QByteArrayView name, quint32 rights) {
+        all.insert(joinPath(m_folders[folder], readText(name)), *m_rights[rights]);
+    });
     return all;
 }

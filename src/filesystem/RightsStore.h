@@ -1,6 +1,7 @@
 #pragma once
 
 #include "filesystem/FileAccessMemory.h"
+#include "filesystem/RightsTable.h"
 
 #include <QByteArray>
 #include <QByteArrayView>
@@ -30,7 +31,7 @@ public:
 
     // The records a store file holds. Bytes that do not start with the
     // header give an empty store whose log is a whole new file.
-    static RightsStore fromFile(QByteArrayView file);
+    static RightsStore fromFile(const QByteArray& file);
 
     // The file's first line: names the store and the form of its records.
     static QByteArray header();
@@ -58,15 +59,7 @@ public:
     QHash<QString, Record> records() const;
 
 private:
-    struct Key {
-        quint32 folder = 0;
-        QString name;
-        bool operator==(const Key&) const = default;
-    };
-    friend size_t qHash(const Key& key, size_t seed) {
-        return qHashMulti(seed, key.folder, key.name);
-    }
-    bool readRecord(char kind, QByteArrayView content, bool intact);
+    bool readRecord(char kind, QByteArrayView content, qsizetype contentAt, bool intact);
     quint32 folderNumber(const QString& folder);
     quint32 rightsNumber(const Record& record);
     void appendLog(char kind, const QByteArray& content);
@@ -77,7 +70,7 @@ private:
     QHash<QString, quint32> m_folderNumbers;
     QList<std::optional<Record>> m_rights;
     QHash<Record, quint32> m_rightsNumbers;
-    QHash<Key, quint32> m_records;
+    RightsTable m_records;
     qsizetype m_logRecords = 0;
     qsizetype m_goodLength = 0;
     bool m_logging = true;
