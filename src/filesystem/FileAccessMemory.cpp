@@ -11,7 +11,6 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QPointer>
 
 #include <condition_variable>
 #include <mutex>
