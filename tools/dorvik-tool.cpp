@@ -25,6 +25,7 @@
 #include <QJsonObject>
 #include <QStringList>
 
+#include <algorithm>
 #include <cstdio>
 #include <functional>
 #include <map>
@@ -96,7 +97,14 @@ QString isoDate(const QDateTime& date) {
 // A JSON string: quotes, backslashes and control characters escaped.
 void appendJsonString(QByteArray& out, const QString& text) {
     out.append('"');
-    for (const char c : text.toUtf8()) {
+    const QByteArray utf8 = text.toUtf8();
+    // Most texts need no escape and go out in one piece.
+    if (std::none_of(utf8.begin(), utf8.end(),
+                     [](char c) { return c == '"' || c == '\\' || uchar(c) < 0x20; })) {
+        out.append(utf8).append('"');
+        return;
+    }
+    for (const char c : utf8) {
         if (c == '"' || c == '\\') {
             out.append('\\').append(c);
         } else if (uchar(c) < 0x20) {

@@ -15,7 +15,7 @@
 
 DorvikApp::DorvikApp()
     : m_preferences(std::make_unique<SettingsPreferences>()) {
-    FileAccessMemory::attach(m_preferences.get());
+    FileAccessMemory::attach(m_preferences.get(), FileAccessMemory::defaultStorePath());
     m_state = std::make_unique<AppState>(*m_preferences);
 }
 

@@ -95,17 +95,28 @@ std::optional<qsizetype> findEndRecord(QByteArrayView tail) {
 // ones, and a local time costs a time zone look-up: one per distinct stamp.
 class DateCache {
 public:
-    std::optional<QDateTime> at(uint16_t date, uint16_t time) {
+    const std::optional<QDateTime>& at(uint16_t date, uint16_t time) {
         const uint32_t key = (uint32_t(date) << 16) | time;
+        // Members written together share their stamp: the last one answers
+        // most look-ups.
+        if (m_last && key == m_lastKey) {
+            return *m_last;
+        }
         auto found = m_dates.constFind(key);
         if (found == m_dates.constEnd()) {
             found = m_dates.insert(key, dosDateTime(date, time));
         }
+        m_lastKey = key;
+        m_last = &*found;
         return *found;
     }
 
 private:
+    // QHash keeps a value where it is until the hash grows; the pointer is
+    // taken anew after every insertion.
     QHash<uint32_t, std::optional<QDateTime>> m_dates;
+    uint32_t m_lastKey = 0;
+    const std::optional<QDateTime>* m_last = nullptr;
 };
 
 // The ZIP64 extended information of a central header: 8-byte values for
@@ -142,7 +153,10 @@ ZipMember readCentralHeader(const uchar* header, QByteArrayView name, DateCache&
     member.isEncrypted = (flags & 0x0001) != 0;
     // Old Windows tools wrote "\" as the separator. It is replaced only after
     // decoding, so a CP932 trail byte of 0x5C stays part of its character.
-    member.path = decodeEntryName(name, utf8Flag).replace(QLatin1Char('\\'), QLatin1Char('/'));
+    member.path = decodeEntryName(name, utf8Flag);
+    if (name.contains('\\')) {
+        member.path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    }
     member.isDirectory = member.path.endsWith(QLatin1Char('/'));
     member.compressionMethod = le16(header + 10);
     member.modificationDate = dates.at(le16(header + 14), le16(header + 12));
@@ -464,6 +478,10 @@ ZipResult<QByteArray> memberData(QByteArrayView archive, const ZipMember& member
 // first: that is what ZIP files from Japanese Windows hold.
 QString decodeEntryName(QByteArrayView name, bool utf8Flag) {
     using TextDecoding::decodeStrict;
+    // Plain ASCII reads the same in every encoding below; most names are.
+    if (std::all_of(name.begin(), name.end(), [](char c) { return uchar(c) < 0x80; })) {
+        return QString::fromLatin1(name);
+    }
     if (utf8Flag || TextDecoding::isStructurallyUTF8(name)) {
         if (auto text = decodeStrict(name, TextFileEncoding::utf8)) {
             return *text;

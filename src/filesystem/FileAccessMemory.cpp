@@ -1,34 +1,48 @@
 #include "filesystem/FileAccessMemory.h"
 
 #include "core/PathUtils.h"
+#include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "filesystem/RightsStore.h"
 
 #include <QCoreApplication>
-#include <QHash>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QThread>
 
+#include <condition_variable>
 #include <mutex>
+#include <thread>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 namespace FileAccessMemory {
 
 namespace {
 
-const QString kStoreKey = QStringLiteral("fileAccessMemory.v1");
-
+// The records, and the thread that reads and writes their file. The lock is
+// held for one look-up or change at a time, never over the disk.
 struct Memory {
     std::mutex lock;
-    Preferences* preferences = nullptr;
-    QHash<QString, Record> records;
-    bool loaded = false;
-    // Set when the records differ from what was last written, so that a
-    // listing that met nothing new does not rewrite an identical store.
-    bool dirty = true;
-    // Counts changes of the records; a snapshot made at an older count
-    // than the one written is not written over it.
-    uint64_t changes = 0;
-    uint64_t written = 0;
+    // Wakes the store's thread for work, and waiters when the records are
+    // read or a write is done.
+    std::condition_variable wake;
+    RightsStore store;
+    bool loaded = true;
+    // Paths forgotten before the records were read; forgotten once they are.
+    QStringList forgottenEarly;
+    std::thread storeThread;
+    bool hasFile = false;
+    bool stopping = false;
+    // Writes asked for and made, counted, so a waiter knows when its is done.
+    uint64_t writesAsked = 0;
+    uint64_t writesMade = 0;
+    // Steps at each attach: a settings removal asked for by an earlier
+    // memory is not made.
+    uint64_t generation = 0;
 };
 
 // Never destroyed: a listing on a worker thread may still be using it while
@@ -38,49 +52,173 @@ Memory& memory() {
     return *instance;
 }
 
-// Runs under the lock before every operation; loads the store once.
-void loadIfNeeded(Memory& m) {
-    if (m.loaded) {
+void waitUntilLoaded(Memory& m, std::unique_lock<std::mutex>& guard) {
+    m.wake.wait(guard, [&m] { return m.loaded; });
+}
+
+QByteArray readWholeFile(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return {};
+    }
+    return file.readAll();
+}
+
+bool writeAll(int fd, const QByteArray& bytes) {
+    qsizetype done = 0;
+    while (done < bytes.size()) {
+        const ssize_t written = ::write(fd, bytes.constData() + done, size_t(bytes.size() - done));
+        if (written < 0 && errno == EINTR) {
+            continue;
+        }
+        if (written <= 0) {
+            return false;
+        }
+        done += written;
+    }
+    return true;
+}
+
+// A whole new file in place of the old one, or none: written beside it and
+// renamed over it. Answers the descriptor to append to, or -1.
+int replaceFile(const QString& path, const QByteArray& bytes) {
+    const QByteArray target = QFile::encodeName(path);
+    const QByteArray temporary = target + ".new";
+    const int fd = ::open(temporary.constData(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (fd < 0) {
+        return -1;
+    }
+    if (!writeAll(fd, bytes) || ::fsync(fd) != 0 ||
+        ::rename(temporary.constData(), target.constData()) != 0) {
+        ::close(fd);
+        ::unlink(temporary.constData());
+        return -1;
+    }
+    const int appendFd = ::open(target.constData(), O_WRONLY | O_APPEND | O_CLOEXEC);
+    ::close(fd);
+    return appendFd;
+}
+
+// The file as read, cut back to its whole records, ready to append to.
+int openForAppending(const QString& path, qsizetype goodLength) {
+    const int fd = ::open(QFile::encodeName(path).constData(),
+                          O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0600);
+    if (fd >= 0 && ::lseek(fd, 0, SEEK_END) > goodLength && ::ftruncate(fd, goodLength) != 0) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
+// Records the settings held from an older run, added where the file has none.
+void takeOverSettings(RightsStore& store, const QByteArray& json) {
+    const auto records = decode(json);
+    if (!records) {
         return;
     }
-    m.loaded = true;
-    m.dirty = true;
-    ++m.changes;
-    if (!m.preferences || !m.preferences->contains(kStoreKey)) {
-        return;
-    }
-    if (auto decoded = decode(m.preferences->dataValue(kStoreKey))) {
-        m.records = std::move(*decoded);
-    }
-}
-
-void write(Memory& m) {
-    if (m.preferences && m.dirty) {
-        m.preferences->setValue(kStoreKey, encode(m.records));
-        m.dirty = false;
-        m.written = m.changes;
-    }
-}
-
-void markChanged(Memory& m) {
-    m.dirty = true;
-    ++m.changes;
-}
-
-void appendJsonString(QByteArray& out, const QString& text) {
-    out.append('"');
-    const QByteArray utf8 = text.toUtf8();
-    for (const char c : utf8) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            out.append('\\').append(c);
-        } else if (byte < 0x20) {
-            out.append(QStringLiteral("\\u%1").arg(byte, 4, 16, QLatin1Char('0')).toLatin1());
-        } else {
-            out.append(c);
+    for (auto it = records->cbegin(); it != records->cend(); ++it) {
+        if (!store.find(it.key())) {
+            store.insert(it.key(), it.value());
         }
     }
-    out.append('"');
+}
+
+void removeFromSettings(Preferences* settings, uint64_t generation) {
+    QCoreApplication* application = QCoreApplication::instance();
+    if (!application || !settings) {
+        return;
+    }
+    QMetaObject::invokeMethod(
+        application,
+        [settings, generation] {
+            Memory& m = memory();
+            std::lock_guard guard(m.lock);
+            if (m.generation == generation) {
+                settings->remove(PreferenceKeys::fileAccessMemory);
+            }
+        },
+        Qt::QueuedConnection);
+}
+
+// Reads the file into a store and hands it to the memory. A file whose dead
+// records outweigh the live ones is written anew with the live ones alone;
+// the records the settings held are appended. Answers the descriptor to
+// append to, or -1 when the file cannot be written.
+int loadStore(const QString& path, const QByteArray& settingsJson, Preferences* settings,
+              uint64_t generation) {
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    RightsStore store = RightsStore::fromFile(readWholeFile(path));
+    const bool rewrite = store.deadRecords() > store.size();
+    if (rewrite) {
+        store = store.compacted();
+    }
+    const qsizetype goodLength = store.goodLength();
+    if (!settingsJson.isEmpty()) {
+        takeOverSettings(store, settingsJson);
+    }
+    const QByteArray pending = store.takeLog();
+    Memory& m = memory();
+    {
+        std::lock_guard guard(m.lock);
+        m.store = std::move(store);
+        for (const QString& forgotten : std::exchange(m.forgottenEarly, {})) {
+            m.store.remove(forgotten);
+        }
+        m.loaded = true;
+    }
+    m.wake.notify_all();
+    const int fd = rewrite ? replaceFile(path, pending) : openForAppending(path, goodLength);
+    const bool written = fd >= 0 && (rewrite || writeAll(fd, pending));
+    if (written && !settingsJson.isEmpty()) {
+        removeFromSettings(settings, generation);
+    }
+    return fd;
+}
+
+// The store's thread: reads the file, then appends what each write asks
+// for, until the memory is attached elsewhere.
+void runStore(const QString& path, const QByteArray& settingsJson, Preferences* settings,
+              uint64_t generation) {
+    const int fd = loadStore(path, settingsJson, settings, generation);
+    Memory& m = memory();
+    std::unique_lock guard(m.lock);
+    for (;;) {
+        m.wake.wait(guard, [&m] { return m.stopping || m.writesMade != m.writesAsked; });
+        const uint64_t asked = m.writesAsked;
+        const QByteArray log = m.store.takeLog();
+        if (!log.isEmpty() && fd >= 0) {
+            guard.unlock();
+            writeAll(fd, log);
+            guard.lock();
+        }
+        m.writesMade = asked;
+        m.wake.notify_all();
+        if (m.stopping && m.writesMade == m.writesAsked) {
+            break;
+        }
+    }
+    if (fd >= 0) {
+        ::close(fd);
+    }
+}
+
+void askForWrite(Memory& m) {
+    if (m.hasFile) {
+        ++m.writesAsked;
+        m.wake.notify_all();
+    }
+}
+
+void stopStoreThread(Memory& m) {
+    {
+        std::lock_guard guard(m.lock);
+        m.stopping = true;
+        ++m.writesAsked;
+    }
+    m.wake.notify_all();
+    if (m.storeThread.joinable()) {
+        m.storeThread.join();
+    }
 }
 
 std::optional<Record> recordFromJson(const QJsonValue& value) {
@@ -100,32 +238,12 @@ std::optional<Record> recordFromJson(const QJsonValue& value) {
 
 } // namespace
 
-QByteArray encode(const QHash<QString, Record>& records) {
-    // Written by hand: the store is rewritten after every listing and may hold
-    // hundreds of thousands of paths.
-    QByteArray out;
-    out.reserve(records.size() * 120 + 2);
-    out.append('{');
-    bool first = true;
-    for (auto it = records.cbegin(); it != records.cend(); ++it) {
-        if (!first) {
-            out.append(',');
-        }
-        first = false;
-        appendJsonString(out, it.key());
-        const Record& r = it.value();
-        out.append(":{\"readable\":").append(r.readable ? "true" : "false");
-        out.append(",\"writable\":").append(r.writable ? "true" : "false");
-        out.append(",\"mode\":");
-        appendJsonString(out, r.mode);
-        out.append(",\"owner\":");
-        appendJsonString(out, r.owner);
-        out.append(",\"group\":");
-        appendJsonString(out, r.group);
-        out.append('}');
+QString defaultStorePath() {
+    QString base = qEnvironmentVariable("XDG_STATE_HOME");
+    if (!QDir::isAbsolutePath(base)) {
+        base = QDir::homePath() + QStringLiteral("/.local/state");
     }
-    out.append('}');
-    return out;
+    return base + QStringLiteral("/Dorvik/fileAccessMemory.v1");
 }
 
 std::optional<QHash<QString, Record>> decode(const QByteArray& json) {
@@ -147,41 +265,46 @@ std::optional<QHash<QString, Record>> decode(const QByteArray& json) {
     return records;
 }
 
-void attach(Preferences* preferences) {
+void attach(Preferences* settings, const QString& storePath) {
     Memory& m = memory();
+    if (m.storeThread.joinable()) {
+        stopStoreThread(m);
+    }
+    const QByteArray settingsJson =
+        settings && !storePath.isEmpty() && settings->contains(PreferenceKeys::fileAccessMemory)
+            ? settings->dataValue(PreferenceKeys::fileAccessMemory)
+            : QByteArray();
     std::lock_guard guard(m.lock);
-    m.preferences = preferences;
-    m.records.clear();
-    m.loaded = false;
+    m.store = RightsStore();
+    m.store.setLogging(!storePath.isEmpty());
+    m.store.takeLog();
+    m.forgottenEarly.clear();
+    m.hasFile = !storePath.isEmpty();
+    m.loaded = !m.hasFile;
+    m.stopping = false;
+    m.writesAsked = m.writesMade = 0;
+    const uint64_t generation = ++m.generation;
+    if (m.hasFile) {
+        m.storeThread = std::thread(runStore, storePath, settingsJson, settings, generation);
+    }
 }
 
 std::optional<Record> rememberedRecord(const QString& url) {
     const QString key = PathUtils::standardizedPath(url);
     Memory& m = memory();
-    std::lock_guard guard(m.lock);
-    loadIfNeeded(m);
-    const auto found = m.records.constFind(key);
-    if (found == m.records.constEnd()) {
-        return std::nullopt;
-    }
-    return *found;
+    std::unique_lock guard(m.lock);
+    waitUntilLoaded(m, guard);
+    return m.store.find(key);
 }
 
 void remember(const Record& record, const QString& url, bool persistNow) {
     const QString key = PathUtils::standardizedPath(url);
     Memory& m = memory();
-    std::lock_guard guard(m.lock);
-    loadIfNeeded(m);
-    auto found = m.records.find(key);
-    if (found == m.records.end()) {
-        m.records.insert(key, record);
-        markChanged(m);
-    } else if (!(*found == record)) {
-        *found = record;
-        markChanged(m);
-    }
+    std::unique_lock guard(m.lock);
+    waitUntilLoaded(m, guard);
+    m.store.insert(key, record);
     if (persistNow) {
-        write(m);
+        askForWrite(m);
     }
 }
 
@@ -193,12 +316,15 @@ void forgetRecord(const QString& url, Writing writing) {
     const QString key = PathUtils::standardizedPath(url);
     Memory& m = memory();
     std::lock_guard guard(m.lock);
-    loadIfNeeded(m);
-    if (m.records.remove(key)) {
-        markChanged(m);
+    if (!m.loaded) {
+        m.forgottenEarly.append(key);
         if (writing == Writing::now) {
-            write(m);
+            askForWrite(m);
         }
+        return;
+    }
+    if (m.store.remove(key) && writing == Writing::now) {
+        askForWrite(m);
     }
 }
 
@@ -212,47 +338,21 @@ void forgetWithoutWriting(const QString& url) {
     forgetRecord(url, Writing::later);
 }
 
-std::optional<Snapshot> snapshot() {
-    Memory& m = memory();
-    QHash<QString, Record> records;
-    Snapshot made;
-    {
-        std::lock_guard guard(m.lock);
-        loadIfNeeded(m);
-        if (!m.preferences || !m.dirty) {
-            return std::nullopt;
-        }
-        // A shared copy: the records are encoded outside the lock.
-        records = m.records;
-        made.changesAt = m.changes;
-    }
-    made.json = encode(records);
-    return made;
-}
-
-void store(const Snapshot& snapshot) {
-    Memory& m = memory();
-    std::lock_guard guard(m.lock);
-    if (!m.preferences || snapshot.changesAt <= m.written) {
-        return;
-    }
-    m.preferences->setValue(kStoreKey, snapshot.json);
-    m.written = snapshot.changesAt;
-    m.dirty = m.changes != snapshot.changesAt;
-}
-
 void persist() {
-    // The settings store belongs to the main thread. A listing made on a
-    // worker leaves the write to the main thread, which persists when it
-    // shows the rows; the records stay marked as not yet written till then.
-    const QCoreApplication* application = QCoreApplication::instance();
-    if (application && QThread::currentThread() != application->thread()) {
-        return;
-    }
     Memory& m = memory();
     std::lock_guard guard(m.lock);
-    loadIfNeeded(m);
-    write(m);
+    askForWrite(m);
+}
+
+void waitForWrites() {
+    Memory& m = memory();
+    std::unique_lock guard(m.lock);
+    if (!m.hasFile || !m.storeThread.joinable()) {
+        return;
+    }
+    askForWrite(m);
+    const uint64_t wanted = m.writesAsked;
+    m.wake.wait(guard, [&] { return m.writesMade >= wanted; });
 }
 
 } // namespace FileAccessMemory

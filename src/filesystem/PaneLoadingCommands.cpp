@@ -23,13 +23,6 @@ struct ListingSettings {
 
 using Rows = Result<QList<FileEntry>, QString>;
 
-// What a listing brings back: its rows, and the rights it met made ready for
-// the store, which the main thread only has to write.
-struct Listed {
-    Rows rows;
-    std::optional<FileAccessMemory::Snapshot> memory;
-};
-
 Rows listWith(const FilerLocation& location, const ListingSettings& settings,
               const std::stop_token& stop, std::atomic<qsizetype>* readCount) {
     if (const auto* directory = location.asDirectory()) {
@@ -91,17 +84,11 @@ void AppState::startListing(PaneSide side, PaneListing request) {
     auto work = [location = request.location,
                  settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames},
                  stop = request.stop.get_token(), count = request.readCount] {
-        Rows rows = listWith(location, settings, stop, count.get());
-        return Listed{std::move(rows), FileAccessMemory::snapshot()};
+        return listWith(location, settings, stop, count.get());
     };
     p.listing = std::move(request);
     Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
-                    [this, side](Listed listed) {
-                        if (listed.memory) {
-                            FileAccessMemory::store(*listed.memory);
-                        }
-                        finishListing(side, std::move(listed.rows));
-                    });
+                    [this, side](Rows rows) { finishListing(side, std::move(rows)); });
     m_executor.callLater(listingNoticeDelay, this,
                          [this, side, ticket] { noteListingSlow(side, ticket); });
     notifyChanged();
@@ -225,19 +212,13 @@ void AppState::reloadPaneInBackground(PaneSide side) {
     Background::run(
         m_executor, Background::Pool::listing, this, pane(side).backgroundReloads.take(),
         [location, settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames}] {
-            Rows rows = listWith(location, settings, {}, nullptr);
-            return Listed{std::move(rows), FileAccessMemory::snapshot()};
+            return listWith(location, settings, {}, nullptr);
         },
-        [this, side, location](Listed listed) {
-            // The rights met by the worker are written on the thread that
-            // owns the settings.
-            if (listed.memory) {
-                FileAccessMemory::store(*listed.memory);
-            }
+        [this, side, location](Rows rows) {
             if (pane(side).location != location || pane(side).listing) {
                 return;
             }
-            showListing(side, std::move(listed.rows));
+            showListing(side, std::move(rows));
         });
 }
 

@@ -58,6 +58,29 @@ TEST(ZipListing, InfoZipMembersComeInDirectoryOrderWithSizesAndLocalDates) {
     EXPECT_EQ(listMembers(dir.path() + "/docs/../a.zip").value(), expected);
 }
 
+// Members written together share a stamp; one that differs between them
+// keeps its own.
+TEST(ZipListing, EachMemberKeepsItsOwnDateAmongNeighboursOfAnother) {
+    TestDir dir;
+    const QDateTime first(QDate(2021, 3, 4), QTime(5, 6, 8));
+    const QDateTime second(QDate(2019, 12, 31), QTime(23, 59, 58));
+    const QList<QDateTime> dates{first, first, second, first};
+    QStringList names;
+    for (qsizetype i = 0; i < dates.size(); ++i) {
+        names.append(QStringLiteral("m%1.txt").arg(i));
+        dir.makeFile(names.last(), "x");
+        setModificationTime(dir.filePath(names.last()), dates[i]);
+    }
+    run(dir.path(), "zip", QStringList{"-q", "d.zip"} + names);
+    const auto members = listMembers(dir.filePath("d.zip"));
+    ASSERT_TRUE(members);
+    QList<QDateTime> listed;
+    for (const ArchiveMember& member : *members) {
+        listed.append(member.modificationDate.value_or(QDateTime()));
+    }
+    EXPECT_EQ(listed, dates);
+}
+
 TEST(ZipListing, JapaneseNamesWithoutTheUTF8FlagAreCP932) {
     TestDir dir;
     const RemovedWithTheTest rawNames(dir.makeFolder("src"));

@@ -143,8 +143,7 @@ TEST_F(PaneWatchingTest, ABackgroundReloadShowsItsRowsOnlyIfStillCurrent) {
     executor.runAll();
     EXPECT_EQ(state->pane(PaneSide::left).listEpoch, epoch + 1);
     EXPECT_EQ(state->pane(PaneSide::left).entries.last().name, "one.txt");
-    // The rights met by the worker are written by the main thread.
-    EXPECT_TRUE(preferences.dataValue("fileAccessMemory.v1").contains("one.txt"));
+    EXPECT_TRUE(FileAccessMemory::rememberedRecord(dir.filePath("one.txt")));
 
     // Two requests in a row show rows once, not twice.
     state->reloadPaneInBackground(PaneSide::left);
