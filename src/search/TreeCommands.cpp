@@ -70,11 +70,17 @@ void AppState::toggleTreeMode() {
     });
 }
 
+// A change of the tree under way is dropped with the tree; what waited for
+// it runs once the pane has nothing else to load.
 void AppState::leaveTreeMode(PaneSide side) {
+    const bool wasLoading = pane(side).treeLoad.has_value();
     cancelTreeLoad(side);
     pane(side).treeMode = false;
     pane(side).treeSession.reset();
     ++treeRevision;
+    if (wasLoading) {
+        finishLoading(side);
+    }
     notifyChanged();
 }
 

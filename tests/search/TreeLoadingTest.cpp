@@ -26,6 +26,7 @@ protected:
         dir.makeFile(QStringLiteral("Music/track.mp3"), "x");
         dir.makeFile(QStringLiteral("Photos/cat.png"), "x");
         preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+        preferences.setValue(QStringLiteral("alwaysPreviewMode"), true);
         state = std::make_unique<AppState>(preferences, executor);
         state->refreshAll();
         executor.runAll();
@@ -85,6 +86,17 @@ TEST_F(TreeLoadingTest, ATreeOpensWhenItsRowsComeAndTheStepsFollowThem) {
     EXPECT_EQ(fileNames(), QStringList{"track.mp3"});
     EXPECT_EQ(state->currentEntry()->id, "tree:" + at("Music"));
     EXPECT_EQ(state->treeRevision, revision + 3);
+
+    // Right on a folder without subfolders hands the keys to its files, and
+    // VIEWER follows the file cursor once that is done, not before.
+    state->selectTreeRow(PaneSide::left, 2);
+    executor.runAll();
+    state->treeStepRight();
+    EXPECT_FALSE(session().focusOnFiles);
+    EXPECT_NE(state->editorURL, at("Photos/cat.png"));
+    ASSERT_TRUE(executor.runNext());
+    EXPECT_TRUE(session().focusOnFiles);
+    EXPECT_EQ(state->editorURL, at("Photos/cat.png"));
 }
 
 TEST_F(TreeLoadingTest, ANewerLoadOfThePaneDropsTheOlder) {
