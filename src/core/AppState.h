@@ -118,13 +118,17 @@ public:
     // holds no keys and shows no loading line.
     void reloadPaneInBackground(PaneSide side);
     void refreshAll();
-    // Whether a listing the user asked for is under way on the side.
-    bool isListingPending(PaneSide side) const { return pane(side).listing.has_value(); }
-    // Esc while a pane lists: the listing is dropped with the keys held for
-    // it, and the pane stays as it was.
+    // Whether a listing the user asked for, or a change of the side's tree,
+    // is under way.
+    bool isListingPending(PaneSide side) const { return pane(side).isLoading(); }
+    // The count of items read that the side's loading line shows; none while
+    // no load has run long enough to show one.
+    std::optional<qsizetype> loadingLineCount(PaneSide side) const;
+    // Esc while a pane lists or its tree loads: the loads are dropped with the
+    // keys held for them, and the pane and its tree stay as they were.
     void cancelListing(PaneSide side);
-    // Runs then once the side's listing under way has completed, or at once
-    // when none is.
+    // Runs then once the side's listing and tree load under way have
+    // completed, or at once when none is.
     void whenListed(PaneSide side, std::function<void()> then);
     // A key for the active filer pane while it lists: Esc cancels the
     // listing, Tab and Q pass, any other key is held to run after the rows
@@ -572,8 +576,12 @@ private:
     void resolveStartupDirectory();
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
     void startListing(PaneSide side, PaneListing request);
-    void noteListingSlow(PaneSide side, const Background::Ticket& ticket);
+    void noteLoadSlow(PaneSide side, const Background::Ticket& ticket,
+                      PaneLoad* (*load)(PaneState&));
     void finishListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
+    // After a listing or a tree load: once neither runs on the side, the steps
+    // that waited for them run, then the keys held for the pane.
+    void finishLoading(PaneSide side);
     void completeOpenLocation(PaneSide side, const PaneListing& request,
                               Result<QList<FileEntry>, QString> rows);
     void replayHeldKeys(PaneSide side);
@@ -594,6 +602,19 @@ private:
 
     // Tree mode and bookmarks (search/TreeCommands.cpp, pickers/JumpDialogCommands.cpp).
     void noteTreeChanged();
+    // A change of a pane's tree that reads the disk (search/TreeLoadingCommands.cpp):
+    // step runs on a worker thread over a copy of base, and says whether it
+    // changed anything; apply takes the changed copy on the main thread,
+    // unless a newer load of the side or Esc came first.
+    using TreeStep = std::function<bool(TreeSession&, bool showHidden)>;
+    void loadTree(PaneSide side, const TreeSession& base, TreeStep step,
+                  std::function<void(TreeSession)> apply);
+    // The same over the side's own session, which then takes the copy's rows,
+    // files and cursors and tells the screen.
+    void loadPaneTree(PaneSide side, TreeStep step);
+    // The side's tree read anew from the disk, keeping its cursor and open folders.
+    void refreshPaneTree(PaneSide side);
+    void cancelTreeLoad(PaneSide side);
     void moveTreeCursorTo(PaneSide side, int index);
     int treeCursorIndex(PaneSide side) const;
     bool refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command);

@@ -42,6 +42,11 @@ void AppState::setLayoutMode(LayoutMode mode) {
 }
 
 void AppState::applyLayoutMode(LayoutMode mode) {
+    // A VIEWER load nobody sees any more is given up, with the archive tool
+    // it runs.
+    if (mode != LayoutMode::filerViewer && rightMode == RightPaneMode::viewer && isViewerLoading) {
+        clearViewer();
+    }
     layoutMode = mode;
     switch (mode) {
     case LayoutMode::filerViewer:

@@ -19,10 +19,23 @@
 class DirectoryWatcher;
 class TreeSession;
 
+// A load of what a pane shows, under way on a worker thread: how to stop it
+// and how far it got, for the loading line of a slow one.
+struct PaneLoad {
+    // Asked to stop when the load is superseded or cancelled.
+    std::stop_source stop;
+    // Items read so far, counted by the worker.
+    std::shared_ptr<std::atomic<qsizetype>> readCount = std::make_shared<std::atomic<qsizetype>>(0);
+    // Set once the load has run long enough to say so in the pane, with the
+    // count the pane shows.
+    bool showsLoadingLine = false;
+    qsizetype shownCount = 0;
+};
+
 // A listing of a pane under way on a worker thread. Until it completes the
 // pane shows its old rows; the completion applies the new ones and the steps
 // that follow them.
-struct PaneListing {
+struct PaneListing : PaneLoad {
     enum class Purpose {
         // The pane's own location read again; the cursor is kept by position.
         reload,
@@ -32,14 +45,15 @@ struct PaneListing {
     Purpose purpose = Purpose::reload;
     FilerLocation location;
     std::optional<QString> selectName;
-    // Asked to stop when the listing is superseded or cancelled.
-    std::stop_source stop;
-    // Items read so far, counted by the worker.
-    std::shared_ptr<std::atomic<qsizetype>> readCount = std::make_shared<std::atomic<qsizetype>>(0);
-    // Set once the listing has run long enough to say so in the pane, with
-    // the count the pane shows.
-    bool showsLoadingLine = false;
-    qsizetype shownCount = 0;
+};
+
+// A change of the pane's tree under way: the session's folders and files are
+// read on a worker thread into a copy of the session, and the tree on screen
+// stays as it was until the copy takes its place.
+struct TreeLoad : PaneLoad {
+    // The disk changed while the load ran: the tree is read again once the
+    // load's result is in place.
+    bool refreshAfter = false;
 };
 
 // Everything that exists once per filer pane: where it stands, its rows, its
@@ -68,9 +82,14 @@ struct PaneState {
     // drops it.
     std::optional<PaneListing> listing;
     Background::TicketCounter listings;
-    // Keys typed for the pane while it lists, run in order once it is done.
+    // The change of the tree under way, while it runs; a newer one or Esc
+    // drops it.
+    std::optional<TreeLoad> treeLoad;
+    Background::TicketCounter treeLoads;
+    // Keys typed for the pane while it lists or its tree loads, run in order
+    // once both are done.
     QList<KeyEvent> heldKeys;
-    // Steps that wait for the rows of the listing under way.
+    // Steps that wait for the listing and the tree load under way.
     std::vector<std::function<void()>> afterListing;
 
     // The rows the filter keeps, asked for many times per key by the commands
@@ -86,6 +105,15 @@ struct PaneState {
         QList<FileEntry> kept;
     };
     mutable FilterMemo filterMemo;
+
+    // The load under way that shows a loading line, the tree's first.
+    const PaneLoad* loadShowingLine() const {
+        if (treeLoad && treeLoad->showsLoadingLine) {
+            return &*treeLoad;
+        }
+        return listing && listing->showsLoadingLine ? &*listing : nullptr;
+    }
+    bool isLoading() const { return listing || treeLoad; }
 
     // A background reload asked for before these rows came would show an
     // older state of the folder: it is dropped.

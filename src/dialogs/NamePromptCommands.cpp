@@ -39,11 +39,11 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
     if (!side) {
         return;
     }
-    if (s.pane(*side).treeMode && s.pane(*side).treeSession) {
-        s.putTreeCursorOn(*side, path);
-        return;
-    }
     s.whenListed(*side, [&s, side = *side, path] {
+        if (s.pane(side).treeMode && s.pane(side).treeSession) {
+            s.putTreeCursorOn(side, path);
+            return;
+        }
         const QList<FileEntry> rows = s.visibleEntries(side);
         for (int index = 0; index < rows.size(); ++index) {
             if (PathUtils::standardizedPath(rows.at(index).url) == path) {

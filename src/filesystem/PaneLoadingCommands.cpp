@@ -1,6 +1,6 @@
 // Filling a pane: AppState::listLocation, reloadPane, reloadPaneInBackground,
 // refreshAll, and the listings under way that hold a pane's keys until their
-// rows come.
+// rows come (a tree's loads hold them too).
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
@@ -89,23 +89,32 @@ void AppState::startListing(PaneSide side, PaneListing request) {
     p.listing = std::move(request);
     Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
                     [this, side](Rows rows) { finishListing(side, std::move(rows)); });
+    const auto running = [](PaneState& p) -> PaneLoad* {
+        return p.listing ? &*p.listing : nullptr;
+    };
     m_executor.callLater(listingNoticeDelay, this,
-                         [this, side, ticket] { noteListingSlow(side, ticket); });
+                         [this, side, ticket, running] { noteLoadSlow(side, ticket, running); });
     notifyChanged();
 }
 
-// A listing still running after the delay shows its loading line, and the
+// A load still running after the delay shows its loading line, and the
 // count of items read is brought up to date until it completes.
-void AppState::noteListingSlow(PaneSide side, const Background::Ticket& ticket) {
-    std::optional<PaneListing>& listing = pane(side).listing;
-    if (!ticket.isCurrent() || !listing) {
+void AppState::noteLoadSlow(PaneSide side, const Background::Ticket& ticket,
+                            PaneLoad* (*running)(PaneState&)) {
+    PaneLoad* load = running(pane(side));
+    if (!ticket.isCurrent() || !load) {
         return;
     }
-    listing->showsLoadingLine = true;
-    listing->shownCount = listing->readCount->load(std::memory_order_relaxed);
+    load->showsLoadingLine = true;
+    load->shownCount = load->readCount->load(std::memory_order_relaxed);
     notifyChanged();
     m_executor.callLater(listingCountInterval, this,
-                         [this, side, ticket] { noteListingSlow(side, ticket); });
+                         [this, side, ticket, running] { noteLoadSlow(side, ticket, running); });
+}
+
+std::optional<qsizetype> AppState::loadingLineCount(PaneSide side) const {
+    const PaneLoad* load = pane(side).loadShowingLine();
+    return load ? std::optional<qsizetype>(load->shownCount) : std::nullopt;
 }
 
 void AppState::finishListing(PaneSide side, Rows rows) {
@@ -120,11 +129,18 @@ void AppState::finishListing(PaneSide side, Rows rows) {
     } else {
         showListing(side, std::move(rows));
     }
-    const std::vector<std::function<void()>> waiting = std::exchange(p.afterListing, {});
-    for (const auto& then : waiting) {
-        then();
+    finishLoading(side);
+}
+
+void AppState::finishLoading(PaneSide side) {
+    PaneState& p = pane(side);
+    if (!p.isLoading()) {
+        const std::vector<std::function<void()>> waiting = std::exchange(p.afterListing, {});
+        for (const auto& then : waiting) {
+            then();
+        }
+        replayHeldKeys(side);
     }
-    replayHeldKeys(side);
     notifyChanged();
 }
 
@@ -133,7 +149,7 @@ void AppState::finishListing(PaneSide side, Rows rows) {
 // listing of it. A focus moved meanwhile to the other side stays there.
 void AppState::replayHeldKeys(PaneSide side) {
     PaneState& p = pane(side);
-    while (!p.heldKeys.isEmpty() && !p.listing) {
+    while (!p.heldKeys.isEmpty() && !p.isLoading()) {
         const KeyEvent key = p.heldKeys.takeFirst();
         const PaneSide focusBefore = focusedSide;
         focusedSide = side;
@@ -146,19 +162,22 @@ void AppState::replayHeldKeys(PaneSide side) {
 
 void AppState::cancelListing(PaneSide side) {
     PaneState& p = pane(side);
-    if (!p.listing) {
+    if (!p.isLoading()) {
         return;
     }
-    p.listing->stop.request_stop();
-    p.listing.reset();
-    p.listings.dropAll();
+    if (p.listing) {
+        p.listing->stop.request_stop();
+        p.listing.reset();
+        p.listings.dropAll();
+    }
+    cancelTreeLoad(side);
     p.heldKeys.clear();
     p.afterListing.clear();
     notifyChanged();
 }
 
 void AppState::whenListed(PaneSide side, std::function<void()> then) {
-    if (!pane(side).listing) {
+    if (!pane(side).isLoading()) {
         then();
         return;
     }
@@ -167,7 +186,7 @@ void AppState::whenListed(PaneSide side, std::function<void()> then) {
 
 bool AppState::holdKeyWhileListing(const KeyEvent& event) {
     const auto side = activeFilerSide();
-    if (!side || !pane(*side).listing) {
+    if (!side || !pane(*side).isLoading()) {
         return false;
     }
     if (event.keyCode == KeyCode::escape) {

@@ -55,20 +55,32 @@ void AppState::toggleTreeMode() {
     const QString root = PathUtils::standardizedPath(startupDirectory);
     const QString folder = location.asDirectory()->url;
     const QString target = isAtOrBelow(folder, root) ? folder : root;
-    auto session = std::make_shared<TreeSession>(root, sortMode, showLocalizedNames);
-    session->expanded = TreeSession::expandedChain(root, target);
-    session->rebuildRows(showHiddenFiles);
-    session->select(target);
-    session->reloadFiles(showHiddenFiles);
-    pane(*side).treeSession = session;
-    pane(*side).treeMode = true;
-    noteTreeChanged();
+    TreeSession session(root, sortMode, showLocalizedNames);
+    session.expanded = TreeSession::expandedChain(root, target);
+    const TreeStep open = [target](TreeSession& copy, bool showHidden) {
+        copy.rebuildRows(showHidden);
+        copy.select(target);
+        copy.reloadFiles(showHidden);
+        return true;
+    };
+    loadTree(*side, session, open, [this, side = *side](TreeSession opened) {
+        pane(side).treeSession = std::make_shared<TreeSession>(std::move(opened));
+        pane(side).treeMode = true;
+        noteTreeChanged();
+    });
 }
 
+// A change of the tree under way is dropped with the tree; what waited for
+// it runs once the pane has nothing else to load.
 void AppState::leaveTreeMode(PaneSide side) {
+    const bool wasLoading = pane(side).treeLoad.has_value();
+    cancelTreeLoad(side);
     pane(side).treeMode = false;
     pane(side).treeSession.reset();
     ++treeRevision;
+    if (wasLoading) {
+        finishLoading(side);
+    }
     notifyChanged();
 }
 
@@ -125,11 +137,15 @@ void AppState::moveTreeCursorTo(PaneSide side, int index) {
     }
     if (session->focusOnFiles) {
         session->fileSelection = clampedIndex(index, visibleTreeFiles(session->files).size());
-    } else {
-        session->selectedRowIndex = clampedIndex(index, session->rows.size());
-        session->reloadFiles(showHiddenFiles);
+        noteTreeChanged();
+        return;
     }
-    noteTreeChanged();
+    const int row = clampedIndex(index, session->rows.size());
+    loadPaneTree(side, [row](TreeSession& copy, bool showHidden) {
+        copy.selectedRowIndex = row;
+        copy.reloadFiles(showHidden);
+        return true;
+    });
 }
 
 int AppState::treeCursorIndex(PaneSide side) const {
@@ -166,22 +182,35 @@ void AppState::treePage(int direction) {
 
 void AppState::treeStepLeft() {
     const auto side = activeFilerSide();
-    if (const auto session = side ? pane(*side).treeSession : nullptr) {
+    const auto session = side ? pane(*side).treeSession : nullptr;
+    if (!session) {
+        return;
+    }
+    // Back from the file list touches no disk.
+    if (session->focusOnFiles) {
         session->collapseSelected(showHiddenFiles);
         noteTreeChanged();
+        return;
     }
+    loadPaneTree(*side, [](TreeSession& copy, bool showHidden) {
+        copy.collapseSelected(showHidden);
+        return true;
+    });
 }
 
 // An unreadable folder is never opened, nor its (empty) file list entered.
 void AppState::treeStepRight() {
     const auto side = activeFilerSide();
-    const auto session = side ? pane(*side).treeSession : nullptr;
-    if (!session ||
-        !FileSystemService::accessRights(session->selectedPath(), true, false).readable) {
+    if (!side || !pane(*side).treeSession) {
         return;
     }
-    session->expandSelected(showHiddenFiles);
-    noteTreeChanged();
+    loadPaneTree(*side, [](TreeSession& copy, bool showHidden) {
+        if (!FileSystemService::accessRights(copy.selectedPath(), true, false).readable) {
+            return false;
+        }
+        copy.expandSelected(showHidden);
+        return true;
+    });
 }
 
 void AppState::selectTreeRow(PaneSide side, int index) {
@@ -189,10 +218,12 @@ void AppState::selectTreeRow(PaneSide side, int index) {
     if (!session || index < 0 || index >= session->rows.size()) {
         return;
     }
-    session->selectedRowIndex = index;
-    session->focusOnFiles = false;
-    session->reloadFiles(showHiddenFiles);
-    noteTreeChanged();
+    loadPaneTree(side, [index](TreeSession& copy, bool showHidden) {
+        copy.selectedRowIndex = index;
+        copy.focusOnFiles = false;
+        copy.reloadFiles(showHidden);
+        return true;
+    });
 }
 
 void AppState::selectTreeFile(PaneSide side, int index) {
@@ -223,10 +254,7 @@ void AppState::putTreeCursorOn(PaneSide side, const QString& path) {
     }
     for (int index = 0; index < session->rows.size(); ++index) {
         if (session->rows.at(index).path == path) {
-            session->selectedRowIndex = index;
-            session->focusOnFiles = false;
-            session->reloadFiles(showHiddenFiles);
-            noteTreeChanged();
+            selectTreeRow(side, index);
             return;
         }
     }
@@ -236,18 +264,17 @@ void AppState::putTreeCursorOn(PaneSide side, const QString& path) {
 // After file work or a change of a setting: every open tree is listed anew
 // with the current hidden-files setting. A session keeps the order it was
 // entered with, so a new sort mode or name setting leaves its lists alone.
+// The search folder box is a short list of its own and is read at once.
 void AppState::refreshTreeSessions() {
-    for (const auto& session : {pane(PaneSide::left).treeSession, pane(PaneSide::right).treeSession,
-                                searchTreeBox.session}) {
-        if (!session) {
-            continue;
-        }
+    refreshPaneTree(PaneSide::left);
+    refreshPaneTree(PaneSide::right);
+    if (const auto& session = searchTreeBox.session) {
         session->forgetSubfolderAnswers();
         session->rebuildRows(showHiddenFiles);
         session->reloadFiles(showHiddenFiles);
+        askTreeSubfolders();
+        ++treeRevision;
     }
-    askTreeSubfolders();
-    ++treeRevision;
     notifyChanged();
 }
 

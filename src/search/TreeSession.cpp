@@ -43,7 +43,8 @@ const TreeRow* TreeSession::selectedRow() const {
     return &rows.at(selectedRowIndex);
 }
 
-QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, bool) {
+QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, bool,
+                                        const FileSystemService::ListingControl& control) {
     // On Linux the display name is the name, so both sort keys are the same.
     const QByteArray base = QFile::encodeName(PathUtils::standardizedPath(folder));
     DIR* dir = ::opendir(base.constData());
@@ -52,6 +53,12 @@ QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, 
     }
     std::vector<std::pair<QCollatorSortKey, QString>> found;
     while (const struct dirent* item = ::readdir(dir)) {
+        if (control.readCount) {
+            control.readCount->fetch_add(1, std::memory_order_relaxed);
+        }
+        if (control.stop.stop_requested()) {
+            break;
+        }
         const char* raw = item->d_name;
         if (raw[0] == '.' && (!showHidden || raw[1] == 0 || (raw[1] == '.' && raw[2] == 0))) {
             continue;
@@ -167,8 +174,8 @@ TreeRow TreeSession::makeRow(const QString& path, int depth, const QList<bool>& 
 
 void TreeSession::appendChildren(const QString& parent, int depth, const QList<bool>& ancestors,
                                  bool showHidden) {
-    const QStringList children = listSubfolders(parent, showHidden, sortByLocalizedName);
-    for (qsizetype i = 0; i < children.size(); ++i) {
+    const QStringList children = listSubfolders(parent, showHidden, sortByLocalizedName, m_control);
+    for (qsizetype i = 0; i < children.size() && !m_control.stop.stop_requested(); ++i) {
         const TreeRow row = makeRow(children[i], depth, ancestors);
         rows.append(row);
         if (row.isExpanded) {
@@ -199,8 +206,13 @@ void TreeSession::rebuildRows(bool showHidden) {
 
 void TreeSession::reloadFiles(bool showHidden) {
     files.clear();
-    auto listed =
-        FileSystemService::listDirectory(selectedPath(), showHidden, sortMode, sortByLocalizedName);
+    // The files are counted once listed: the listing itself counts from 0.
+    std::atomic<qsizetype> filesRead = 0;
+    auto listed = FileSystemService::listDirectory(
+        selectedPath(), showHidden, sortMode, sortByLocalizedName, {m_control.stop, &filesRead});
+    if (m_control.readCount) {
+        m_control.readCount->fetch_add(filesRead.load(), std::memory_order_relaxed);
+    }
     if (listed.ok()) {
         for (const FileEntry& entry : listed.value()) {
             if (!entry.isParent && !entry.isDirectory) {
@@ -259,7 +271,43 @@ void TreeSession::collapseSelected(bool showHidden) {
 }
 
 FileEntry TreeSession::selectedFolderEntry() const {
-    const QString path = selectedPath();
+    if (m_selectedFolder && m_selectedFolder->url == selectedPath()) {
+        return *m_selectedFolder;
+    }
+    return readFolderEntry(selectedPath());
+}
+
+void TreeSession::readSelectedFolder() {
+    m_selectedFolder = readFolderEntry(selectedPath());
+}
+
+void TreeSession::setListingControl(const FileSystemService::ListingControl& control) {
+    m_control = control;
+}
+
+void TreeSession::adopt(TreeSession&& changed) {
+    expanded = std::move(changed.expanded);
+    rows = std::move(changed.rows);
+    selectedRowIndex = changed.selectedRowIndex;
+    files = std::move(changed.files);
+    fileSelection = changed.fileSelection;
+    focusOnFiles = changed.focusOnFiles;
+    m_selectedFolder = std::move(changed.m_selectedFolder);
+    if (changed.m_answersShowHidden != m_answersShowHidden) {
+        // The copy was rebuilt for the other choice of hidden folders: the
+        // answers known here are for the old one.
+        m_subfolderAnswers = std::move(changed.m_subfolderAnswers);
+        m_formerAnswers = std::move(changed.m_formerAnswers);
+        m_subfolderQuestions = std::move(changed.m_subfolderQuestions);
+        m_answersShowHidden = changed.m_answersShowHidden;
+    }
+    for (TreeRow& row : rows) {
+        row.hasChildren =
+            m_subfolderAnswers.value(row.path, m_formerAnswers.value(row.path, row.hasChildren));
+    }
+}
+
+FileEntry TreeSession::readFolderEntry(const QString& path) {
     FileEntry entry;
     entry.id = QStringLiteral("tree:") + path;
     entry.name = PathUtils::lastPathComponent(path);

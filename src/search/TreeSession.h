@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Model.h"
+#include "filesystem/FileSystemService.h"
 
 #include <QHash>
 #include <QList>
@@ -9,6 +10,7 @@
 #include <QStringList>
 
 #include <functional>
+#include <optional>
 
 // One visible folder of a tree.
 struct TreeRow {
@@ -29,10 +31,11 @@ struct TreeRow {
 
 // What one pane in tree mode (or the search folder box) holds: the folder
 // tree flattened into rows, the cursor on it, and the plain files of the
-// folder under that cursor with their own cursor. The rows and files are
-// listed at once; whether a row's folder has subfolders (its ">") is asked
-// of a worker thread, kept until the tree is refreshed, and shown when the
-// answer comes.
+// folder under that cursor with their own cursor. A pane's tree is changed
+// on a copy of its session on a worker thread, which lists the rows and
+// files, and the copy is adopted on the main thread; whether a row's folder
+// has subfolders (its ">") is asked of a worker thread too, kept until the
+// tree is refreshed, and shown when the answer comes.
 class TreeSession {
 public:
     TreeSession(const QString& root, FilerSortMode sortMode, bool sortByLocalizedName);
@@ -54,8 +57,19 @@ public:
     // Back from the file list first; then closes the row (forgetting what was
     // open below it), or goes to its parent row.
     void collapseSelected(bool showHidden);
-    // The folder under the cursor as a pane row ("tree:" identity).
+    // The folder under the cursor as a pane row ("tree:" identity): as read
+    // by readSelectedFolder when that was for the same folder, else read now.
     FileEntry selectedFolderEntry() const;
+    // Reads the folder under the cursor for selectedFolderEntry, so that the
+    // main thread need not.
+    void readSelectedFolder();
+    // Lets a copy on a worker thread stop its listings early and count the
+    // items it reads; a stopped copy's lists are incomplete.
+    void setListingControl(const FileSystemService::ListingControl& control);
+    // Takes the rows, files, cursors and open folders of a copy that was
+    // changed on a worker thread. The subfolder answers that came meanwhile
+    // stay, and the adopted rows show them.
+    void adopt(TreeSession&& changed);
 
     // The root and every folder above the target up to the root, the target
     // itself not included; just the root for a target outside it.
@@ -63,7 +77,8 @@ public:
     // The subfolders of a folder in natural order, links not followed; hidden
     // ones (a name that begins with ".") only when asked.
     static QStringList listSubfolders(const QString& folder, bool showHidden,
-                                      bool sortByLocalizedName);
+                                      bool sortByLocalizedName,
+                                      const FileSystemService::ListingControl& control = {});
     // Whether the folder holds a visible subfolder; stops at the first one.
     // Any thread; a folder that can't be read has none.
     static bool hasVisibleSubfolder(const QString& folder, bool showHidden);
@@ -102,7 +117,10 @@ private:
     QHash<QString, bool> m_formerAnswers;
     QSet<QString> m_subfolderQuestions;
     bool m_answersShowHidden = false;
+    std::optional<FileEntry> m_selectedFolder;
+    FileSystemService::ListingControl m_control;
 
+    static FileEntry readFolderEntry(const QString& path);
     TreeRow makeRow(const QString& path, int depth, const QList<bool>& ancestors) const;
     void appendChildren(const QString& parent, int depth, const QList<bool>& ancestors,
                         bool showHidden);

@@ -120,16 +120,15 @@ private:
 
     // A slow listing says so at the foot of the rows it has not yet replaced.
     void paintLoadingLine(QPainter& painter) {
-        const std::optional<PaneListing>& listing = m_state.pane(m_side).listing;
-        if (!listing || !listing->showsLoadingLine) {
+        const std::optional<qsizetype> count = m_state.loadingLineCount(m_side);
+        if (!count) {
             return;
         }
         const double height = rowHeight();
         const QRectF band(0, viewport()->height() - height, viewport()->width(), height);
         painter.fillRect(band, EntryColors::overNavy(Palette::cursorFill(), 0.45));
         m_text.draw(painter, band.adjusted(kRowPadding, 0, -kRowPadding, 0),
-                    EntryDisplay::loadingLine(listing->shownCount), Palette::titleText(),
-                    Qt::AlignLeft);
+                    EntryDisplay::loadingLine(*count), Palette::titleText(), Qt::AlignLeft);
     }
     double rowHeight() const { return m_text.lineHeight() + 4; }
     double scrollOffset() const {

@@ -193,6 +193,68 @@ private:
     int m_centredCursor = -1;
 };
 
+// The line a slow load of the tree shows across the foot of both lists,
+// which stay as they were until it completes.
+class TreeLoadingBand : public QWidget {
+public:
+    TreeLoadingBand(AppState& state, PaneSide side, QWidget* parent)
+        : QWidget(parent)
+        , m_state(state)
+        , m_side(side) {
+        setAttribute(Qt::WA_TransparentForMouseEvents);
+    }
+
+    // Shown while there is a count to show.
+    void sync() {
+        m_text = ScreenText(ScreenFont::font(m_state.uiFontSize));
+        m_count = m_state.loadingLineCount(m_side);
+        place();
+        setVisible(m_count.has_value());
+        raise();
+        update();
+    }
+
+    // Over the foot of the lists, across both.
+    void place() {
+        const QRect body = parentWidget()->rect();
+        const int height = int(std::ceil(m_text.lineHeight() + 2 * kRowPadV));
+        setGeometry(0, body.bottom() + 1 - height, body.width(), height);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        if (!m_count) {
+            return;
+        }
+        QPainter painter(this);
+        painter.fillRect(rect(), EntryColors::overNavy(Palette::cursorFill(), 0.45));
+        const QRectF inner = QRectF(rect()).adjusted(kRowPadH, 0, -kRowPadH, 0);
+        m_text.draw(painter, inner, EntryDisplay::loadingLine(*m_count), Palette::titleText(),
+                    Qt::AlignLeft);
+    }
+
+private:
+    AppState& m_state;
+    PaneSide m_side;
+    ScreenText m_text{ScreenFont::font(13)};
+    std::optional<qsizetype> m_count;
+};
+
+// The two lists side by side, with the loading band over their foot.
+class TreeBody : public QWidget {
+public:
+    using QWidget::QWidget;
+    TreeLoadingBand* band = nullptr;
+
+protected:
+    void resizeEvent(QResizeEvent* event) override {
+        QWidget::resizeEvent(event);
+        if (band) {
+            band->place();
+        }
+    }
+};
+
 TreeFilerPaneView::TreeFilerPaneView(AppState& state, PaneSide side, QWidget* parent)
     : QWidget(parent)
     , m_state(state)
@@ -200,15 +262,19 @@ TreeFilerPaneView::TreeFilerPaneView(AppState& state, PaneSide side, QWidget* pa
     setFocusPolicy(Qt::NoFocus);
     auto* column = new QVBoxLayout(this);
     column->setSpacing(0);
-    auto* row = new QHBoxLayout;
+    auto* body = new TreeBody(this);
+    auto* row = new QHBoxLayout(body);
+    row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(0);
-    m_tree = new TreeColumnList(state, side, TreeColumnList::Kind::tree, this);
-    m_files = new TreeColumnList(state, side, TreeColumnList::Kind::files, this);
+    m_tree = new TreeColumnList(state, side, TreeColumnList::Kind::tree, body);
+    m_files = new TreeColumnList(state, side, TreeColumnList::Kind::files, body);
     row->addWidget(m_tree, 1);
     row->addWidget(m_files, 1);
-    column->addLayout(row, 1);
+    column->addWidget(body, 1);
     m_filterBar = new FilterBar(state, side, this);
     column->addWidget(m_filterBar);
+    m_loadingBand = new TreeLoadingBand(state, side, body);
+    body->band = m_loadingBand;
     connect(&m_state, &AppState::changed, this, &TreeFilerPaneView::refreshFromState);
     refreshFromState();
 }
@@ -248,6 +314,7 @@ void TreeFilerPaneView::refreshFromState() {
     m_tree->sync();
     m_files->sync();
     m_filterBar->sync();
+    m_loadingBand->sync();
     update();
 }
 

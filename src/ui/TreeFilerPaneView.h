@@ -7,6 +7,7 @@
 class AppState;
 class FilterBar;
 class TreeColumnList;
+class TreeLoadingBand;
 
 // A pane in tree mode: the TREE header, then the folder tree on the left and
 // the files of the folder under the tree cursor on the right, and the filter
@@ -41,5 +42,6 @@ private:
     TreeColumnList* m_tree = nullptr;
     TreeColumnList* m_files = nullptr;
     FilterBar* m_filterBar = nullptr;
+    TreeLoadingBand* m_loadingBand = nullptr;
     double m_fontSize = 0;
 };

@@ -243,6 +243,7 @@ TEST_F(GalleryTest, InTreeModeTheGridShowsTheTreesFilesAndMovesItsFileCursor) {
     dir.makeFile(QStringLiteral("b.txt"));
     dir.makeFile(QStringLiteral("c.png"), pngBytes());
     makeState().toggleTreeMode();
+    waitForListings(*state);
     ASSERT_TRUE(state->pane(PaneSide::left).treeMode);
     state->enterGalleryLayout();
     waitForListings(*state);

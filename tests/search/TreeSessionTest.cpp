@@ -185,6 +185,7 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     EXPECT_TRUE(entry->isDirectory);
     // Esc returns to the folder shown before; T goes to the tree's folder.
     state->moveTreeSelection(-1);
+    waitForListings(*state);
     state->exitTreeModeByEsc();
     EXPECT_FALSE(state->pane(PaneSide::left).treeSession);
     EXPECT_EQ(state->pane(PaneSide::left).location,
@@ -192,6 +193,7 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     state->toggleTreeMode();
     waitForListings(*state);
     state->moveTreeSelection(-1);
+    waitForListings(*state);
     state->toggleTreeMode();
     waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
@@ -215,13 +217,18 @@ TEST_F(TreeModeTest, FileListKeysAndEnter) {
     waitForListings(*state);
     ASSERT_TRUE(QTest::qWaitFor([&] { return session().selectedRow()->hasChildren; }, 5000));
     state->treeStepRight(); // opens Music
+    waitForListings(*state);
     state->treeStepRight(); // Music is open: into its files
+    waitForListings(*state);
     EXPECT_TRUE(session().focusOnFiles);
     EXPECT_EQ(state->currentEntry()->name, "track.mp3");
     state->treeToggleTagAtCursor(PaneSide::left);
+    waitForListings(*state);
     EXPECT_TRUE(state->taggedKeys.contains(dir.filePath("Music/track.mp3")));
     state->treeStepLeft();
+    waitForListings(*state);
     state->treeSelectLast();
+    waitForListings(*state);
     EXPECT_EQ(session().selectedPath(), dir.filePath("Work10"));
     EXPECT_TRUE(session().files.isEmpty());
     // A new folder goes into the folder under the tree cursor, not the
@@ -270,6 +277,7 @@ TEST_F(TreeSessionTest, SubfolderMarksAreFilledInByTheWorker) {
     state.reloadPane(PaneSide::left, false);
     executor.runAll();
     state.toggleTreeMode();
+    ASSERT_TRUE(executor.runNext()); // the tree's rows
     const auto& session = *state.pane(PaneSide::left).treeSession;
     EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music", " +--Photos"}));
     EXPECT_EQ(executor.nextPool(), Background::Pool::diskRead);
@@ -280,6 +288,7 @@ TEST_F(TreeSessionTest, SubfolderMarksAreFilledInByTheWorker) {
 
     dir.makeFolder("Photos/2024");
     state.refreshTreeSessions();
+    ASSERT_TRUE(executor.runNext()); // the rows read anew
     EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music>", " +--Photos"}));
     executor.runAll();
     EXPECT_EQ(texts(session).mid(1, 2), (QStringList{" +--Music>", " +--Photos>"}));
@@ -316,6 +325,7 @@ TEST_F(TreeModeTest, ASessionKeepsItsSortAndTheFilterKeepsOnlyRowsThatPassIt) {
     const QStringList byName = names();
     ASSERT_EQ(byName, QStringList({"b-small.mp3", "c-big.mp3", "track.mp3"}));
     state->applySortMode(FilerSortMode::size);
+    waitForListings(*state);
     EXPECT_EQ(session().sortMode, FilerSortMode::name);
     EXPECT_EQ(names(), byName);
 
@@ -335,9 +345,11 @@ TEST_F(TreeModeTest, ANewOrRenamedItemTakesTheCursorOfItsList) {
     waitForListings(*state);
     ASSERT_TRUE(QTest::qWaitFor([&] { return session().selectedRow()->hasChildren; }, 5000));
     state->treeStepRight(); // Music opens: its subfolders are rows
+    waitForListings(*state);
     state->openCreateItemPrompt(CreateItemKind::file);
     state->createItemPrompt.name = "new.txt";
     state->commitCreateItem();
+    waitForListings(*state);
     EXPECT_TRUE(session().focusOnFiles);
     EXPECT_EQ(state->currentEntry()->name, "new.txt");
 
@@ -346,20 +358,24 @@ TEST_F(TreeModeTest, ANewOrRenamedItemTakesTheCursorOfItsList) {
     state->openRenamePrompt();
     state->renamePrompt.name = "a-first.mp3";
     state->commitRename();
+    waitForListings(*state);
     EXPECT_EQ(state->currentEntry()->name, "a-first.mp3");
     EXPECT_EQ(session().fileSelection, 0);
 
     state->treeStepLeft(); // back to the tree, on Music
+    waitForListings(*state);
     ASSERT_FALSE(session().focusOnFiles);
     state->openCreateItemPrompt(CreateItemKind::folder);
     state->createItemPrompt.name = "Blues";
     state->commitCreateItem();
+    waitForListings(*state);
     EXPECT_FALSE(session().focusOnFiles);
     EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Blues"));
 
     state->openRenamePrompt();
     state->renamePrompt.name = "Soul";
     state->commitRename();
+    waitForListings(*state);
     EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Soul"));
 }
 

@@ -6,9 +6,9 @@
 #include <QEventLoop>
 #include <QTimer>
 
-// Turns the event loop until neither pane of the state has a listing under
-// way, so a test can read the rows a command asked for. Gives up after
-// timeoutMs; false then.
+// Turns the event loop until neither pane of the state has a listing or a
+// change of its tree under way, so a test can read the rows a command asked
+// for. Gives up after timeoutMs; false then.
 inline bool waitForListings(const AppState& state, int timeoutMs = 10000) {
     const auto pending = [&state] {
         return state.isListingPending(PaneSide::left) || state.isListingPending(PaneSide::right);
@@ -26,7 +26,7 @@ inline bool waitForListings(const AppState& state, int timeoutMs = 10000) {
 }
 
 // The same for a state whose work the test steps by hand: waiting work runs,
-// oldest first, until no listing is under way.
+// oldest first, until no listing or tree load is under way.
 inline bool waitForListings(const AppState& state, Background::ManualExecutor& executor) {
     const auto pending = [&state] {
         return state.isListingPending(PaneSide::left) || state.isListingPending(PaneSide::right);

@@ -85,6 +85,7 @@ TEST_F(PaneScrollingTest, ATreeOpensWithItsFirstRowsInSight) {
                         PaneSide::left, std::nullopt);
     waitForListings(*state);
     state->toggleTreeMode();
+    waitForListings(*state);
     ASSERT_EQ(state->pane(PaneSide::left).treeSession->selectedRowIndex, 9);
     TreeFilerPaneView view(*state, PaneSide::left);
     view.resize(640, 600);

@@ -153,6 +153,7 @@ TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys
 
     // Right on the open root row hands the keys to its file list.
     state->treeStepRight();
+    waitForListings(*state);
     image = grab(view);
     const QColor dimmed = blended(Palette::cursorFill(), 0.35, Palette::paneBackground());
     EXPECT_GT(fillIn(image, view.treeRowRect(0), dimmed), root.height() * 20);
@@ -161,6 +162,7 @@ TEST_F(SearchViewsTest, TheTreePaneDrawsBranchesAndTheCursorOfTheListWithTheKeys
 
 TEST_F(SearchViewsTest, TheTreePaneFilterBarTakesTheKeyboardAndNarrowsBothLists) {
     state->toggleTreeMode();
+    waitForListings(*state);
     TreeFilerPaneView view(*state, PaneSide::left);
     view.resize(640, 400);
     view.show();
