@@ -5,17 +5,15 @@
 // Esc or to a newer load of the same pane.
 #include "core/AppState.h"
 
-#include "filesystem/FileAccessMemory.h"
 #include "search/TreeSession.h"
 
 namespace {
 
-// What a worker brings back: the changed copy, whether the step changed
-// anything at all, and the rights it met made ready for the store.
+// What a worker brings back: the changed copy and whether the step changed
+// anything at all.
 struct LoadedTree {
     TreeSession session;
     bool changed = false;
-    std::optional<FileAccessMemory::Snapshot> memory;
 };
 
 PaneLoad* runningTreeLoad(PaneState& p) {
@@ -38,13 +36,10 @@ void AppState::loadTree(PaneSide side, const TreeSession& base, TreeStep step,
         const bool changed = step(session, showHidden);
         session.readSelectedFolder();
         session.setListingControl({});
-        return LoadedTree{std::move(session), changed, FileAccessMemory::snapshot()};
+        return LoadedTree{std::move(session), changed};
     };
     Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
                     [this, side, apply = std::move(apply)](LoadedTree loaded) {
-                        if (loaded.memory) {
-                            FileAccessMemory::store(*loaded.memory);
-                        }
                         std::optional<TreeLoad>& load = pane(side).treeLoad;
                         if (!load) {
                             return;
