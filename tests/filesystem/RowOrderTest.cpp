@@ -12,12 +12,13 @@ namespace {
 FileEntry row(const QString& name, bool isDirectory = false, std::optional<int64_t> size = {},
               std::optional<qint64> secs = {}) {
     FileEntry entry;
-    entry.id = QStringLiteral("/x/") + name;
-    entry.name = entry.localizedName = name;
+    entry.setId(QStringLiteral("/x/") + name);
+    entry.name = name;
+    entry.setLocalizedName(entry.name);
     entry.isDirectory = isDirectory;
     entry.size = size;
     if (secs) {
-        entry.modificationDate = QDateTime::fromSecsSinceEpoch(*secs, Qt::UTC);
+        entry.setModificationDate(QDateTime::fromSecsSinceEpoch(*secs, Qt::UTC));
     }
     return entry;
 }
@@ -92,7 +93,7 @@ TEST(RowOrderTest, EqualNamesDoNotPrecedeAndLocalizedNamesSortWhenAsked) {
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(upper, lower, false));
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(lower, upper, false));
     FileEntry first = row("zeta"), second = row("alpha");
-    first.localizedName = QStringLiteral("aaa");
+    first.setLocalizedName(QStringLiteral("aaa"));
     EXPECT_TRUE(FileSystemService::sortNamePrecedes(first, second, true));
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(first, second, false));
 }
