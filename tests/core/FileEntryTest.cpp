@@ -110,6 +110,9 @@ TEST(NameBlockTest, NamesShareTheBlockYetChangeAloneAndOutliveIt) {
         second = block.add(u"defg");
         // Only three characters and a NUL are left: this one gets its own.
         third = block.add(u"hijkl");
+        // The names hold the block as well as the block itself does.
+        EXPECT_FALSE(first.isDetached() || second.isDetached());
+        EXPECT_TRUE(third.isDetached());
     }
     EXPECT_EQ(first, "abc");
     EXPECT_EQ(second, "defg");
