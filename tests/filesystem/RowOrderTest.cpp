@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -85,6 +87,26 @@ TEST(RowOrderTest, SortedListAgreesWithEntryPrecedesPairwise) {
             EXPECT_FALSE(FileSystemService::entryPrecedes(sorted[i + 1], sorted[i], mode, false))
                 << sorted[i].name.toStdString() << " / " << sorted[i + 1].name.toStdString();
         }
+    }
+}
+
+TEST(RowOrderTest, ALargeListSortsAsOneStableSortByEntryPrecedesWould) {
+    // Enough rows to be sorted in two halves at once; names repeat, so that
+    // rows the order finds equal must keep the order they came in.
+    QList<FileEntry> rows;
+    for (int i = 0; i < 6000; ++i) {
+        FileEntry entry = row(QStringLiteral("f%1").arg(i % 1500), i % 97 == 0, i % 7, i % 11);
+        entry.setId(QString::number(i));
+        rows.append(entry);
+    }
+    for (auto mode : {FilerSortMode::name, FilerSortMode::timestamp, FilerSortMode::size}) {
+        QList<FileEntry> expected = rows;
+        std::stable_sort(expected.begin(), expected.end(), [mode](const auto& a, const auto& b) {
+            return FileSystemService::entryPrecedes(a, b, mode, false);
+        });
+        QList<FileEntry> sorted = rows;
+        FileSystemService::sortEntries(sorted, mode, false);
+        ASSERT_EQ(sorted, expected) << rawValue(mode).toStdString();
     }
 }
 
