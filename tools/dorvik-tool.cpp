@@ -45,6 +45,7 @@ int failWith(const QString& message) {
 int usage() {
     return failWith(
         QStringLiteral("usage: dorvik-tool list DIR [--hidden] [--sort name|timestamp|size]\n"
+                       "                         [--times N]\n"
                        "       dorvik-tool decode FILE [--truncated]\n"
                        "       dorvik-tool encode LABEL < UTF-8 text\n"
                        "       dorvik-tool archive-list ARCHIVE\n"
@@ -94,17 +95,26 @@ QString isoDate(const QDateTime& date) {
     return *found;
 }
 
+// True when the text is plain ASCII that JSON takes as it stands.
+bool isPlainJsonText(const QString& text) {
+    return std::all_of(text.begin(), text.end(), [](QChar c) {
+        return c.unicode() >= 0x20 && c.unicode() < 0x80 && c != u'"' && c != u'\\';
+    });
+}
+
 // A JSON string: quotes, backslashes and control characters escaped.
 void appendJsonString(QByteArray& out, const QString& text) {
     out.append('"');
-    const QByteArray utf8 = text.toUtf8();
-    // Most texts need no escape and go out in one piece.
-    if (std::none_of(utf8.begin(), utf8.end(),
-                     [](char c) { return c == '"' || c == '\\' || uchar(c) < 0x20; })) {
-        out.append(utf8).append('"');
+    // Most names are plain: they are copied without a UTF-8 text of their own.
+    if (isPlainJsonText(text)) {
+        const qsizetype start = out.size();
+        out.resize(start + text.size());
+        std::transform(text.begin(), text.end(), out.data() + start,
+                       [](QChar c) { return char(c.unicode()); });
+        out.append('"');
         return;
     }
-    for (const char c : utf8) {
+    for (const char c : text.toUtf8()) {
         if (c == '"' || c == '\\') {
             out.append('\\').append(c);
         } else if (uchar(c) < 0x20) {
@@ -139,7 +149,7 @@ void appendFlag(QByteArray& out, const char* name, bool value) {
 // A listing row as JSON, written by hand for the same reason.
 void appendListLine(QByteArray& out, const FileEntry& entry) {
     out.append("{\"id\":");
-    appendJsonString(out, entry.id);
+    appendJsonString(out, entry.id());
     out.append(",\"name\":");
     appendJsonString(out, entry.name);
     appendFlag(out, "isDirectory", entry.isDirectory);
@@ -149,7 +159,7 @@ void appendListLine(QByteArray& out, const FileEntry& entry) {
     out.append(",\"size\":");
     out.append(entry.size ? QByteArray::number(qint64(*entry.size)) : QByteArray("null"));
     out.append(",\"permissionMode\":");
-    appendJsonString(out, entry.permissionMode);
+    appendJsonString(out, entry.permissionMode());
     appendFlag(out, "readable", entry.isReadable);
     appendFlag(out, "writable", entry.isWritable);
     out.append("}\n");
@@ -159,9 +169,14 @@ int listCommand(const QStringList& args) {
     QString folder;
     bool showHidden = false;
     FilerSortMode sort = FilerSortMode::name;
+    // Listing more than once shows what a repeat listing costs, with the
+    // rights memory already holding every item.
+    int times = 1;
     for (qsizetype i = 0; i < args.size(); ++i) {
         if (args[i] == QLatin1String("--hidden")) {
             showHidden = true;
+        } else if (args[i] == QLatin1String("--times") && i + 1 < args.size()) {
+            times = std::max(1, args[++i].toInt());
         } else if (args[i] == QLatin1String("--sort") && i + 1 < args.size()) {
             const auto mode = sortModeFromRaw(args[++i]);
             if (!mode) {
@@ -178,6 +193,9 @@ int listCommand(const QStringList& args) {
         return usage();
     }
     auto rows = FileSystemService::listDirectory(folder, showHidden, sort, true);
+    for (int i = 1; i < times && rows; ++i) {
+        rows = FileSystemService::listDirectory(folder, showHidden, sort, true);
+    }
     if (!rows) {
         return failWith(rows.error().description());
     }
@@ -226,12 +244,12 @@ int archiveCatCommand(const QStringList& args) {
 }
 
 QJsonObject archiveRow(const FileEntry& entry) {
-    return {{"id", entry.id},
+    return {{"id", entry.id()},
             {"name", entry.name},
             {"isDirectory", entry.isDirectory},
             {"isParent", entry.isParent},
             {"size", entry.size ? QJsonValue(double(*entry.size)) : QJsonValue()},
-            {"permissionMode", entry.permissionMode}};
+            {"permissionMode", entry.permissionMode()}};
 }
 
 // The rows a pane shows inside an archive, sorted by name.

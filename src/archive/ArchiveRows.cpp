@@ -15,37 +15,41 @@ const QString kUnknownAccount = QStringLiteral("-");
 FileEntry parentRow(const QString& archive, const QString& prefix,
                     const std::optional<QDateTime>& archiveDate) {
     FileEntry row;
-    row.id = parentRowId(archive, prefix);
-    row.name = row.localizedName = QStringLiteral("..");
-    row.url = archive;
+    row.setId(parentRowId(archive, prefix));
+    row.name = QStringLiteral("..");
+    row.setLocalizedName(row.name);
+    row.setUrl(archive);
     row.isDirectory = row.isParent = true;
-    row.zipArchiveURL = archive;
+    row.setZipArchiveURL(archive);
     if (!prefix.isEmpty()) {
-        row.zipEntryPath = prefix;
+        row.setZipEntryPath(prefix);
     }
-    row.modificationDate = archiveDate;
+    row.setModificationDate(archiveDate);
     row.isReadable = true;
-    row.permissionMode = kFolderMode;
-    row.ownerName = row.groupName = kUnknownAccount;
+    row.setPermissionMode(kFolderMode);
+    row.setGroupName(kUnknownAccount);
+    row.setOwnerName(kUnknownAccount);
     return row;
 }
 
 FileEntry memberRow(const QString& archive, const QString& name, const ArchiveMember& member) {
     FileEntry row;
-    row.id = memberRowId(archive, member.path);
-    row.name = row.localizedName = name;
-    row.url = archive;
+    row.setId(memberRowId(archive, member.path));
+    row.name = name;
+    row.setLocalizedName(row.name);
+    row.setUrl(archive);
     row.isDirectory = member.isDirectory;
     row.isHidden = name.startsWith(QLatin1Char('.'));
-    row.zipArchiveURL = archive;
-    row.zipEntryPath = member.path;
+    row.setZipArchiveURL(archive);
+    row.setZipEntryPath(member.path);
     if (!member.isDirectory) {
         row.size = member.size;
     }
-    row.modificationDate = member.modificationDate;
+    row.setModificationDate(member.modificationDate);
     row.isReadable = true;
-    row.permissionMode = member.isDirectory ? kFolderMode : kFileMode;
-    row.ownerName = row.groupName = kUnknownAccount;
+    row.setPermissionMode(member.isDirectory ? kFolderMode : kFileMode);
+    row.setGroupName(kUnknownAccount);
+    row.setOwnerName(kUnknownAccount);
     return row;
 }
 

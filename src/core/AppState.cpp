@@ -38,7 +38,9 @@ PaneState::FilterMemo& AppState::filterMemo(PaneSide side) const {
         memo = {state.listEpoch, entries.constData(), entries.size(), {}, {}, {}};
         memo.foldedNames.reserve(entries.size());
         for (const FileEntry& entry : entries) {
-            memo.foldedNames.append(TextMatching::foldedForMatching(entry.name));
+            // Most names fold to themselves: those keep sharing the row's text.
+            const QString folded = TextMatching::foldedForMatching(entry.name);
+            memo.foldedNames.append(folded == entry.name ? entry.name : folded);
         }
     }
     return memo;

@@ -24,10 +24,10 @@ QString removingExtension(const QString& name) {
 // A localized name with the real name's extension added where it lacks one.
 QString localizedWithExtension(const FileEntry& entry) {
     const QString extension = pathExtension(entry.name);
-    if (!extension.isEmpty() && pathExtension(entry.localizedName).isEmpty()) {
-        return entry.localizedName + QLatin1Char('.') + extension;
+    if (!extension.isEmpty() && pathExtension(entry.localizedName()).isEmpty()) {
+        return entry.localizedName() + QLatin1Char('.') + extension;
     }
-    return entry.localizedName;
+    return entry.localizedName();
 }
 
 } // namespace
@@ -43,7 +43,7 @@ QString displayName(const FileEntry& entry, bool localized, bool allExt) {
         if (!localizedFolder) {
             return allExt ? entry.name : removingExtension(entry.name);
         }
-        return allExt ? localizedWithExtension(entry) : entry.localizedName;
+        return allExt ? localizedWithExtension(entry) : entry.localizedName();
     }
     return localizedFolder ? localizedWithExtension(entry) : entry.name;
 }
@@ -64,7 +64,7 @@ QString sizeText(const FileEntry& entry) {
 }
 
 QString dateText(const FileEntry& entry) {
-    return entry.modificationDate ? Formats::formatRowDate(*entry.modificationDate) : QString();
+    return entry.modificationDate() ? Formats::formatRowDate(*entry.modificationDate()) : QString();
 }
 
 QChar tagMark(const FileEntry& entry, bool isTagged) {
@@ -84,7 +84,7 @@ ColorRole colorRole(const FileEntry& entry, bool showLocalizedNames) {
         return entry.isWritable ? ColorRole::file : ColorRole::readOnlyFile;
     }
     const bool localizedDiffers = showLocalizedNames && entry.isDirectory && !entry.isParent &&
-                                  entry.localizedName != entry.name;
+                                  entry.localizedName() != entry.name;
     if (localizedDiffers) {
         return readable ? ColorRole::localizedDir : ColorRole::unreadableLocalizedDir;
     }

@@ -89,10 +89,10 @@ void AppState::closeFilter(bool keepCursorRow) {
         const QList<FileEntry> visible = visibleEntries(*side);
         const int index = pane(*side).selection;
         if (index >= 0 && index < visible.size()) {
-            const QString id = visible.at(index).id;
+            const QString id = visible.at(index).id();
             const QList<FileEntry>& all = pane(*side).entries;
             const auto found = std::find_if(all.begin(), all.end(),
-                                            [&](const FileEntry& e) { return e.id == id; });
+                                            [&](const FileEntry& e) { return e.id() == id; });
             if (found != all.end()) {
                 pane(*side).selection = int(found - all.begin());
             }

@@ -163,7 +163,7 @@ void AppState::showEntryInViewer(const FileEntry& entry) {
         whenEditorTextIsSafe([this, entry] { showEntryInViewer(entry); });
         return;
     }
-    if (entry.zipArchiveURL && entry.zipEntryPath) {
+    if (entry.zipArchiveURL() && entry.zipEntryPath()) {
         showArchivePreview(entry);
     } else {
         showFilePreview(entry);
@@ -218,9 +218,9 @@ bool AppState::stepViewerFile(int delta) {
     }
     const auto isOnShow = [&](const FileEntry& e) {
         if (viewerFromZip) {
-            return e.zipArchiveURL == viewerZipArchive && e.zipEntryPath == viewerZipEntry;
+            return e.zipArchiveURL() == viewerZipArchive && e.zipEntryPath() == viewerZipEntry;
         }
-        return editorURL && PathUtils::standardizedPath(e.url) == *editorURL;
+        return editorURL && PathUtils::standardizedPath(e.url()) == *editorURL;
     };
     const auto shown = std::find_if(visible.begin(), visible.end(), isOnShow);
     int index =

@@ -7,6 +7,8 @@
 // file path (see PathUtils::standardizedPath), never a "file://" text.
 
 #include <QDateTime>
+#include <QExplicitlySharedDataPointer>
+#include <QSharedData>
 #include <QString>
 
 #include <cstdint>
@@ -62,36 +64,113 @@ struct FilerLocation {
     bool operator==(const FilerLocation&) const = default;
 };
 
-// One row of a filer pane. Lists of rows are replaced whole on every reload.
-struct FileEntry {
-    QString id;
-    QString name;
-    QString localizedName;
+// The mode, owner and group of a row. A folder's rows share a handful of
+// these, so each distinct one is kept once for the whole program and rows
+// point at it.
+struct RowRights {
+    QString mode;
+    QString owner;
+    QString group;
+    bool operator==(const RowRights&) const = default;
+};
+
+// The one kept copy of these rights; the same address for equal values. Any
+// thread.
+const RowRights* internedRights(const QString& mode, const QString& owner, const QString& group);
+
+// What a row's paths are made from. A row of a folder keeps only the
+// folder's prefix; rows of other kinds keep their id and url as given.
+struct FileEntryPaths : QSharedData {
+    // The folder's path ending in "/"; null for rows not listed from a folder.
+    QString folderPrefix;
+    // Given explicitly; null when made from the prefix and the name.
     QString url;
+    QString id;
+    // Null when it is the name.
+    QString localizedName;
+    std::optional<QString> zipArchiveURL;
+    std::optional<QString> zipEntryPath;
+};
+
+// One row of a filer pane. Lists of rows are replaced whole on every reload,
+// and a pane of a large folder holds a hundred thousand of them, so a row is
+// kept small: a row listed from a folder keeps the folder's path once for all
+// its rows and makes its path from it and its name, its rights point at a
+// shared copy, and its date is a count of milliseconds. The accessors give
+// each field as the rest of the program reads it.
+struct FileEntry {
+    QString name;
     bool isDirectory = false;
     bool isParent = false;
     bool isHidden = false;
     bool hasHiddenExtension = false;
     bool isZipArchive = false;
-    std::optional<QString> zipArchiveURL;
-    std::optional<QString> zipEntryPath;
-    std::optional<int64_t> size;
-    std::optional<QDateTime> modificationDate;
     bool isReadable = false;
     bool isWritable = false;
-    QString permissionMode;
-    QString ownerName;
-    QString groupName;
     // A symbolic link whose target is a folder: it keeps its "l" mode and its
     // place among the files, but Enter goes into it by the link's own path.
     bool isLinkToFolder = false;
+    std::optional<int64_t> size;
+
+    // The stable identity of the row within a listing: the path for a row
+    // of a folder, else the form its maker gave.
+    QString id() const;
+    // Where the row points; for a row of a folder the folder's path and the name.
+    QString url() const;
+    // The name as shown; the name itself unless it was given another.
+    const QString& localizedName() const;
+    const std::optional<QString>& zipArchiveURL() const;
+    const std::optional<QString>& zipEntryPath() const;
+    std::optional<QDateTime> modificationDate() const;
+    // Milliseconds since the epoch, or kNoDate.
+    int64_t modificationTime() const { return m_modified; }
+    const QString& permissionMode() const;
+    const QString& ownerName() const;
+    const QString& groupName() const;
+
+    void setId(const QString& id);
+    void setUrl(const QString& url);
+    void setLocalizedName(const QString& localizedName);
+    void setZipArchiveURL(const std::optional<QString>& url);
+    void setZipEntryPath(const std::optional<QString>& path);
+    void setModificationDate(const std::optional<QDateTime>& date);
+    void setModificationTime(int64_t msecs) { m_modified = msecs; }
+    void setRights(const QString& mode, const QString& owner, const QString& group);
+    void setRights(const RowRights* rights) { m_rights = rights; }
+    void setPermissionMode(const QString& mode);
+    void setOwnerName(const QString& owner);
+    void setGroupName(const QString& group);
+
+    // The rows of one folder share what their paths are made from: the
+    // folder's path (standardised) as one value, set on each row.
+    class Folder {
+    public:
+        explicit Folder(const QString& folderPath);
+
+    private:
+        friend struct FileEntry;
+        QExplicitlySharedDataPointer<FileEntryPaths> m_paths;
+    };
+    // Makes the row one of the folder's: its id and url become the folder's
+    // path and the name.
+    void setFolder(const Folder& folder);
 
     // A member of an archive (not itself a nested archive): commands that
     // change a file refuse such rows.
     bool isInsideArchive() const {
-        return zipArchiveURL.has_value() && zipEntryPath.has_value() && !isZipArchive;
+        return zipArchiveURL().has_value() && zipEntryPath().has_value() && !isZipArchive;
     }
-    bool operator==(const FileEntry&) const = default;
+    bool operator==(const FileEntry& other) const;
+
+    static constexpr int64_t kNoDate = INT64_MIN;
+
+private:
+    FileEntryPaths& paths();
+
+    // Shared by the rows of a folder until one of them is given paths of its own.
+    QExplicitlySharedDataPointer<FileEntryPaths> m_paths;
+    const RowRights* m_rights = nullptr;
+    int64_t m_modified = kNoDate;
 };
 
 // A volume as the volume picker lists it.

@@ -246,12 +246,12 @@ void AppState::activateSelection(PaneSide side) {
     if (entry.isParent) {
         goUp(side);
     } else if (entry.isZipArchive) {
-        openLocation(archiveRootLocation(entry.url), side, std::nullopt);
-    } else if (entry.zipArchiveURL && entry.zipEntryPath) {
-        openLocation(archiveFolderLocation(*entry.zipArchiveURL, *entry.zipEntryPath), side,
+        openLocation(archiveRootLocation(entry.url()), side, std::nullopt);
+    } else if (entry.zipArchiveURL() && entry.zipEntryPath()) {
+        openLocation(archiveFolderLocation(*entry.zipArchiveURL(), *entry.zipEntryPath()), side,
                      std::nullopt);
     } else {
-        openLocation(FilerLocation::directory(PathUtils::standardizedPath(entry.url)), side,
+        openLocation(FilerLocation::directory(PathUtils::standardizedPath(entry.url())), side,
                      std::nullopt);
     }
 }

@@ -14,9 +14,9 @@ namespace {
 
 SelectionStatus ofEntry(const AppState& state, const FileEntry& entry) {
     return {
-        entry.permissionMode,
-        entry.ownerName,
-        entry.groupName,
+        entry.permissionMode(),
+        entry.ownerName(),
+        entry.groupName(),
         EntryDisplay::sizeText(entry),
         EntryDisplay::dateText(entry),
         EntryDisplay::displayName(entry, state.showLocalizedNames, state.showAllFileExtensions)};

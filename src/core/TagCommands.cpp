@@ -52,10 +52,11 @@ std::optional<int64_t> sizeOnDisk(const QString& key) {
 } // namespace
 
 QString AppState::tagKey(const FileEntry& entry) {
-    if (entry.zipArchiveURL && entry.zipEntryPath) {
-        return kArchiveKeyPrefix + *entry.zipArchiveURL + QLatin1Char('!') + *entry.zipEntryPath;
+    if (entry.zipArchiveURL() && entry.zipEntryPath()) {
+        return kArchiveKeyPrefix + *entry.zipArchiveURL() + QLatin1Char('!') +
+               *entry.zipEntryPath();
     }
-    return PathUtils::standardizedPath(entry.url);
+    return PathUtils::standardizedPath(entry.url());
 }
 
 QString AppState::locationKey(const FilerLocation& location) {
@@ -203,7 +204,7 @@ QStringList AppState::taggedFileURLs() const {
     // Nothing tagged that can be carried: the plain file under the cursor.
     const std::optional<FileEntry> entry = currentEntry();
     if (entry && isTaggable(*entry)) {
-        return {PathUtils::standardizedPath(entry->url)};
+        return {PathUtils::standardizedPath(entry->url())};
     }
     return {};
 }

@@ -46,7 +46,7 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
         }
         const QList<FileEntry> rows = s.visibleEntries(side);
         for (int index = 0; index < rows.size(); ++index) {
-            if (PathUtils::standardizedPath(rows.at(index).url) == path) {
+            if (PathUtils::standardizedPath(rows.at(index).url()) == path) {
                 s.setSelection(index, side);
                 break;
             }
@@ -129,7 +129,7 @@ void AppState::openRenamePrompt() {
         return;
     }
     clearWayForNamePrompt(*this);
-    renamePrompt.sourceURL = PathUtils::standardizedPath(entry->url);
+    renamePrompt.sourceURL = PathUtils::standardizedPath(entry->url());
     renamePrompt.sourceName = entry->name;
     renamePrompt.name = entry->name;
     showOverlay(Overlay::renamePrompt);

@@ -44,7 +44,7 @@ QStringList AppState::deleteTargets(DeleteKind kind) const {
         !entry->isDirectory) {
         return {};
     }
-    return {PathUtils::standardizedPath(entry->url)};
+    return {PathUtils::standardizedPath(entry->url())};
 }
 
 void AppState::startDelete(DeleteKind kind) {

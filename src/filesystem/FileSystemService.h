@@ -5,6 +5,7 @@
 #include "filesystem/FileSystemError.h"
 #include "text/TextDecoding.h"
 
+#include <QCollator>
 #include <QDateTime>
 #include <QList>
 #include <QString>
@@ -15,6 +16,7 @@
 #include <functional>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 struct stat;
 
@@ -49,6 +51,11 @@ bool entryPrecedes(const FileEntry& a, const FileEntry& b, FilerSortMode mode, b
 bool sortNamePrecedes(const FileEntry& a, const FileEntry& b, bool byLocalized);
 // Sorts rows by entryPrecedes, comparing names through precomputed keys.
 void sortEntries(QList<FileEntry>& entries, FilerSortMode mode, bool byLocalized);
+// The key sortEntries compares a row's name by.
+QCollatorSortKey sortNameKey(const FileEntry& entry, bool byLocalized);
+// Sorts rows whose keys are at hand: keys[i] is the key of entries[i].
+void sortEntriesByKeys(QList<FileEntry>& entries, const std::vector<QCollatorSortKey>& keys,
+                       FilerSortMode mode);
 
 // The rights shown for an item: from the memory when it has the path,
 // otherwise read from the item and remembered. Never fails.

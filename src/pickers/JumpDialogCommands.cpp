@@ -200,8 +200,8 @@ std::optional<QString> AppState::bookmarkTarget(PaneSide side) const {
     const int index = pane(side).selection;
     if (index >= 0 && index < visible.size()) {
         const FileEntry& entry = visible.at(index);
-        if (entry.isDirectory && !entry.isParent && !entry.zipArchiveURL && !entry.isZipArchive) {
-            return PathUtils::standardizedPath(entry.url);
+        if (entry.isDirectory && !entry.isParent && !entry.zipArchiveURL() && !entry.isZipArchive) {
+            return PathUtils::standardizedPath(entry.url());
         }
     }
     if (const auto* directory = pane(side).location.asDirectory()) {

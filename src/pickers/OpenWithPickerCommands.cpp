@@ -29,8 +29,8 @@ void AppState::openCursorEntryExternally() {
     if (isFilterOpen) {
         closeFilter(true);
     }
-    if (!entry->zipArchiveURL || !entry->zipEntryPath) {
-        showOpenWithChoices(entry->url, entry->name);
+    if (!entry->zipArchiveURL() || !entry->zipEntryPath()) {
+        showOpenWithChoices(entry->url(), entry->name);
         return;
     }
     if (entry->isDirectory) {
@@ -41,7 +41,7 @@ void AppState::openCursorEntryExternally() {
     // on a worker; a prompt or picker that came up meanwhile keeps the screen.
     const QString name = entry->name;
     ArchiveService::extractMemberToTemporaryFileInBackground(
-        m_executor, *entry->zipArchiveURL, *entry->zipEntryPath, this,
+        m_executor, *entry->zipArchiveURL(), *entry->zipEntryPath(), this,
         [this, name](ArchiveService::ArchiveResult<QString> extracted) {
             if (!extracted) {
                 reportError(extracted.error().description());

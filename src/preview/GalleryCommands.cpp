@@ -26,7 +26,7 @@ QList<FileEntry> sourceRows(const AppState& state, PaneSide side) {
 }
 
 bool isMember(const FileEntry& entry) {
-    return entry.zipArchiveURL && entry.zipEntryPath;
+    return entry.zipArchiveURL() && entry.zipEntryPath();
 }
 
 // Judged by the name alone: the content type of a listed file comes from its
@@ -132,9 +132,9 @@ void AppState::openGallerySelection(std::optional<int> index) {
     const FileEntry entry = galleryItems.at(chosen).entry;
     setLayoutMode(LayoutMode::filerViewer);
     if (isMember(entry)) {
-        loadViewerContentForMember(*entry.zipArchiveURL, *entry.zipEntryPath, entry.name);
+        loadViewerContentForMember(*entry.zipArchiveURL(), *entry.zipEntryPath(), entry.name);
     } else {
-        loadViewerContent(entry.url);
+        loadViewerContent(entry.url());
     }
     focusedSide = PaneSide::right;
     notifyChanged();

@@ -72,11 +72,11 @@ std::optional<QImage> fromFile(const QString& path) {
 }
 
 std::optional<QImage> make(const FileEntry& entry) {
-    if (!entry.zipArchiveURL || !entry.zipEntryPath) {
-        return fromFile(entry.url);
+    if (!entry.zipArchiveURL() || !entry.zipEntryPath()) {
+        return fromFile(entry.url());
     }
     const auto copy =
-        ArchiveService::extractMemberToTemporaryFile(*entry.zipArchiveURL, *entry.zipEntryPath);
+        ArchiveService::extractMemberToTemporaryFile(*entry.zipArchiveURL(), *entry.zipEntryPath());
     if (!copy) {
         return std::nullopt;
     }

@@ -227,12 +227,12 @@ void AppState::clearViewer() {
 }
 
 void AppState::showFilePreview(const FileEntry& entry) {
-    loadViewerContent(PathUtils::standardizedPath(entry.url));
+    loadViewerContent(PathUtils::standardizedPath(entry.url()));
 }
 
 void AppState::showArchivePreview(const FileEntry& entry) {
-    if (entry.zipArchiveURL && entry.zipEntryPath) {
-        loadViewerContentForMember(*entry.zipArchiveURL, *entry.zipEntryPath, entry.name);
+    if (entry.zipArchiveURL() && entry.zipEntryPath()) {
+        loadViewerContentForMember(*entry.zipArchiveURL(), *entry.zipEntryPath(), entry.name);
     }
 }
 

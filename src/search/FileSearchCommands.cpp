@@ -21,18 +21,17 @@ template <typename Enum> Enum stepped(Enum value, int delta, int count) {
 // take the row under a filer cursor.
 FileEntry entryForHit(const FolderSearchHit& hit) {
     FileEntry entry;
-    entry.id = hit.id;
+    entry.setId(hit.id);
     entry.name = hit.name;
-    entry.localizedName = hit.name;
-    entry.url = hit.url;
+    entry.setUrl(hit.url);
     entry.isDirectory = hit.isDirectory;
     entry.isHidden = hit.name.startsWith(u'.');
     entry.size = hit.size;
-    entry.modificationDate = hit.modificationDate;
+    entry.setModificationDate(hit.modificationDate);
     const auto rights = FileSystemService::accessRights(hit.url, hit.isDirectory, false);
     entry.isReadable = rights.readable;
     entry.isWritable = rights.writable;
-    entry.permissionMode = rights.mode;
+    entry.setPermissionMode(rights.mode);
     return entry;
 }
 

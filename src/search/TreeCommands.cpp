@@ -119,7 +119,7 @@ void AppState::activateTreeSelection() {
     const FileEntry entry = visible.at(session->fileSelection);
     if (entry.isZipArchive) {
         if (entry.isReadable) {
-            openLocation(FilerLocation::zip(PathUtils::standardizedPath(entry.url), QString()),
+            openLocation(FilerLocation::zip(PathUtils::standardizedPath(entry.url()), QString()),
                          *side, std::nullopt);
             leaveTreeMode(*side);
         }
@@ -245,7 +245,7 @@ void AppState::putTreeCursorOn(PaneSide side, const QString& path) {
     }
     const QList<FileEntry> files = visibleTreeFiles(session->files);
     for (int index = 0; index < files.size(); ++index) {
-        if (PathUtils::standardizedPath(files.at(index).url) == path) {
+        if (PathUtils::standardizedPath(files.at(index).url()) == path) {
             session->fileSelection = index;
             session->focusOnFiles = true;
             noteTreeChanged();
@@ -305,9 +305,9 @@ void AppState::treeCloseFilterKeepingRow(PaneSide side) {
     }
     const QList<FileEntry> visible = visibleTreeFiles(session->files);
     if (session->fileSelection >= 0 && session->fileSelection < visible.size()) {
-        const QString id = visible.at(session->fileSelection).id;
+        const QString id = visible.at(session->fileSelection).id();
         const auto found = std::find_if(session->files.begin(), session->files.end(),
-                                        [&](const FileEntry& e) { return e.id == id; });
+                                        [&](const FileEntry& e) { return e.id() == id; });
         if (found != session->files.end()) {
             session->fileSelection = int(found - session->files.begin());
             session->focusOnFiles = true;

@@ -309,23 +309,21 @@ void TreeSession::adopt(TreeSession&& changed) {
 
 FileEntry TreeSession::readFolderEntry(const QString& path) {
     FileEntry entry;
-    entry.id = QStringLiteral("tree:") + path;
+    entry.setId(QStringLiteral("tree:") + path);
     entry.name = PathUtils::lastPathComponent(path);
-    entry.localizedName = entry.name;
-    entry.url = path;
+    entry.setLocalizedName(entry.name);
+    entry.setUrl(path);
     entry.isDirectory = true;
     entry.isHidden = isHiddenName(entry.name);
     struct stat st;
     if (::lstat(QFile::encodeName(path).constData(), &st) == 0) {
-        entry.modificationDate = QDateTime::fromMSecsSinceEpoch(
-            int64_t(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1'000'000, Qt::UTC);
+        entry.setModificationTime(int64_t(st.st_mtim.tv_sec) * 1000 +
+                                  st.st_mtim.tv_nsec / 1'000'000);
     }
     const FileAccessMemory::Record rights = FileSystemService::accessRights(path, true, false);
     entry.isReadable = rights.readable;
     entry.isWritable = rights.writable;
-    entry.permissionMode = rights.mode;
-    entry.ownerName = rights.owner;
-    entry.groupName = rights.group;
+    entry.setRights(rights.mode, rights.owner, rights.group);
     return entry;
 }
 

@@ -98,7 +98,7 @@ void enterEditorFromCursor(AppState& state) {
         state.notifyChanged();
         return;
     }
-    openUnlessLarge(state, PathUtils::standardizedPath(entry->url));
+    openUnlessLarge(state, PathUtils::standardizedPath(entry->url()));
 }
 
 } // namespace

@@ -30,7 +30,7 @@ FileEntry rowOf(const FolderSearchHit& hit) {
     FileEntry entry;
     entry.isDirectory = hit.isDirectory;
     entry.size = hit.size;
-    entry.modificationDate = hit.modificationDate;
+    entry.setModificationDate(hit.modificationDate);
     return entry;
 }
 

@@ -96,7 +96,7 @@ std::optional<GalleryGrid::Thumbnail> GalleryGrid::thumbnail(int index) const {
     if (index < 0 || index >= m_items.size()) {
         return std::nullopt;
     }
-    const auto cell = m_cells.constFind(m_items.at(index).entry.id);
+    const auto cell = m_cells.constFind(m_items.at(index).entry.id());
     return cell == m_cells.constEnd() ? std::nullopt : std::optional(cell->state);
 }
 
@@ -151,7 +151,7 @@ QList<int> GalleryGrid::indicesInView() const {
 void GalleryGrid::loadCellsInView() {
     QHash<QString, Cell> cells;
     for (const int index : indicesInView()) {
-        const QString& id = m_items.at(index).entry.id;
+        const QString id = m_items.at(index).entry.id();
         cells.insert(id, m_cells.value(id));
     }
     m_cells = std::move(cells);
@@ -164,7 +164,7 @@ void GalleryGrid::startLoads() {
             return;
         }
         const FileEntry& entry = m_items.at(index).entry;
-        Cell& cell = m_cells[entry.id];
+        Cell& cell = m_cells[entry.id()];
         if (cell.started) {
             continue;
         }
@@ -175,7 +175,7 @@ void GalleryGrid::startLoads() {
         Background::run(
             m_state.executor(), Background::Pool::diskRead, this,
             [entry] { return GalleryThumbnail::make(entry); },
-            [this, id = entry.id, ticket = cell.load.take()](const std::optional<QImage>& image) {
+            [this, id = entry.id(), ticket = cell.load.take()](const std::optional<QImage>& image) {
                 takeThumbnail(id, ticket, image);
             });
     }
@@ -225,7 +225,7 @@ void GalleryGrid::paintCell(QPainter& painter, int index, const QRect& rect) con
     const int side = rect.width();
     const QRect square = QRect(rect.left(), rect.top(), side, side)
                              .adjusted(kImageInset, kImageInset, -kImageInset, -kImageInset);
-    const auto cell = m_cells.constFind(m_items.at(index).entry.id);
+    const auto cell = m_cells.constFind(m_items.at(index).entry.id());
     const Thumbnail state = cell == m_cells.constEnd() ? Thumbnail::loading : cell->state;
     if (state == Thumbnail::ready) {
         const QSize fitted = cell->image.size().scaled(square.size(), Qt::KeepAspectRatio);

@@ -31,7 +31,7 @@ TEST(ArchiveRefusalTest, EachChangingKeyNamesWhatCannotBeDone) {
     waitForListings(state);
     ASSERT_FALSE(state.errorMessage) << state.errorMessage->toStdString();
     ASSERT_EQ(state.visibleEntries(PaneSide::left).size(), 2);
-    EXPECT_EQ(state.visibleEntries(PaneSide::left).at(1).id,
+    EXPECT_EQ(state.visibleEntries(PaneSide::left).at(1).id(),
               "arch:" + dir.filePath("box.zip") + "!inner/a.txt");
     state.setSelection(1, PaneSide::left);
 

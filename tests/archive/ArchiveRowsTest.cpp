@@ -27,7 +27,7 @@ QList<FileEntry> rows(const QList<ArchiveMember>& members, const QString& inner,
 QStringList ids(const QList<FileEntry>& entries) {
     QStringList result;
     for (const FileEntry& entry : entries) {
-        result << QString(entry.id).replace(QStringLiteral("arch:/data/a.tar!"), QString());
+        result << QString(entry.id()).replace(QStringLiteral("arch:/data/a.tar!"), QString());
     }
     return result;
 }
@@ -39,22 +39,24 @@ TEST(ArchiveRowsTest, DeepPathsMakeFoldersThatNoMemberNames) {
               (QStringList{"arch-parent:/data/a.tar!a/", "a/b/"}));
     const QList<FileEntry> inner = rows(members, QStringLiteral("\\a\\b\\"));
     ASSERT_EQ(inner.size(), 2);
-    EXPECT_EQ(inner.at(0).id, QStringLiteral("arch-parent:/data/a.tar!a/b/"));
+    EXPECT_EQ(inner.at(0).id(), QStringLiteral("arch-parent:/data/a.tar!a/b/"));
     EXPECT_TRUE(inner.at(0).isParent && inner.at(0).isDirectory);
-    EXPECT_EQ(inner.at(0).zipEntryPath, QStringLiteral("a/b/"));
-    EXPECT_EQ(inner.at(0).modificationDate, kArchiveDate);
+    EXPECT_EQ(inner.at(0).zipEntryPath(), QStringLiteral("a/b/"));
+    EXPECT_EQ(inner.at(0).modificationDate(), kArchiveDate);
 
     FileEntry member;
-    member.id = QStringLiteral("arch:/data/a.tar!a/b/c.txt");
-    member.name = member.localizedName = QStringLiteral("c.txt");
-    member.url = kArchive;
-    member.zipArchiveURL = kArchive;
+    member.setId(QStringLiteral("arch:/data/a.tar!a/b/c.txt"));
+    member.name = QStringLiteral("c.txt");
+    member.setLocalizedName(member.name);
+    member.setUrl(kArchive);
+    member.setZipArchiveURL(kArchive);
     member.isReadable = true;
-    member.zipEntryPath = QStringLiteral("a/b/c.txt");
+    member.setZipEntryPath(QStringLiteral("a/b/c.txt"));
     member.size = 7;
-    member.modificationDate = members.first().modificationDate;
-    member.permissionMode = QStringLiteral("-r--------");
-    member.ownerName = member.groupName = QStringLiteral("-");
+    member.setModificationDate(members.first().modificationDate);
+    member.setPermissionMode(QStringLiteral("-r--------"));
+    member.setGroupName(QStringLiteral("-"));
+    member.setOwnerName(QStringLiteral("-"));
     EXPECT_EQ(inner.at(1), member);
     EXPECT_TRUE(inner.at(1).isInsideArchive());
 
@@ -62,7 +64,7 @@ TEST(ArchiveRowsTest, DeepPathsMakeFoldersThatNoMemberNames) {
     const QList<FileEntry> root = rows({}, QString());
     ASSERT_EQ(root.size(), 1);
     EXPECT_TRUE(root.first().isParent);
-    EXPECT_EQ(root.first().zipEntryPath, std::nullopt);
+    EXPECT_EQ(root.first().zipEntryPath(), std::nullopt);
 }
 
 TEST(ArchiveRowsTest, AFolderWinsOverAFileOfTheSameNameAndTheFirstMemberOtherwise) {
@@ -75,7 +77,7 @@ TEST(ArchiveRowsTest, AFolderWinsOverAFileOfTheSameNameAndTheFirstMemberOtherwis
     EXPECT_TRUE(root.at(1).isDirectory);
     EXPECT_EQ(root.at(1).size, std::nullopt);
     // The made-up folder keeps the date of the member that made it.
-    EXPECT_EQ(root.at(1).modificationDate, file(QString()).modificationDate);
+    EXPECT_EQ(root.at(1).modificationDate(), file(QString()).modificationDate);
     EXPECT_EQ(root.at(3).size, 1);
 }
 
@@ -101,7 +103,7 @@ TEST(ArchiveRowsTest, DotAndDotDotComponentsNeverBecomeRows) {
     ASSERT_EQ(root.size(), 3);
     EXPECT_EQ(root.at(2).name, QStringLiteral("x"));
     // The file is still read by the path the archive gives it.
-    EXPECT_EQ(root.at(2).zipEntryPath, QStringLiteral("../x"));
+    EXPECT_EQ(root.at(2).zipEntryPath(), QStringLiteral("../x"));
     const QList<FileEntry> inner = rows(members, QStringLiteral("a/b"), true);
     EXPECT_EQ(ids(inner), (QStringList{"arch-parent:/data/a.tar!a/b/", "./a/../b/./c.txt"}));
     ASSERT_EQ(inner.size(), 2);

@@ -129,7 +129,7 @@ TEST_F(NavigationTest, ALinkToAFolderIsEnteredByItsOwnPathAndLeftByItsParent) {
     ASSERT_GE(linkRow, 0);
     // The row stays a link among the files, after both folders.
     const FileEntry link = state->visibleEntries(PaneSide::left).at(linkRow);
-    EXPECT_TRUE(link.permissionMode.startsWith(QLatin1Char('l')));
+    EXPECT_TRUE(link.permissionMode().startsWith(QLatin1Char('l')));
     EXPECT_GT(linkRow, rowOf(QStringLiteral("beta")));
     for (const char* name : {"file-link", "dangling"}) {
         state->setSelection(rowOf(QString::fromUtf8(name)), PaneSide::left);

@@ -108,9 +108,9 @@ TEST_F(TagsTest, SpaceTagsFilesAndMovesOn) {
 TEST_F(TagsTest, ArchiveMembersAreKeyedByArchiveAndOnlyPatternsTagThem) {
     FileEntry member;
     member.name = QStringLiteral("inside.txt");
-    member.url = QStringLiteral("/pack.zip/inside.txt");
-    member.zipArchiveURL = QStringLiteral("/pack.zip");
-    member.zipEntryPath = QStringLiteral("dir/inside.txt");
+    member.setUrl(QStringLiteral("/pack.zip/inside.txt"));
+    member.setZipArchiveURL(QStringLiteral("/pack.zip"));
+    member.setZipEntryPath(QStringLiteral("dir/inside.txt"));
     EXPECT_EQ(AppState::tagKey(member), QStringLiteral("zip:/pack.zip!dir/inside.txt"));
     state->pane(PaneSide::left).entries = {member};
     state->setSelection(0, PaneSide::left);

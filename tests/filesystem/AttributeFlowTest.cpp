@@ -99,7 +99,7 @@ TEST_F(AttributeFlow, ApplyWritesEveryTargetAndNamesTheOneThatFails) {
         EXPECT_EQ(fs::readItemAttributes(dir.filePath("left/" + name))->dateText, "20-02-29");
     }
     // The records were forgotten, so the listing shows the new mode.
-    EXPECT_EQ(state->pane(PaneSide::left).entries.last().permissionMode, "-rwx------");
+    EXPECT_EQ(state->pane(PaneSide::left).entries.last().permissionMode(), "-rwx------");
 }
 
 TEST(ParseModeText, LettersAndTheirPlaces) {

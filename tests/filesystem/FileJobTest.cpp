@@ -90,7 +90,7 @@ TEST_F(FileJobFlow, AttributeChangesRunOnTheWorkerAndTellTheirCount) {
     executor.runAll();
     EXPECT_EQ(modeOf(dir.filePath("left/a.txt")), 0700u);
     EXPECT_EQ(modeOf(dir.filePath("left/b.txt")), 0700u);
-    EXPECT_EQ(state->pane(PaneSide::left).entries.last().permissionMode, "-rwx------");
+    EXPECT_EQ(state->pane(PaneSide::left).entries.last().permissionMode(), "-rwx------");
     EXPECT_EQ(state->fileOperationProgressText, "");
 }
 

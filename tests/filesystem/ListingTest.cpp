@@ -8,10 +8,12 @@
 #include "support/TestDir.h"
 
 #include <QFile>
+#include <QSet>
 #include <QStringList>
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <grp.h>
 #include <pwd.h>
 #include <sys/stat.h>
@@ -54,23 +56,24 @@ TEST_F(ListingTest, EmptyFolderGivesTheParentRowAloneAndRootHasNone) {
     const QList<FileEntry> rows = list();
     ASSERT_EQ(rows.size(), 1);
     const FileEntry& parent = rows.first();
-    EXPECT_EQ(parent.id, QStringLiteral("parent:") + dir.path());
+    EXPECT_EQ(parent.id(), QStringLiteral("parent:") + dir.path());
     EXPECT_EQ(parent.name, QStringLiteral(".."));
-    EXPECT_EQ(parent.localizedName, QStringLiteral(".."));
-    EXPECT_EQ(parent.url, dir.path().section(QLatin1Char('/'), 0, -2));
+    EXPECT_EQ(parent.localizedName(), QStringLiteral(".."));
+    EXPECT_EQ(parent.url(), dir.path().section(QLatin1Char('/'), 0, -2));
     EXPECT_TRUE(parent.isDirectory && parent.isParent && parent.isReadable && parent.isWritable);
     EXPECT_FALSE(parent.isHidden || parent.isZipArchive || parent.size.has_value());
-    EXPECT_EQ(parent.permissionMode, QStringLiteral("drwx------"));
-    EXPECT_EQ(parent.ownerName, QStringLiteral("-"));
-    EXPECT_EQ(parent.groupName, QStringLiteral("-"));
-    EXPECT_TRUE(parent.modificationDate.has_value());
+    EXPECT_EQ(parent.permissionMode(), QStringLiteral("drwx------"));
+    EXPECT_EQ(parent.ownerName(), QStringLiteral("-"));
+    EXPECT_EQ(parent.groupName(), QStringLiteral("-"));
+    EXPECT_TRUE(parent.modificationDate().has_value());
 
     auto root = FileSystemService::listDirectory("/", false, FilerSortMode::name, true);
     ASSERT_TRUE(root.ok());
     ASSERT_FALSE(root->isEmpty());
     for (const FileEntry& row : *root) {
         EXPECT_FALSE(row.isParent);
-        EXPECT_TRUE(row.id.startsWith(QLatin1String("/")) && row.id.count(QLatin1Char('/')) == 1);
+        EXPECT_TRUE(row.id().startsWith(QLatin1String("/")) &&
+                    row.id().count(QLatin1Char('/')) == 1);
     }
 }
 
@@ -93,15 +96,15 @@ TEST_F(ListingTest, RowOfAFileCarriesItsValues) {
     const QList<FileEntry> rows = list();
     const FileEntry* row = find(rows, "notes.txt");
     ASSERT_NE(row, nullptr);
-    EXPECT_EQ(row->id, path);
-    EXPECT_EQ(row->url, path);
+    EXPECT_EQ(row->id(), path);
+    EXPECT_EQ(row->url(), path);
     EXPECT_EQ(row->size, 1234);
-    EXPECT_EQ(row->permissionMode, QStringLiteral("-rw-r--r--"));
+    EXPECT_EQ(row->permissionMode(), QStringLiteral("-rw-r--r--"));
     EXPECT_TRUE(row->isReadable && row->isWritable);
-    EXPECT_FALSE(row->isDirectory || row->zipArchiveURL || row->zipEntryPath);
-    EXPECT_NE(row->ownerName, QStringLiteral("-"));
-    ASSERT_TRUE(row->modificationDate.has_value());
-    EXPECT_LT(qAbs(row->modificationDate->secsTo(QDateTime::currentDateTimeUtc())), 60);
+    EXPECT_FALSE(row->isDirectory || row->zipArchiveURL() || row->zipEntryPath());
+    EXPECT_NE(row->ownerName(), QStringLiteral("-"));
+    ASSERT_TRUE(row->modificationDate().has_value());
+    EXPECT_LT(qAbs(row->modificationDate()->secsTo(QDateTime::currentDateTimeUtc())), 60);
 }
 
 // Users and groups are numbered apart: 65534 is "nobody" and "nogroup" on
@@ -134,7 +137,7 @@ TEST_F(ListingTest, OnlyTheOwnersBitsDecideReadableAndWritable) {
         ASSERT_NE(row, nullptr) << c.name;
         EXPECT_EQ(row->isReadable, c.readable) << c.name;
         EXPECT_EQ(row->isWritable, c.writable) << c.name;
-        EXPECT_EQ(row->permissionMode, c.shown) << c.name;
+        EXPECT_EQ(row->permissionMode(), c.shown) << c.name;
     }
 }
 
@@ -147,12 +150,12 @@ TEST_F(ListingTest, ALinkIsNeverAFolderAndAnArchiveNameWinsOverTheLinkLetter) {
 
     const FileEntry* link = find(rows, "tofolder");
     EXPECT_FALSE(link->isDirectory);
-    EXPECT_TRUE(link->permissionMode.startsWith(QLatin1Char('l')));
+    EXPECT_TRUE(link->permissionMode().startsWith(QLatin1Char('l')));
     EXPECT_TRUE(link->size.has_value());
 
     const FileEntry* archiveLink = find(rows, "bundle.zip");
     EXPECT_TRUE(archiveLink->isZipArchive);
-    EXPECT_TRUE(archiveLink->permissionMode.startsWith(QLatin1Char('-')));
+    EXPECT_TRUE(archiveLink->permissionMode().startsWith(QLatin1Char('-')));
 }
 
 TEST_F(ListingTest, ArchiveNamesMarkFilesButNeverFolders) {
@@ -199,6 +202,58 @@ TEST_F(ListingTest, AnItemVanishingMidListingFailsTheWholeListing) {
                                                  [&] { QFile::remove(goes); });
     ASSERT_FALSE(rows.ok());
     EXPECT_EQ(rows.error().description(), QStringLiteral("No such file or directory"));
+}
+
+// Large enough that the listing reads it in two halves at once.
+constexpr int kLargeFolderCount = 2200;
+
+TEST_F(ListingTest, ALargeFolderListsEveryItemOnceInTheRowOrder) {
+    for (int i = 1; i < kLargeFolderCount; ++i) {
+        dir.makeFile(QStringLiteral("item%1").arg(i));
+    }
+    dir.makeFolder(QStringLiteral("item0"));
+    dir.makeFile(QStringLiteral(".hidden"));
+    const QList<FileEntry> rows = list();
+    ASSERT_EQ(rows.size(), kLargeFolderCount + 1);
+    const QStringList listed = names(rows);
+    EXPECT_EQ(QSet<QString>(listed.begin(), listed.end()).size(), rows.size());
+    for (qsizetype i = 1; i < rows.size(); ++i) {
+        ASSERT_FALSE(
+            FileSystemService::entryPrecedes(rows[i], rows[i - 1], FilerSortMode::name, true))
+            << rows[i - 1].name.toStdString() << " / " << rows[i].name.toStdString();
+        EXPECT_EQ(rows[i].url(), dir.path() + QLatin1Char('/') + rows[i].name);
+    }
+    EXPECT_EQ(rows.last().name, QStringLiteral("item2199"));
+}
+
+// The names of a folder in the order the system gives them.
+QStringList systemOrder(const QString& path) {
+    QStringList names;
+    DIR* dir = ::opendir(QFile::encodeName(path).constData());
+    while (const struct dirent* item = dir ? ::readdir(dir) : nullptr) {
+        const QString name = QFile::decodeName(item->d_name);
+        if (name != QLatin1String(".") && name != QLatin1String("..")) {
+            names.append(name);
+        }
+    }
+    if (dir) {
+        ::closedir(dir);
+    }
+    return names;
+}
+
+TEST_F(ListingTest, AnItemVanishingInEitherHalfOfALargeFolderFailsTheWholeListing) {
+    for (int i = 0; i < kLargeFolderCount; ++i) {
+        dir.makeFile(QStringLiteral("item%1").arg(i));
+    }
+    const QStringList order = systemOrder(dir.path());
+    // One item near the end of the system's order, then one near its start.
+    for (const QString& goes : {order.at(order.size() - 2), order.at(1)}) {
+        auto rows = FileSystemService::listDirectory(dir.path(), false, FilerSortMode::name, true,
+                                                     [&] { QFile::remove(dir.filePath(goes)); });
+        ASSERT_FALSE(rows.ok()) << goes.toStdString();
+        EXPECT_EQ(rows.error().description(), QStringLiteral("No such file or directory"));
+    }
 }
 
 } // namespace

@@ -5,6 +5,8 @@
 
 #include <QStringList>
 
+#include <algorithm>
+
 #include <gtest/gtest.h>
 
 namespace {
@@ -12,12 +14,13 @@ namespace {
 FileEntry row(const QString& name, bool isDirectory = false, std::optional<int64_t> size = {},
               std::optional<qint64> secs = {}) {
     FileEntry entry;
-    entry.id = QStringLiteral("/x/") + name;
-    entry.name = entry.localizedName = name;
+    entry.setId(QStringLiteral("/x/") + name);
+    entry.name = name;
+    entry.setLocalizedName(entry.name);
     entry.isDirectory = isDirectory;
     entry.size = size;
     if (secs) {
-        entry.modificationDate = QDateTime::fromSecsSinceEpoch(*secs, Qt::UTC);
+        entry.setModificationDate(QDateTime::fromSecsSinceEpoch(*secs, Qt::UTC));
     }
     return entry;
 }
@@ -87,12 +90,32 @@ TEST(RowOrderTest, SortedListAgreesWithEntryPrecedesPairwise) {
     }
 }
 
+TEST(RowOrderTest, ALargeListSortsAsOneStableSortByEntryPrecedesWould) {
+    // Enough rows to be sorted in two halves at once; names repeat, so that
+    // rows the order finds equal must keep the order they came in.
+    QList<FileEntry> rows;
+    for (int i = 0; i < 6000; ++i) {
+        FileEntry entry = row(QStringLiteral("f%1").arg(i % 1500), i % 97 == 0, i % 7, i % 11);
+        entry.setId(QString::number(i));
+        rows.append(entry);
+    }
+    for (auto mode : {FilerSortMode::name, FilerSortMode::timestamp, FilerSortMode::size}) {
+        QList<FileEntry> expected = rows;
+        std::stable_sort(expected.begin(), expected.end(), [mode](const auto& a, const auto& b) {
+            return FileSystemService::entryPrecedes(a, b, mode, false);
+        });
+        QList<FileEntry> sorted = rows;
+        FileSystemService::sortEntries(sorted, mode, false);
+        ASSERT_EQ(sorted, expected) << rawValue(mode).toStdString();
+    }
+}
+
 TEST(RowOrderTest, EqualNamesDoNotPrecedeAndLocalizedNamesSortWhenAsked) {
     const FileEntry upper = row("README"), lower = row("readme");
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(upper, lower, false));
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(lower, upper, false));
     FileEntry first = row("zeta"), second = row("alpha");
-    first.localizedName = QStringLiteral("aaa");
+    first.setLocalizedName(QStringLiteral("aaa"));
     EXPECT_TRUE(FileSystemService::sortNamePrecedes(first, second, true));
     EXPECT_FALSE(FileSystemService::sortNamePrecedes(first, second, false));
 }

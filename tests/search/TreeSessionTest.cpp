@@ -181,7 +181,7 @@ TEST_F(TreeModeTest, EnteringFromBelowTheStartFolderSelectsThatFolder) {
     EXPECT_EQ(session().selectedPath(), dir.filePath("Music/Rock"));
     const auto entry = state->currentEntry();
     ASSERT_TRUE(entry);
-    EXPECT_EQ(entry->id, "tree:" + dir.filePath("Music/Rock"));
+    EXPECT_EQ(entry->id(), "tree:" + dir.filePath("Music/Rock"));
     EXPECT_TRUE(entry->isDirectory);
     // Esc returns to the folder shown before; T goes to the tree's folder.
     state->moveTreeSelection(-1);
