@@ -271,7 +271,7 @@ void TreeSession::collapseSelected(bool showHidden) {
 }
 
 FileEntry TreeSession::selectedFolderEntry() const {
-    if (m_selectedFolder && m_selectedFolder->url == selectedPath()) {
+    if (m_selectedFolder && m_selectedFolder->url() == selectedPath()) {
         return *m_selectedFolder;
     }
     return readFolderEntry(selectedPath());

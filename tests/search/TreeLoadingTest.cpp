@@ -84,7 +84,7 @@ TEST_F(TreeLoadingTest, ATreeOpensWhenItsRowsComeAndTheStepsFollowThem) {
     executor.runAll();
     EXPECT_EQ(session().selectedPath(), at("Music"));
     EXPECT_EQ(fileNames(), QStringList{"track.mp3"});
-    EXPECT_EQ(state->currentEntry()->id, "tree:" + at("Music"));
+    EXPECT_EQ(state->currentEntry()->id(), "tree:" + at("Music"));
     EXPECT_EQ(state->treeRevision, revision + 3);
 
     // Right on a folder without subfolders hands the keys to its files, and
