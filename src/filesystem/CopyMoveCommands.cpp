@@ -27,11 +27,7 @@ constexpr std::chrono::milliseconds kCountingRetry{10};
 std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
-    explicit ItemProgress(std::shared_ptr<const std::atomic<bool>> stopRequest)
-        : stop(std::move(stopRequest)) {
-        carried.stop = stop.get();
-    }
-    std::shared_ptr<const std::atomic<bool>> stop;
+    explicit ItemProgress(std::stop_token stop) { carried.stop = std::move(stop); }
     FileSystemService::CopyProgress carried;
     // Negative until the worker has counted the item's bytes.
     std::atomic<int64_t> total{-1};
@@ -67,18 +63,18 @@ HeadCheck checkHead(const QString& source, const QString& destination) {
 
 // A step of the batch begins on the worker thread: keys wait, and Esc asks
 // for the stop the step's work reads.
-std::shared_ptr<std::atomic<bool>> beginStep(AppState& state) {
+std::stop_token beginStep(AppState& state) {
     state.isFileOperationRunning = true;
     state.fileOperationProgressText.clear();
-    state.fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    state.fileJobStop = std::stop_source();
     state.notifyChanged();
-    return state.fileJobStop;
+    return state.fileJobStop.get_token();
 }
 
 void endStep(AppState& state) {
     state.isFileOperationRunning = false;
     state.fileOperationProgressText.clear();
-    state.fileJobStop.reset();
+    state.fileJobStop = std::stop_source(std::nostopstate);
 }
 
 // Esc ended the batch: what was done stays done, the panes are listed anew
@@ -391,7 +387,7 @@ void AppState::advanceCopyMove() {
         },
         [this, batch, stop](const HeadCheck& check) {
             endStep(*this);
-            if (stop->load()) {
+            if (stop.stop_requested()) {
                 endStoppedBatch(*this, batch);
                 return;
             }
@@ -421,7 +417,7 @@ void AppState::performCopyMoveHead(bool overwrite) {
         },
         [this, ticking, batch, source, progress](const ItemError& error) {
             delete ticking;
-            completeItem(*this, batch, source, error, progress->stop->load());
+            completeItem(*this, batch, source, error, progress->carried.isStopRequested());
         });
 }
 

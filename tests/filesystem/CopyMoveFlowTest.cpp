@@ -291,7 +291,7 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDoneAQuickOneNothing) {
 TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     oneFileUnderTheCursor("a.txt");
     state->isFileOperationRunning = true;
-    state->fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    state->fileJobStop = std::stop_source();
     for (const KeyEvent& event : {typed("d"), KeyTest::named(KeyCode::down), typed("q")}) {
         EXPECT_TRUE(state->handleKeyDown(event));
         waitForListings(*state);
@@ -299,9 +299,9 @@ TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     EXPECT_FALSE(state->handleKeyDown(typed("r", KeyModifiers{KeyModifier::command})));
     EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
-    EXPECT_FALSE(state->fileJobStop->load());
+    EXPECT_FALSE(state->fileJobStop.stop_requested());
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::escape)));
-    EXPECT_TRUE(state->fileJobStop->load());
+    EXPECT_TRUE(state->fileJobStop.stop_requested());
     state->isFileOperationRunning = false;
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
     waitForListings(*state);
