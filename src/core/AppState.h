@@ -273,6 +273,9 @@ public:
     void proceedCopyMove(bool shift);
     void skipCopyMoveItem(bool shift);
     void beginCopyMove(CopyMoveKind kind, const QStringList& sources, const QString& destination);
+    // What follows once the sources are known: the refusal, the path prompt
+    // or, in the dual layout, the confirm question.
+    void offerCopyMove(CopyMoveKind kind, bool folders, const QStringList& sources, PaneSide side);
     void advanceCopyMove();
     void performCopyMoveHead(bool overwrite);
     // After file work: the visible filer panes reloaded, the trees refreshed,

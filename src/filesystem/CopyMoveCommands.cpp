@@ -234,6 +234,28 @@ void applyHeadCheck(AppState& state, AppState::PendingCopyMove batch, const Head
     }
 }
 
+// Why the batch can't go into the folder, if it can't. A folder never goes
+// into itself: the copy would never end, and a move would have nowhere to
+// stand. A move out of the folder into itself is refused too.
+std::optional<QString> copyMoveRefusal(Kind kind, const QStringList& sources,
+                                       const QString& folder) {
+    for (const QString& source : sources) {
+        if (FileSystemService::isInsideItem(folder, source)) {
+            return byKind(kind, "Cannot copy a folder into itself: ",
+                          "Cannot move a folder into itself: ") +
+                   PathUtils::lastPathComponent(source);
+        }
+    }
+    if (kind == Kind::move) {
+        for (const QString& source : sources) {
+            if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {
+                return FileSystemError::make(FileSystemError::Kind::sameDirectory).description();
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::chrono::milliseconds CopyMoveProgress::delay() {
@@ -260,7 +282,21 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
         return;
     }
     const bool folders = items == CopyMoveItems::folders;
-    const QStringList sources = folders ? deleteTargets(DeleteKind::folders) : taggedFileURLs();
+    // Which tagged items are files is asked of the disk on a worker.
+    const QStringList folderSources = folders ? deleteTargets(DeleteKind::folders) : QStringList();
+    const TaggedFileCandidates candidates =
+        folders ? TaggedFileCandidates{} : taggedFileCandidates();
+    lookAtDiskThen([this, kind, folders, folderSources, candidates, side = *side] {
+        return std::function<void()>(
+            [this, kind, folders, side,
+             sources = folders ? folderSources : taggedFileURLs(candidates)] {
+                offerCopyMove(kind, folders, sources, side);
+            });
+    });
+}
+
+void AppState::offerCopyMove(CopyMoveKind kind, bool folders, const QStringList& sources,
+                             PaneSide side) {
     if (sources.isEmpty()) {
         reportError(folders ? byKind(kind, "No folder to copy (select a folder)",
                                      "No folder to move (select a folder)")
@@ -270,7 +306,7 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
     }
     clearWayForCopyMove(*this);
     if (layoutMode == LayoutMode::dualFiler) {
-        const auto* other = pane(otherSide(*side)).location.asDirectory();
+        const auto* other = pane(otherSide(side)).location.asDirectory();
         if (!other) {
             reportError(byKind(kind, "Cannot copy into an archive", "Cannot move into an archive"));
             return;
@@ -279,7 +315,7 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
         return;
     }
     copyMovePathPrompt.sources = sources;
-    copyMovePathPrompt.baseURL = pane(*side).location.asDirectory()->url;
+    copyMovePathPrompt.baseURL = pane(side).location.asDirectory()->url;
     copyMovePathPrompt.text = lastCopyMoveDestinationPath;
     copyMovePathPrompt.kind = kind;
     showOverlay(Overlay::copyMovePathPrompt);
@@ -299,43 +335,42 @@ void AppState::commitCopyMovePathPrompt() {
     }
     const CopyMoveKind kind = copyMovePathPrompt.kind;
     const QStringList sources = copyMovePathPrompt.sources;
-    const auto resolved = FileSystemService::resolveDestinationFolder(copyMovePathPrompt.text,
-                                                                      copyMovePathPrompt.baseURL);
-    closeCopyMovePathPrompt(*this);
-    if (!resolved) {
-        reportError(resolved.error().description());
-        return;
-    }
-    lastCopyMoveDestinationPath = *resolved;
-    beginCopyMove(kind, sources, *resolved);
+    // The typed folder is looked for on a worker; the prompt closes when
+    // the answer is back.
+    lookAtDiskThen(
+        [this, kind, sources, text = copyMovePathPrompt.text, base = copyMovePathPrompt.baseURL] {
+            return std::function<void()>(
+                [this, kind, sources,
+                 resolved = FileSystemService::resolveDestinationFolder(text, base)] {
+                    closeCopyMovePathPrompt(*this);
+                    if (!resolved) {
+                        reportError(resolved.error().description());
+                        return;
+                    }
+                    lastCopyMoveDestinationPath = *resolved;
+                    beginCopyMove(kind, sources, *resolved);
+                });
+        });
 }
 
+// The checks look at the sources on disk, on a worker; the confirm question
+// comes when they are back.
 void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
                              const QString& destination) {
     const QString folder = PathUtils::standardizedPath(destination);
-    // A folder never goes into itself: the copy would never end, and a move
-    // would have nowhere to stand.
-    for (const QString& source : sources) {
-        if (FileSystemService::isInsideItem(folder, source)) {
-            reportError(byKind(kind, "Cannot copy a folder into itself: ",
-                               "Cannot move a folder into itself: ") +
-                        PathUtils::lastPathComponent(source));
-            return;
-        }
-    }
-    if (kind == CopyMoveKind::move) {
-        for (const QString& source : sources) {
-            if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {
-                reportError(
-                    FileSystemError::make(FileSystemError::Kind::sameDirectory).description());
-                return;
-            }
-        }
-    }
-    pendingCopyMove =
-        PendingCopyMove{kind, sources, folder, sources, PendingCopyMove::Confirm{}, false, false};
-    dosDialogActionIndex = 0;
-    notifyChanged();
+    lookAtDiskThen([this, kind, sources, folder] {
+        return std::function<void()>(
+            [this, kind, sources, folder, refusal = copyMoveRefusal(kind, sources, folder)] {
+                if (refusal) {
+                    reportError(*refusal);
+                    return;
+                }
+                pendingCopyMove = PendingCopyMove{
+                    kind, sources, folder, sources, PendingCopyMove::Confirm{}, false, false};
+                dosDialogActionIndex = 0;
+                notifyChanged();
+            });
+    });
 }
 
 void AppState::proceedCopyMove(bool shift) {

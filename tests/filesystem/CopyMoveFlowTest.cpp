@@ -189,6 +189,7 @@ TEST_F(CopyMoveFlow, AMoveOntoTheFolderThatHoldsItIsRefusedAndTheBatchGoesOn) {
     key("m");
     state->copyMovePathPrompt.text = "..";
     state->commitCopyMovePathPrompt();
+    settleListings();
     state->proceedCopyMove(false);
     waitForFileWork();
     EXPECT_FALSE(state->pendingCopyMove);
@@ -221,6 +222,7 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     EXPECT_EQ(state->copyMovePathPrompt.text, "");
     state->copyMovePathPrompt.text = "../right";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
     ASSERT_TRUE(state->pendingCopyMove);
     EXPECT_EQ(state->pendingCopyMove->destination, dir.filePath("right"));
@@ -230,12 +232,14 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     EXPECT_EQ(state->copyMovePathPrompt.text, dir.filePath("right"));
     state->copyMovePathPrompt.text = "not-a-folder";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_EQ(error(), "Not a directory: " + dir.filePath("left/not-a-folder"));
     state->errorMessage.reset();
 
     key("m");
     state->copyMovePathPrompt.text = "missing";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_EQ(error(), "Destination is not an existing folder");
     EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
 }
