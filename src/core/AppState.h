@@ -666,15 +666,13 @@ private:
     void releasePreviewCopy(const QString& keep = {});
     bool m_changeScheduled = false;
     // The commands reading the disk, oldest first, each with its steps once
-    // its read is back; the keys typed since the first began; and the count
-    // of Esc presses that dropped them, so that a read back later is dropped.
+    // its read is back, and the keys typed since the first began.
     struct PendingDiskLook {
         uint64_t id = 0;
         std::function<void()> then;
     };
     std::deque<PendingDiskLook> m_diskLooks;
     uint64_t m_lastDiskLook = 0;
-    uint64_t m_diskLookGeneration = 0;
     QList<KeyEvent> m_keysHeldForLook;
     void finishDiskLook(uint64_t id, std::function<void()> then);
     // What waits for the answer to the save question, if anything.

@@ -2,6 +2,8 @@
 // command's visible steps when it is back, and the keys typed meanwhile after them.
 #include "core/AppState.h"
 
+#include <algorithm>
+
 namespace {
 
 bool isQuitKey(const KeyEvent& event) {
@@ -16,24 +18,23 @@ bool isQuitKey(const KeyEvent& event) {
 void AppState::lookAtDiskThen(DiskLook look) {
     const uint64_t id = ++m_lastDiskLook;
     m_diskLooks.push_back({id, nullptr});
-    Background::run(m_executor, Background::Pool::listing, this, std::move(look),
-                    [this, id, generation = m_diskLookGeneration](std::function<void()> then) {
-                        if (generation == m_diskLookGeneration) {
-                            finishDiskLook(id, std::move(then));
-                        }
-                    });
+    Background::run(
+        m_executor, Background::Pool::listing, this, std::move(look),
+        [this, id](std::function<void()> then) { finishDiskLook(id, std::move(then)); });
     notifyChanged();
 }
 
 // The commands take their steps in the order they were asked for, whichever
 // read comes back first; then the keys run as if the commands had been done
-// at once, until one of them asks for another read.
+// at once, until one of them asks for another read. A read whose command
+// Esc dropped is no longer waited for, and its steps are dropped too.
 void AppState::finishDiskLook(uint64_t id, std::function<void()> then) {
-    for (PendingDiskLook& look : m_diskLooks) {
-        if (look.id == id) {
-            look.then = std::move(then);
-        }
+    const auto waiting = std::find_if(m_diskLooks.begin(), m_diskLooks.end(),
+                                      [id](const PendingDiskLook& look) { return look.id == id; });
+    if (waiting == m_diskLooks.end()) {
+        return;
     }
+    waiting->then = std::move(then);
     while (!m_diskLooks.empty() && m_diskLooks.front().then) {
         const std::function<void()> next = std::move(m_diskLooks.front().then);
         m_diskLooks.pop_front();
@@ -49,7 +50,6 @@ void AppState::cancelDiskLook() {
     if (m_diskLooks.empty()) {
         return;
     }
-    ++m_diskLookGeneration;
     m_diskLooks.clear();
     m_keysHeldForLook.clear();
     notifyChanged();

@@ -113,14 +113,25 @@ TEST_F(DiskLookFlow, KeysTypedWhileTheDiskIsReadRunAfterTheCommandInOrder) {
 }
 
 TEST_F(DiskLookFlow, EscDropsTheCommandAndTheKeysHeldForIt) {
+    dir.makeFile("left/z.txt");
+    listAgain();
     pointAt("a.txt");
+    const int cursor = state->pane(PaneSide::left).selection;
     press("d");
     press("y");
+    state->handleKeyDown(KeyTest::named(KeyCode::down));
     state->handleKeyDown(KeyTest::named(KeyCode::escape));
     EXPECT_FALSE(state->isLookingAtDisk());
     executor.runAll();
     EXPECT_FALSE(state->pendingDelete || state->isFileOperationRunning);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, cursor);
     EXPECT_TRUE(exists(dir.filePath("left/a.txt")));
+    // The keys are gone for good: the next command's question stands.
+    press("d");
+    executor.runAll();
+    EXPECT_TRUE(state->pendingDelete);
+    EXPECT_FALSE(state->isFileOperationRunning);
+    EXPECT_EQ(state->pane(PaneSide::left).selection, cursor);
 }
 
 TEST_F(DiskLookFlow, WhatTheReadFindsIsToldWithTheCommandsOwnMessages) {
