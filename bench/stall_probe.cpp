@@ -6,7 +6,9 @@
 // the FIFOs and closes it, so whatever waits on them reads an end of file and
 // the probe goes on.
 //
-//   build/test/bench/stall_probe [WORKFOLDER]
+//   build/test/bench/stall_probe [WORKFOLDER [SCENARIO]]
+//
+// With SCENARIO, only the scenarios whose names contain it run.
 //
 // The folders and the 300 MB archive are made once in WORKFOLDER (by default
 // /tmp/dorvik-stall-probe) and kept for the next run.
@@ -222,12 +224,12 @@ std::vector<Scenario> scenarios() {
         FilerLocation::zip(at(QStringLiteral("fifo/stuck.tgz")), QString());
     return {
         {"enter a 100,000-file folder", {go(QStringLiteral("big"), true)}},
-        {"change the sort there",
-         {[](AppState& s) {
+        {"change the sort there", {[](AppState& s) {
              return Step{[&s] { s.applySortMode(FilerSortMode::size); }, relisted(s)};
          }}},
-        {"toggle hidden files there",
-         {[](AppState& s) { return Step{[&s] { s.toggleHiddenFiles(); }, relisted(s)}; }}},
+        {"toggle hidden files there", {[](AppState& s) {
+             return Step{[&s] { s.toggleHiddenFiles(); }, relisted(s)};
+         }}},
         {"enter a 300 MB .tar.gz and go back",
          {go(QStringLiteral("archive")),
           [archive](AppState& s) {
@@ -256,18 +258,21 @@ std::vector<Scenario> scenarios() {
                               s.wildcardPrompt.pattern = QStringLiteral("*");
                               s.applyWildcardTag();
                               s.startDelete(AppState::DeleteKind::files);
-                              s.runPendingDelete();
                           },
-                          [&s] {
-                              return s.errorMessage || s.pane(PaneSide::left).entries.size() == 1;
-                          }};
+                          [&s] { return s.errorMessage || s.pendingDelete; }};
+          },
+          [](AppState& s) {
+              return Step{
+                  [&s] { s.runPendingDelete(); },
+                  [&s] { return s.errorMessage || s.pane(PaneSide::left).entries.size() == 1; }};
           }}},
         {"Enter on a FIFO named .tgz",
          {go(QStringLiteral("fifo")),
           [stuckArchive](AppState& s) {
-              return Step{
-                  [&s, stuckArchive] { s.openLocation(stuckArchive, PaneSide::left, std::nullopt); },
-                  listedAt(s, stuckArchive)};
+              return Step{[&s, stuckArchive] {
+                              s.openLocation(stuckArchive, PaneSide::left, std::nullopt);
+                          },
+                          listedAt(s, stuckArchive)};
           }}},
         {"E on a FIFO named .txt",
          {go(QStringLiteral("fifo")),
@@ -303,7 +308,11 @@ int main(int argc, char** argv) {
     probe.run({[&state] { state.refreshAll(); }, relisted(state), false});
 
     std::printf("%-38s %12s %12s  %s\n", "scenario", "stall (ms)", "total (ms)", "note");
+    const QString only = argc > 2 ? QString::fromLocal8Bit(argv[2]) : QString();
     for (const Scenario& scenario : scenarios()) {
+        if (!QString::fromUtf8(scenario.name).contains(only)) {
+            continue;
+        }
         Outcome worst;
         QString note;
         for (const StepMaker& make : scenario.steps) {

@@ -16,7 +16,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
+#include <memory>
 #include <unistd.h>
 
 namespace ArchiveService {
@@ -52,17 +52,16 @@ QString failureReason(const QByteArray& standardError, int status) {
     return text;
 }
 
-// Ends the tool and everything it started: tar runs gzip in its own group.
-// Waits for the end, so that the child never outlives the thread that
-// started it (see ChildProcesses::runInOwnGroup).
-void stop(QProcess& process) {
-    const qint64 pid = process.processId();
-    if (pid > 0) {
-        ::kill(-pid_t(pid), SIGKILL);
-    }
-    process.kill();
-    process.waitForFinished(-1);
-}
+// A started tool, known to ChildProcesses::killAll() while it runs.
+struct RunningTool {
+    std::unique_ptr<QProcess> process;
+    std::unique_ptr<ChildProcesses::Registration> registration;
+
+    // Ends the tool and everything it started (tar runs gzip in its own
+    // group) without waiting for it to be reaped: a tool stuck reading a dead
+    // mount would hold this thread until its read ends.
+    void stop() { ChildProcesses::killAndLeave(std::move(process), std::move(registration)); }
+};
 
 std::atomic<int64_t> configuredTimeLimit{defaultToolTimeLimit.count()};
 
@@ -157,7 +156,8 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
     if (stopToken.stop_requested()) {
         return fail(ArchiveError::cancelled());
     }
-    QProcess process;
+    RunningTool tool{std::make_unique<QProcess>(), nullptr};
+    QProcess& process = *tool.process;
     process.setProgram(path);
     process.setArguments(arguments);
     process.setProcessEnvironment(toolEnvironment());
@@ -168,7 +168,7 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
     if (!process.waitForStarted(-1)) {
         return fail(ArchiveError::toolMissing(PathUtils::lastPathComponent(path)));
     }
-    const ChildProcesses::Registration registration(pid_t(process.processId()));
+    tool.registration = std::make_unique<ChildProcesses::Registration>(pid_t(process.processId()));
     ProgressWatch watch(process.processId());
     // Both pipes are drained at every turn, so a tool that fills its error
     // pipe before ending its output cannot block; of the error only the head
@@ -183,18 +183,18 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
             watch.sawOutput();
         }
         if (!output.isEmpty() && !sink(output)) {
-            stop(process);
+            tool.stop();
             return Done{};
         }
         if (!running) {
             break;
         }
         if (stopToken.stop_requested()) {
-            stop(process);
+            tool.stop();
             return fail(ArchiveError::cancelled());
         }
         if (watch.isHung()) {
-            stop(process);
+            tool.stop();
             return fail(ArchiveError::timedOut(PathUtils::lastPathComponent(path),
                                                secondsText(watch.limit())));
         }

@@ -19,9 +19,11 @@
 #include <atomic>
 #include <chrono>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 
 struct KeyCommand;
 class Preferences;
@@ -139,6 +141,21 @@ public:
     std::chrono::milliseconds listingNoticeDelay{200};
     std::chrono::milliseconds listingCountInterval{100};
 
+    // --- Commands whose first step reads the disk (DiskLookCommands.cpp):
+    // whether a folder exists, the attributes or rights of the items, the
+    // file to edit. A read can hang on a dead mount, so it runs on a worker;
+    // look gives back, from there, what the command then does on the main
+    // thread, where its prompt, dialog or editor appears as it did when the
+    // read was instant. Keys typed meanwhile wait and run in order after it;
+    // Esc drops the command with those keys, and Q asks to quit as always.
+    // Several such commands take their steps in the order they were asked for.
+    using DiskLook = std::function<std::function<void()>()>;
+    void lookAtDiskThen(DiskLook look);
+    bool isLookingAtDisk() const { return !m_diskLooks.empty(); }
+    void cancelDiskLook();
+    // A key while a command reads the disk; true when the key was taken here.
+    bool holdKeyWhileLooking(const KeyEvent& event);
+
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
     // Puts up the ERROR dialog with this text, its first button chosen.
@@ -244,6 +261,15 @@ public:
     QList<FileEntry> wildcardCandidates(PaneSide side) const;
     // Tagged plain files sorted by path, or else the plain file under the cursor.
     QStringList taggedFileURLs() const;
+    // The same in two steps, so that the look at the disk can run on a
+    // worker: the tagged paths and the cursor's file, taken on the main
+    // thread, then which of them are files, asked on any thread.
+    struct TaggedFileCandidates {
+        QStringList taggedPaths;
+        std::optional<QString> cursorFile;
+    };
+    TaggedFileCandidates taggedFileCandidates() const;
+    static QStringList taggedFileURLs(const TaggedFileCandidates& candidates);
     QString taggedSizeLabel() const;
 
     // --- Copy and move (CopyMoveCommands.cpp)
@@ -251,6 +277,9 @@ public:
     void proceedCopyMove(bool shift);
     void skipCopyMoveItem(bool shift);
     void beginCopyMove(CopyMoveKind kind, const QStringList& sources, const QString& destination);
+    // What follows once the sources are known: the refusal, the path prompt
+    // or, in the dual layout, the confirm question.
+    void offerCopyMove(CopyMoveKind kind, bool folders, const QStringList& sources, PaneSide side);
     void advanceCopyMove();
     void performCopyMoveHead(bool overwrite);
     // After file work: the visible filer panes reloaded, the trees refreshed,
@@ -321,8 +350,13 @@ public:
     void startTextLoad(const QString& url, bool extracted);
     void showLoadFailure(const QString& url, const QString& message);
     // EDITOR commands beside the key-routed ones above.
+    // Reads the file on a worker; EDITOR, or the refusal, comes when it is back.
     void openFileInEditor(const QString& url);
-    void offerExternalOpenForLargeFile(const QString& url);
+    // The file read whole and decoded, in EDITOR, with the label of its encoding.
+    void showFileInEditor(const QString& path, const QString& text, const QString& label,
+                          int64_t byteSize);
+    // The question about an outside application, for a file of this size.
+    void offerExternalOpenForLargeFile(const QString& url, int64_t size);
     void updateEditorText(const QString& text);
     // Gallery
     void rebuildGalleryItems();
@@ -532,9 +566,10 @@ public:
     // second: an item's name and the bytes done of all, or the count of items
     // done of all; empty otherwise.
     QString fileOperationProgressText;
-    // The running job's stop request: Esc sets it, the worker reads it
-    // between items and a copy between stretches of bytes.
-    std::shared_ptr<std::atomic<bool>> fileJobStop;
+    // The running job's stop request: Esc asks for it, the worker hears it
+    // between items and a copy between stretches of bytes. Without a job it
+    // has no stop state.
+    std::stop_source fileJobStop{std::nostopstate};
     // What a job that Esc stopped got done, for the STOPPED dialog.
     std::optional<QString> fileJobStopReport;
 
@@ -620,6 +655,7 @@ private:
     bool refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command);
     std::optional<QString> bookmarkTarget(PaneSide side) const;
     void storeStartupDirectory(const QString& path);
+    void addBookmark(const QString& folder);
 
     // The pane's filter memo, made afresh when its rows are others than the
     // ones it was made for.
@@ -650,6 +686,16 @@ private:
     QString m_previewCopy;
     void releasePreviewCopy(const QString& keep = {});
     bool m_changeScheduled = false;
+    // The commands reading the disk, oldest first, each with its steps once
+    // its read is back, and the keys typed since the first began.
+    struct PendingDiskLook {
+        uint64_t id = 0;
+        std::function<void()> then;
+    };
+    std::deque<PendingDiskLook> m_diskLooks;
+    uint64_t m_lastDiskLook = 0;
+    QList<KeyEvent> m_keysHeldForLook;
+    void finishDiskLook(uint64_t id, std::function<void()> then);
     // What waits for the answer to the save question, if anything.
     std::function<void()> m_afterEditorSaveQuestion;
 };

@@ -1,6 +1,8 @@
 #include "core/ChildProcesses.h"
 
 #include <QProcess>
+#include <QThread>
+#include <QTimer>
 
 #include <algorithm>
 #include <csignal>
@@ -22,6 +24,21 @@ struct Groups {
 Groups& groups() {
     static auto* all = new Groups;
     return *all;
+}
+
+// How often a killed child is looked for that has not been reaped yet.
+constexpr std::chrono::milliseconds kReapInterval{100};
+
+// Never stopped nor destroyed: a child it waits for may outlive the program's
+// way out, and leaving must not wait for it.
+QThread& reaperThread() {
+    static QThread* thread = [] {
+        auto* started = new QThread;
+        started->setObjectName(QStringLiteral("child reaper"));
+        started->start();
+        return started;
+    }();
+    return *thread;
 }
 
 } // namespace
@@ -56,6 +73,34 @@ Registration::~Registration() {
     if (found != all.running.end()) {
         all.running.erase(found);
     }
+}
+
+void killAndLeave(std::unique_ptr<QProcess> process, std::unique_ptr<Registration> registration) {
+    const qint64 pid = process->processId();
+    if (pid > 0) {
+        ::kill(-pid_t(pid), SIGKILL);
+    }
+    process->kill();
+    if (process->state() == QProcess::NotRunning) {
+        return;
+    }
+    // The reaper looks for the child's end now and then and deletes both
+    // there once it has been reaped.
+    QProcess* left = process.release();
+    left->setParent(nullptr);
+    left->moveToThread(&reaperThread());
+    QMetaObject::invokeMethod(
+        left,
+        [left, held = std::shared_ptr<Registration>(std::move(registration))] {
+            auto* look = new QTimer(left);
+            QObject::connect(look, &QTimer::timeout, left, [left, held] {
+                if (left->state() == QProcess::NotRunning || left->waitForFinished(0)) {
+                    left->deleteLater();
+                }
+            });
+            look->start(kReapInterval);
+        },
+        Qt::QueuedConnection);
 }
 
 void killAll() {

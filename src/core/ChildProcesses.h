@@ -1,5 +1,7 @@
 #pragma once
 
+#include <memory>
+
 #include <sys/types.h>
 
 class QProcess;
@@ -15,9 +17,10 @@ namespace ChildProcesses {
 // to kill it when its parent goes.
 //
 // The kernel sends that signal when the *thread* that started the child
-// ends, not the process. The callers therefore wait for the child to end on
-// the thread that started it, so the thread always outlives its child; and a
-// child whose parent is already gone by the time it is set up ends at once.
+// ends, not the process. The callers therefore wait for a running child to
+// end on the thread that started it, so the thread outlives it, unless they
+// kill it (see killAndLeave); and a child whose parent is already gone by
+// the time it is set up ends at once.
 void runInOwnGroup(QProcess& process);
 
 // A running child's group, known to killAll() while the object lives.
@@ -31,6 +34,13 @@ public:
 private:
     pid_t m_group;
 };
+
+// Kills the child's group and the child, and leaves its reaping to a thread
+// of its own: a child in uninterruptible sleep (a read from a dead network
+// mount) takes SIGKILL only once its read ends, and the caller goes on at
+// once. The child stays registered until it has been reaped, so killAll()
+// still reaches it. Call on the thread the process object lives in.
+void killAndLeave(std::unique_ptr<QProcess> process, std::unique_ptr<Registration> registration);
 
 // Kills every registered group, and from now on every group that registers;
 // for the program's way out. Any thread.

@@ -108,6 +108,9 @@ bool AppState::handleKeyDown(const KeyEvent& event) {
     if (handleDosDialogKey(press.key, event.keyCode, event.has(KeyModifier::shift))) {
         return true;
     }
+    if (holdKeyWhileLooking(event)) {
+        return true;
+    }
     if (const Table table = modalTable(*this)) {
         return run(*this, table(*this, press));
     }

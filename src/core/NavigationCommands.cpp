@@ -187,18 +187,25 @@ void AppState::goToFolder(const QString& url) {
         return;
     }
     const QString path = PathUtils::standardizedPath(url);
-    if (!QFileInfo(path).isDir()) {
-        reportError(QStringLiteral("Cannot open:\n") + path);
-        notifyChanged();
-        return;
-    }
-    if (isFilterOpen) {
-        closeFilter(false);
-    }
-    if (pane(*side).treeMode) {
-        leaveTreeMode(*side);
-    }
-    openLocation(FilerLocation::directory(path), *side, std::nullopt);
+    // Whether the folder is there is asked on a worker: a volume on a dead
+    // network mount would not answer.
+    lookAtDiskThen([this, side = *side, path]() -> std::function<void()> {
+        if (!QFileInfo(path).isDir()) {
+            return [this, path] {
+                reportError(QStringLiteral("Cannot open:\n") + path);
+                notifyChanged();
+            };
+        }
+        return [this, side, path] {
+            if (isFilterOpen) {
+                closeFilter(false);
+            }
+            if (pane(side).treeMode) {
+                leaveTreeMode(side);
+            }
+            openLocation(FilerLocation::directory(path), side, std::nullopt);
+        };
+    });
 }
 
 void AppState::goToStartupDirectory() {

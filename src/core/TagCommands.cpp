@@ -186,12 +186,26 @@ QList<FileEntry> AppState::wildcardCandidates(PaneSide side) const {
 }
 
 QStringList AppState::taggedFileURLs() const {
-    QStringList files;
+    return taggedFileURLs(taggedFileCandidates());
+}
+
+AppState::TaggedFileCandidates AppState::taggedFileCandidates() const {
+    TaggedFileCandidates candidates;
     for (const QString& key : taggedKeys) {
-        if (key.startsWith(kArchiveKeyPrefix)) {
-            continue;
+        if (!key.startsWith(kArchiveKeyPrefix)) {
+            candidates.taggedPaths.append(PathUtils::standardizedPath(key));
         }
-        const QString path = PathUtils::standardizedPath(key);
+    }
+    const std::optional<FileEntry> entry = currentEntry();
+    if (entry && isTaggable(*entry)) {
+        candidates.cursorFile = PathUtils::standardizedPath(entry->url);
+    }
+    return candidates;
+}
+
+QStringList AppState::taggedFileURLs(const TaggedFileCandidates& candidates) {
+    QStringList files;
+    for (const QString& path : candidates.taggedPaths) {
         const QFileInfo info(path);
         if (info.exists() && !info.isDir()) {
             files.append(path);
@@ -202,9 +216,8 @@ QStringList AppState::taggedFileURLs() const {
         return files;
     }
     // Nothing tagged that can be carried: the plain file under the cursor.
-    const std::optional<FileEntry> entry = currentEntry();
-    if (entry && isTaggable(*entry)) {
-        return {PathUtils::standardizedPath(entry->url())};
+    if (candidates.cursorFile) {
+        return {*candidates.cursorFile};
     }
     return {};
 }

@@ -61,8 +61,60 @@ void fillFields(AppState& state, const QList<FileSystemService::ItemAttributes>&
     state.attributePrompt.oldGroup = sameOwnerGroup ? first.group : kMixedName;
 }
 
+// What the look at the disk found: the targets and their attributes, or
+// the first target's failure to be read.
+struct TargetsRead {
+    QStringList targets;
+    QList<FileSystemService::ItemAttributes> attributes;
+    std::optional<QString> failure;
+};
+
+TargetsRead readTargets(const AppState::TaggedFileCandidates& candidates) {
+    TargetsRead read;
+    read.targets = AppState::taggedFileURLs(candidates);
+    for (const QString& url : read.targets) {
+        auto attributes = FileSystemService::readItemAttributes(url);
+        if (!attributes) {
+            read.failure = attributes.error().description();
+            break;
+        }
+        read.attributes.append(*attributes);
+    }
+    return read;
+}
+
+// Step 5 on: the prompt, or why it does not open.
+void showAttributePrompt(AppState& state, const TargetsRead& read) {
+    if (state.isFileSearchMode) {
+        state.exitFileSearchMode();
+    }
+    if (state.isFilterOpen) {
+        state.closeFilter(true);
+    }
+    const QStringList& targets = read.targets;
+    state.attributePrompt.targetURLs = targets;
+    if (targets.isEmpty()) {
+        state.reportError(QStringLiteral("No item (Space to tag, or select an item)"));
+        return;
+    }
+    state.attributePrompt.targetSummary = targets.size() == 1
+                                              ? PathUtils::lastPathComponent(targets.first())
+                                              : QStringLiteral("%1 items").arg(targets.size());
+    if (read.failure) {
+        state.reportError(*read.failure);
+        return;
+    }
+    fillFields(state, read.attributes);
+    state.attributePrompt.focusField = 0;
+    state.attributePrompt.fieldCursorIndex = 0;
+    state.showOverlay(Overlay::attributePrompt);
+    state.notifyChanged();
+}
+
 } // namespace
 
+// The targets and their attributes are read on a worker; the prompt opens
+// when they are back, after the same steps as when the read was instant.
 void AppState::openAttributePrompt() {
     if (anyPromptOrPickerOpen()) {
         return;
@@ -74,35 +126,9 @@ void AppState::openAttributePrompt() {
     if (refuseInsideArchive(*side, ArchiveLocation::ReadOnlyCommand::changeAttributes)) {
         return;
     }
-    const QStringList targets = taggedFileURLs();
-    if (isFileSearchMode) {
-        exitFileSearchMode();
-    }
-    if (isFilterOpen) {
-        closeFilter(true);
-    }
-    attributePrompt.targetURLs = targets;
-    if (targets.isEmpty()) {
-        reportError(QStringLiteral("No item (Space to tag, or select an item)"));
-        return;
-    }
-    attributePrompt.targetSummary = targets.size() == 1
-                                        ? PathUtils::lastPathComponent(targets.first())
-                                        : QStringLiteral("%1 items").arg(targets.size());
-    QList<FileSystemService::ItemAttributes> all;
-    for (const QString& url : targets) {
-        auto attributes = FileSystemService::readItemAttributes(url);
-        if (!attributes) {
-            reportError(attributes.error().description());
-            return;
-        }
-        all.append(*attributes);
-    }
-    fillFields(*this, all);
-    attributePrompt.focusField = 0;
-    attributePrompt.fieldCursorIndex = 0;
-    showOverlay(Overlay::attributePrompt);
-    notifyChanged();
+    lookAtDiskThen([this, candidates = taggedFileCandidates()]() -> std::function<void()> {
+        return [this, read = readTargets(candidates)] { showAttributePrompt(*this, read); };
+    });
 }
 
 void AppState::cancelAttributePrompt() {

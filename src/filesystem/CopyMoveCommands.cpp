@@ -27,11 +27,7 @@ constexpr std::chrono::milliseconds kCountingRetry{10};
 std::chrono::milliseconds progressDelay{500};
 
 struct ItemProgress {
-    explicit ItemProgress(std::shared_ptr<const std::atomic<bool>> stopRequest)
-        : stop(std::move(stopRequest)) {
-        carried.stop = stop.get();
-    }
-    std::shared_ptr<const std::atomic<bool>> stop;
+    explicit ItemProgress(std::stop_token stop) { carried.stop = std::move(stop); }
     FileSystemService::CopyProgress carried;
     // Negative until the worker has counted the item's bytes.
     std::atomic<int64_t> total{-1};
@@ -67,18 +63,18 @@ HeadCheck checkHead(const QString& source, const QString& destination) {
 
 // A step of the batch begins on the worker thread: keys wait, and Esc asks
 // for the stop the step's work reads.
-std::shared_ptr<std::atomic<bool>> beginStep(AppState& state) {
+std::stop_token beginStep(AppState& state) {
     state.isFileOperationRunning = true;
     state.fileOperationProgressText.clear();
-    state.fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    state.fileJobStop = std::stop_source();
     state.notifyChanged();
-    return state.fileJobStop;
+    return state.fileJobStop.get_token();
 }
 
 void endStep(AppState& state) {
     state.isFileOperationRunning = false;
     state.fileOperationProgressText.clear();
-    state.fileJobStop.reset();
+    state.fileJobStop = std::stop_source(std::nostopstate);
 }
 
 // Esc ended the batch: what was done stays done, the panes are listed anew
@@ -238,6 +234,28 @@ void applyHeadCheck(AppState& state, AppState::PendingCopyMove batch, const Head
     }
 }
 
+// Why the batch can't go into the folder, if it can't. A folder never goes
+// into itself: the copy would never end, and a move would have nowhere to
+// stand. A move out of the folder into itself is refused too.
+std::optional<QString> copyMoveRefusal(Kind kind, const QStringList& sources,
+                                       const QString& folder) {
+    for (const QString& source : sources) {
+        if (FileSystemService::isInsideItem(folder, source)) {
+            return byKind(kind, "Cannot copy a folder into itself: ",
+                          "Cannot move a folder into itself: ") +
+                   PathUtils::lastPathComponent(source);
+        }
+    }
+    if (kind == Kind::move) {
+        for (const QString& source : sources) {
+            if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {
+                return FileSystemError::make(FileSystemError::Kind::sameDirectory).description();
+            }
+        }
+    }
+    return std::nullopt;
+}
+
 } // namespace
 
 std::chrono::milliseconds CopyMoveProgress::delay() {
@@ -264,7 +282,21 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
         return;
     }
     const bool folders = items == CopyMoveItems::folders;
-    const QStringList sources = folders ? deleteTargets(DeleteKind::folders) : taggedFileURLs();
+    // Which tagged items are files is asked of the disk on a worker.
+    const QStringList folderSources = folders ? deleteTargets(DeleteKind::folders) : QStringList();
+    const TaggedFileCandidates candidates =
+        folders ? TaggedFileCandidates{} : taggedFileCandidates();
+    lookAtDiskThen([this, kind, folders, folderSources, candidates, side = *side] {
+        return std::function<void()>(
+            [this, kind, folders, side,
+             sources = folders ? folderSources : taggedFileURLs(candidates)] {
+                offerCopyMove(kind, folders, sources, side);
+            });
+    });
+}
+
+void AppState::offerCopyMove(CopyMoveKind kind, bool folders, const QStringList& sources,
+                             PaneSide side) {
     if (sources.isEmpty()) {
         reportError(folders ? byKind(kind, "No folder to copy (select a folder)",
                                      "No folder to move (select a folder)")
@@ -274,7 +306,7 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
     }
     clearWayForCopyMove(*this);
     if (layoutMode == LayoutMode::dualFiler) {
-        const auto* other = pane(otherSide(*side)).location.asDirectory();
+        const auto* other = pane(otherSide(side)).location.asDirectory();
         if (!other) {
             reportError(byKind(kind, "Cannot copy into an archive", "Cannot move into an archive"));
             return;
@@ -283,7 +315,7 @@ void AppState::startCopyOrMove(CopyMoveKind kind, CopyMoveItems items) {
         return;
     }
     copyMovePathPrompt.sources = sources;
-    copyMovePathPrompt.baseURL = pane(*side).location.asDirectory()->url;
+    copyMovePathPrompt.baseURL = pane(side).location.asDirectory()->url;
     copyMovePathPrompt.text = lastCopyMoveDestinationPath;
     copyMovePathPrompt.kind = kind;
     showOverlay(Overlay::copyMovePathPrompt);
@@ -303,43 +335,42 @@ void AppState::commitCopyMovePathPrompt() {
     }
     const CopyMoveKind kind = copyMovePathPrompt.kind;
     const QStringList sources = copyMovePathPrompt.sources;
-    const auto resolved = FileSystemService::resolveDestinationFolder(copyMovePathPrompt.text,
-                                                                      copyMovePathPrompt.baseURL);
-    closeCopyMovePathPrompt(*this);
-    if (!resolved) {
-        reportError(resolved.error().description());
-        return;
-    }
-    lastCopyMoveDestinationPath = *resolved;
-    beginCopyMove(kind, sources, *resolved);
+    // The typed folder is looked for on a worker; the prompt closes when
+    // the answer is back.
+    lookAtDiskThen(
+        [this, kind, sources, text = copyMovePathPrompt.text, base = copyMovePathPrompt.baseURL] {
+            return std::function<void()>(
+                [this, kind, sources,
+                 resolved = FileSystemService::resolveDestinationFolder(text, base)] {
+                    closeCopyMovePathPrompt(*this);
+                    if (!resolved) {
+                        reportError(resolved.error().description());
+                        return;
+                    }
+                    lastCopyMoveDestinationPath = *resolved;
+                    beginCopyMove(kind, sources, *resolved);
+                });
+        });
 }
 
+// The checks look at the sources on disk, on a worker; the confirm question
+// comes when they are back.
 void AppState::beginCopyMove(CopyMoveKind kind, const QStringList& sources,
                              const QString& destination) {
     const QString folder = PathUtils::standardizedPath(destination);
-    // A folder never goes into itself: the copy would never end, and a move
-    // would have nowhere to stand.
-    for (const QString& source : sources) {
-        if (FileSystemService::isInsideItem(folder, source)) {
-            reportError(byKind(kind, "Cannot copy a folder into itself: ",
-                               "Cannot move a folder into itself: ") +
-                        PathUtils::lastPathComponent(source));
-            return;
-        }
-    }
-    if (kind == CopyMoveKind::move) {
-        for (const QString& source : sources) {
-            if (FileSystemService::isSameItem(PathUtils::parentPath(source), folder)) {
-                reportError(
-                    FileSystemError::make(FileSystemError::Kind::sameDirectory).description());
-                return;
-            }
-        }
-    }
-    pendingCopyMove =
-        PendingCopyMove{kind, sources, folder, sources, PendingCopyMove::Confirm{}, false, false};
-    dosDialogActionIndex = 0;
-    notifyChanged();
+    lookAtDiskThen([this, kind, sources, folder] {
+        return std::function<void()>(
+            [this, kind, sources, folder, refusal = copyMoveRefusal(kind, sources, folder)] {
+                if (refusal) {
+                    reportError(*refusal);
+                    return;
+                }
+                pendingCopyMove = PendingCopyMove{
+                    kind, sources, folder, sources, PendingCopyMove::Confirm{}, false, false};
+                dosDialogActionIndex = 0;
+                notifyChanged();
+            });
+    });
 }
 
 void AppState::proceedCopyMove(bool shift) {
@@ -391,7 +422,7 @@ void AppState::advanceCopyMove() {
         },
         [this, batch, stop](const HeadCheck& check) {
             endStep(*this);
-            if (stop->load()) {
+            if (stop.stop_requested()) {
                 endStoppedBatch(*this, batch);
                 return;
             }
@@ -421,7 +452,7 @@ void AppState::performCopyMoveHead(bool overwrite) {
         },
         [this, ticking, batch, source, progress](const ItemError& error) {
             delete ticking;
-            completeItem(*this, batch, source, error, progress->stop->load());
+            completeItem(*this, batch, source, error, progress->carried.isStopRequested());
         });
 }
 

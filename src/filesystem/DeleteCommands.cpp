@@ -4,6 +4,7 @@
 #include "archive/ArchiveLocation.h"
 
 #include "core/PathUtils.h"
+#include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
 
@@ -32,6 +33,48 @@ void finishDelete(AppState& state, const FileJob::Outcome& outcome) {
     }
 }
 
+// What the look at the disk found: the targets, and the first of them whose
+// remembered rights refuse the command, with the rights met on the way made
+// ready for the store.
+struct TargetsChecked {
+    QStringList targets;
+    std::optional<QString> refused;
+    std::optional<FileAccessMemory::Snapshot> memory;
+};
+
+TargetsChecked checkTargets(const QStringList& targets, bool folders) {
+    TargetsChecked checked{targets, std::nullopt, std::nullopt};
+    // The remembered owner-write bit decides, so one refused item refuses all.
+    for (const QString& url : targets) {
+        if (!FileSystemService::accessRights(url, folders, false).writable) {
+            checked.refused = url;
+            break;
+        }
+    }
+    checked.memory = FileAccessMemory::snapshot();
+    return checked;
+}
+
+void askToDelete(AppState& state, const TargetsChecked& checked, bool folders) {
+    if (checked.memory) {
+        FileAccessMemory::store(*checked.memory);
+    }
+    if (checked.targets.isEmpty()) {
+        state.reportError(
+            folders ? QStringLiteral("No folder to delete (select a folder)")
+                    : QStringLiteral("No file to delete (Space to tag, or select a file)"));
+        return;
+    }
+    if (checked.refused) {
+        state.reportError(QStringLiteral("Not writable: ") +
+                          PathUtils::lastPathComponent(*checked.refused));
+        return;
+    }
+    state.pendingDelete = AppState::PendingDelete{checked.targets, folders};
+    state.dosDialogActionIndex = 0;
+    state.notifyChanged();
+}
+
 } // namespace
 
 QStringList AppState::deleteTargets(DeleteKind kind) const {
@@ -56,22 +99,17 @@ void AppState::startDelete(DeleteKind kind) {
         return;
     }
     const bool folders = kind == DeleteKind::folders;
-    const QStringList targets = deleteTargets(kind);
-    if (targets.isEmpty()) {
-        reportError(folders ? QStringLiteral("No folder to delete (select a folder)")
-                            : QStringLiteral("No file to delete (Space to tag, or select a file)"));
-        return;
-    }
-    // The remembered owner-write bit decides, so one refused item refuses all.
-    for (const QString& url : targets) {
-        if (!FileSystemService::accessRights(url, folders, false).writable) {
-            reportError(QStringLiteral("Not writable: ") + PathUtils::lastPathComponent(url));
-            return;
-        }
-    }
-    pendingDelete = PendingDelete{targets, folders};
-    dosDialogActionIndex = 0;
-    notifyChanged();
+    // Which tagged items are files, and their rights, are read on a worker;
+    // the question comes when they are back.
+    const TaggedFileCandidates candidates =
+        folders ? TaggedFileCandidates{} : taggedFileCandidates();
+    const QStringList folderTargets = folders ? deleteTargets(kind) : QStringList();
+    lookAtDiskThen([this, candidates, folderTargets, folders]() -> std::function<void()> {
+        const QStringList targets = folders ? folderTargets : taggedFileURLs(candidates);
+        return [this, checked = checkTargets(targets, folders), folders] {
+            askToDelete(*this, checked, folders);
+        };
+    });
 }
 
 // One item that can't be trashed does not stop the others. The items go to

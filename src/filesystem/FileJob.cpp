@@ -47,12 +47,12 @@ QStringList Outcome::failureLines() const {
     return lines;
 }
 
-Outcome runItems(const QStringList& items, const ItemWork& work, const std::atomic<bool>& stop,
+Outcome runItems(const QStringList& items, const ItemWork& work, const std::stop_token& stop,
                  std::atomic<int>& done) {
     Outcome outcome;
     outcome.total = int(items.size());
     for (const QString& item : items) {
-        if (stop.load()) {
+        if (stop.stop_requested()) {
             outcome.stopped = true;
             break;
         }
@@ -64,9 +64,8 @@ Outcome runItems(const QStringList& items, const ItemWork& work, const std::atom
 
 void start(AppState& state, const QStringList& items, const QString& label, ItemWork work,
            std::function<void(const Outcome&)> finish) {
-    auto stop = std::make_shared<std::atomic<bool>>(false);
     auto done = std::make_shared<std::atomic<int>>(0);
-    state.fileJobStop = stop;
+    state.fileJobStop = std::stop_source();
     state.isFileOperationRunning = true;
     state.fileOperationProgressText.clear();
     state.notifyChanged();
@@ -74,12 +73,14 @@ void start(AppState& state, const QStringList& items, const QString& label, Item
     tickCount(state, ticking, CopyMoveProgress::delay(), label, done, int(items.size()));
     Background::run(
         state.executor(), Background::Pool::shared, &state,
-        [items, work = std::move(work), stop, done] { return runItems(items, work, *stop, *done); },
+        [items, work = std::move(work), stop = state.fileJobStop.get_token(), done] {
+            return runItems(items, work, stop, *done);
+        },
         [&state, ticking, finish = std::move(finish)](const Outcome& outcome) {
             delete ticking;
             state.isFileOperationRunning = false;
             state.fileOperationProgressText.clear();
-            state.fileJobStop.reset();
+            state.fileJobStop = std::stop_source(std::nostopstate);
             finish(outcome);
             state.notifyChanged();
         });

@@ -13,6 +13,7 @@
 #include <atomic>
 #include <functional>
 #include <optional>
+#include <stop_token>
 #include <utility>
 
 class AppState;
@@ -36,7 +37,7 @@ struct Outcome {
 
 // Runs work on each item in order until all are done or a stop is asked for;
 // done counts the items finished. Any thread.
-Outcome runItems(const QStringList& items, const ItemWork& work, const std::atomic<bool>& stop,
+Outcome runItems(const QStringList& items, const ItemWork& work, const std::stop_token& stop,
                  std::atomic<int>& done);
 
 // Starts a job on the state's worker: keys but Esc and the menu shortcuts

@@ -4,7 +4,7 @@
 // The job sees the request after the item under way, or, in a copy, before
 // its next stretch of bytes; what was done is told when it ends.
 void AppState::stopFileOperation() {
-    if (isFileOperationRunning && fileJobStop) {
-        fileJobStop->store(true);
+    if (isFileOperationRunning) {
+        fileJobStop.request_stop();
     }
 }

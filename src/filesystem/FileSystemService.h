@@ -98,9 +98,9 @@ FsResult<QString> renameItem(const QString& url, const QString& newName);
 // stopped.
 struct CopyProgress {
     std::atomic<int64_t> bytesDone{0};
-    // The job's stop request, when it can be stopped; it outlives the copy.
-    const std::atomic<bool>* stop = nullptr;
-    bool isStopRequested() const { return stop && stop->load(std::memory_order_relaxed); }
+    // The job's stop request, when it can be stopped.
+    std::stop_token stop;
+    bool isStopRequested() const { return stop.stop_requested(); }
 };
 
 // Where an item lands inside a folder: the folder with the item's name, standardized.

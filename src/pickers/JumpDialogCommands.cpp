@@ -170,15 +170,21 @@ void AppState::setStartupFromJumpSelection() {
     }
 }
 
+// Whether the folder is there is asked on a worker, as for every folder the
+// user names: it may stand on a mount that no longer answers.
 void AppState::storeStartupDirectory(const QString& path) {
     const QString folder = PathUtils::standardizedPath(path);
-    if (isExistingFolder(folder)) {
-        m_preferences.setValue(PreferenceKeys::startupDirectory, folder);
-        startupDirectory = folder;
-    } else {
-        reportError(QStringLiteral("Folder not found:\n") + path);
-    }
-    notifyChanged();
+    lookAtDiskThen([this, path, folder]() -> std::function<void()> {
+        return [this, path, folder, found = isExistingFolder(folder)] {
+            if (found) {
+                m_preferences.setValue(PreferenceKeys::startupDirectory, folder);
+                startupDirectory = folder;
+            } else {
+                reportError(QStringLiteral("Folder not found:\n") + path);
+            }
+            notifyChanged();
+        };
+    });
 }
 
 // True (and the message set) when the pane stands inside an archive.
@@ -216,12 +222,19 @@ void AppState::addJumpBookmark() {
         return;
     }
     const std::optional<QString> target = bookmarkTarget(*side);
-    if (!target || !isExistingFolder(*target)) {
-        reportError(QStringLiteral("Not a folder"));
-        notifyChanged();
-        return;
-    }
-    jumpBookmarks = JumpDialog::withBookmarkAdded(jumpBookmarks, *target);
+    lookAtDiskThen([this, target]() -> std::function<void()> {
+        if (!target || !isExistingFolder(*target)) {
+            return [this] {
+                reportError(QStringLiteral("Not a folder"));
+                notifyChanged();
+            };
+        }
+        return [this, target = *target] { addBookmark(target); };
+    });
+}
+
+void AppState::addBookmark(const QString& target) {
+    jumpBookmarks = JumpDialog::withBookmarkAdded(jumpBookmarks, target);
     saveJumpBookmarks();
     if (isOpen(Overlay::jumpDialog)) {
         jumpDialog.filterQuery.clear();

@@ -23,7 +23,7 @@
 
 namespace {
 
-// The whole file is read and decoded on the main thread; this bound keeps that quick.
+// EDITOR holds the whole file as one text; larger files go to an outside application.
 constexpr int64_t kEditorByteLimit = 262144;
 
 const QString kPreviewOnly = QStringLiteral("This file is preview-only (not editable as text)");
@@ -70,14 +70,104 @@ int encodingPickerIndex(const QString& label) {
     return encoding ? int(*encoding) : 0;
 }
 
+// What reading a file for EDITOR found, on a worker: the decoded text, a
+// size over the limit, a kind of file EDITOR does not take, or why the file
+// could not be read.
+struct EditorRead {
+    enum class Kind { text, large, previewOnly, failed };
+    Kind kind = Kind::failed;
+    QString path;
+    QString failure;
+    int64_t size = 0;
+    TextDecoding::Decoded decoded;
+};
+
+EditorRead failedRead(const QString& path, const QString& failure) {
+    EditorRead read;
+    read.path = path;
+    read.failure = failure;
+    return read;
+}
+
+EditorRead kindOfRead(const QString& path, EditorRead::Kind kind, int64_t size = 0) {
+    EditorRead read;
+    read.kind = kind;
+    read.path = path;
+    read.size = size;
+    return read;
+}
+
+// E asks the size first: a large file is offered to an outside application
+// whatever its kind. Opening for EDITOR asks it after the kind.
+enum class SizeFirst { no, yes };
+
+EditorRead readForEditor(const QString& path, SizeFirst sizeFirst) {
+    const std::optional<int64_t> size = fileSize(path);
+    const bool large = size && *size >= kEditorByteLimit;
+    if (sizeFirst == SizeFirst::yes && large) {
+        return kindOfRead(path, EditorRead::Kind::large, *size);
+    }
+    // Opened first and without waiting: a FIFO or a device named like a text
+    // would hold the thread in open() or read() for good.
+    const auto file = FileDescriptor::openRegularFile(path);
+    if (!file) {
+        return failedRead(path, file.error() == FileDescriptor::notRegularFile()
+                                    ? kNotRegularFile
+                                    : FileSystemError::fromErrno(file.error().code).description());
+    }
+    if (PreviewSelection::classifyFile(PathUtils::lastPathComponent(path), path) !=
+        ViewerContentKind::text) {
+        return kindOfRead(path, EditorRead::Kind::previewOnly);
+    }
+    if (large) {
+        return kindOfRead(path, EditorRead::Kind::large, *size);
+    }
+    const FsResult<QByteArray> bytes = readWholeFile(*file);
+    if (!bytes) {
+        return failedRead(path, bytes.error().description());
+    }
+    const auto decoded = TextDecoding::decode(*bytes, false);
+    if (!decoded) {
+        return failedRead(
+            path, FileSystemError::make(FileSystemError::Kind::unreadableText, path).description());
+    }
+    EditorRead read = kindOfRead(path, EditorRead::Kind::text, bytes->size());
+    read.decoded = *decoded;
+    return read;
+}
+
+// What the read found, back on the main thread, in the order the steps of
+// opening take.
+void applyEditorRead(AppState& state, const EditorRead& read) {
+    switch (read.kind) {
+    case EditorRead::Kind::failed:
+        state.reportError(read.failure);
+        break;
+    case EditorRead::Kind::previewOnly:
+        state.reportError(kPreviewOnly);
+        state.loadViewerContent(read.path);
+        break;
+    case EditorRead::Kind::large:
+        state.offerExternalOpenForLargeFile(read.path, read.size);
+        break;
+    case EditorRead::Kind::text:
+        state.showFileInEditor(read.path, read.decoded.text, read.decoded.label, read.size);
+        break;
+    }
+    state.notifyChanged();
+}
+
+// The file is read on a worker; EDITOR or the refusal comes when it is back.
+void openForEditor(AppState& state, const QString& url, SizeFirst sizeFirst) {
+    state.lookAtDiskThen([&state, path = PathUtils::standardizedPath(url),
+                          sizeFirst]() -> std::function<void()> {
+        return [&state, read = readForEditor(path, sizeFirst)] { applyEditorRead(state, read); };
+    });
+}
+
 // The size decides between EDITOR and the question about an outside application.
 void openUnlessLarge(AppState& state, const QString& url) {
-    const std::optional<int64_t> size = fileSize(url);
-    if (size && *size >= kEditorByteLimit) {
-        state.offerExternalOpenForLargeFile(url);
-    } else {
-        state.openFileInEditor(url);
-    }
+    openForEditor(state, url, SizeFirst::yes);
 }
 
 // With no file on show, E edits the file under the cursor.
@@ -145,53 +235,22 @@ void AppState::enterEditor() {
 }
 
 void AppState::openFileInEditor(const QString& url) {
-    const QString path = PathUtils::standardizedPath(url);
-    // Opened first and without waiting: a FIFO or a device named like a text
-    // would hold the window in open() or read() for good.
-    const auto file = FileDescriptor::openRegularFile(path);
-    if (!file) {
-        reportError(file.error() == FileDescriptor::notRegularFile()
-                        ? kNotRegularFile
-                        : FileSystemError::fromErrno(file.error().code).description());
-        notifyChanged();
-        return;
-    }
-    if (PreviewSelection::classifyFile(PathUtils::lastPathComponent(path), path) !=
-        ViewerContentKind::text) {
-        reportError(kPreviewOnly);
-        loadViewerContent(path);
-        notifyChanged();
-        return;
-    }
-    const std::optional<int64_t> size = fileSize(path);
-    if (size && *size >= kEditorByteLimit) {
-        offerExternalOpenForLargeFile(path);
-        return;
-    }
-    const FsResult<QByteArray> bytes = readWholeFile(*file);
-    if (!bytes) {
-        reportError(bytes.error().description());
-        notifyChanged();
-        return;
-    }
-    const auto decoded = TextDecoding::decode(*bytes, false);
-    if (!decoded) {
-        errorMessage =
-            FileSystemError::make(FileSystemError::Kind::unreadableText, path).description();
-        notifyChanged();
-        return;
-    }
+    openForEditor(*this, url, SizeFirst::no);
+}
+
+void AppState::showFileInEditor(const QString& path, const QString& text, const QString& label,
+                                int64_t byteSize) {
     // A text load still running for VIEWER would otherwise land in the editor.
     cancelPreviewLoad();
     releasePreviewCopy(path);
     editorURL = path;
-    editorText = decoded->text;
-    textEncodingLabel = decoded->label;
+    editorText = text;
+    textEncodingLabel = label;
     viewerKind = ViewerContentKind::text;
     viewerFromZip = false;
     viewerZipArchive.clear();
     viewerZipEntry.clear();
-    textFileByteSize = bytes->size();
+    textFileByteSize = byteSize;
     isTextPreviewTruncated = false;
     isExtractedTextPreview = false;
     isViewerLoading = false;
@@ -206,12 +265,12 @@ void AppState::openFileInEditor(const QString& url) {
     notifyChanged();
 }
 
-void AppState::offerExternalOpenForLargeFile(const QString& url) {
+void AppState::offerExternalOpenForLargeFile(const QString& url, int64_t size) {
     const QString path = PathUtils::standardizedPath(url);
     pendingLargeEditURL = path;
     // VIEWER's load forgets the size it had; the question tells it at once.
     loadViewerContent(path);
-    textFileByteSize = fileSize(path).value_or(0);
+    textFileByteSize = size;
     dosDialogActionIndex = 0;
     notifyChanged();
 }

@@ -11,7 +11,7 @@
 #include <QProcess>
 
 #include <cerrno>
-#include <csignal>
+#include <memory>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -93,21 +93,22 @@ QString convertedFile(const QString& path, const QString& extension) {
 
 // Runs the converter in a process group of its own, so that killing it also
 // ends whatever helpers it started, and waits for its end on this thread.
-// Gives its output for exit status 0.
+// Gives its output for exit status 0. A cancelled converter is killed and
+// left to be reaped elsewhere: one stuck reading a dead mount would hold
+// this thread until its read ends.
 std::optional<QByteArray> runConverter(const QString& program, const QStringList& arguments,
                                        const CancelFlag* cancelled) {
-    QProcess process;
+    auto running = std::make_unique<QProcess>();
+    QProcess& process = *running;
     ChildProcesses::runInOwnGroup(process);
     process.start(program, arguments);
     if (!process.waitForStarted()) {
         return std::nullopt;
     }
-    const ChildProcesses::Registration registration(pid_t(process.processId()));
+    auto registration = std::make_unique<ChildProcesses::Registration>(pid_t(process.processId()));
     while (process.state() != QProcess::NotRunning) {
         if (isSet(cancelled)) {
-            ::kill(-pid_t(process.processId()), SIGKILL);
-            process.kill();
-            process.waitForFinished();
+            ChildProcesses::killAndLeave(std::move(running), std::move(registration));
             return std::nullopt;
         }
         process.waitForFinished(converterPollMilliseconds);

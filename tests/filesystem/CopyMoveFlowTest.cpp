@@ -189,6 +189,7 @@ TEST_F(CopyMoveFlow, AMoveOntoTheFolderThatHoldsItIsRefusedAndTheBatchGoesOn) {
     key("m");
     state->copyMovePathPrompt.text = "..";
     state->commitCopyMovePathPrompt();
+    settleListings();
     state->proceedCopyMove(false);
     waitForFileWork();
     EXPECT_FALSE(state->pendingCopyMove);
@@ -221,6 +222,7 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     EXPECT_EQ(state->copyMovePathPrompt.text, "");
     state->copyMovePathPrompt.text = "../right";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
     ASSERT_TRUE(state->pendingCopyMove);
     EXPECT_EQ(state->pendingCopyMove->destination, dir.filePath("right"));
@@ -230,12 +232,14 @@ TEST_F(CopyMoveFlow, ThePathPromptResolvesFromThePaneAndRemembersThePath) {
     EXPECT_EQ(state->copyMovePathPrompt.text, dir.filePath("right"));
     state->copyMovePathPrompt.text = "not-a-folder";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_EQ(error(), "Not a directory: " + dir.filePath("left/not-a-folder"));
     state->errorMessage.reset();
 
     key("m");
     state->copyMovePathPrompt.text = "missing";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_EQ(error(), "Destination is not an existing folder");
     EXPECT_FALSE(state->isOpen(Overlay::copyMovePathPrompt));
 }
@@ -291,7 +295,7 @@ TEST_F(CopyMoveFlow, ALongItemTellsItsProgressUntilItIsDoneAQuickOneNothing) {
 TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     oneFileUnderTheCursor("a.txt");
     state->isFileOperationRunning = true;
-    state->fileJobStop = std::make_shared<std::atomic<bool>>(false);
+    state->fileJobStop = std::stop_source();
     for (const KeyEvent& event : {typed("d"), KeyTest::named(KeyCode::down), typed("q")}) {
         EXPECT_TRUE(state->handleKeyDown(event));
         waitForListings(*state);
@@ -299,9 +303,9 @@ TEST_F(CopyMoveFlow, KeysWaitWhileAnItemRunsEscStopsItAndMenuShortcutsPass) {
     EXPECT_FALSE(state->handleKeyDown(typed("r", KeyModifiers{KeyModifier::command})));
     EXPECT_FALSE(state->pendingDelete || state->pendingQuit);
     EXPECT_EQ(state->pane(PaneSide::left).selection, 1);
-    EXPECT_FALSE(state->fileJobStop->load());
+    EXPECT_FALSE(state->fileJobStop.stop_requested());
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::escape)));
-    EXPECT_TRUE(state->fileJobStop->load());
+    EXPECT_TRUE(state->fileJobStop.stop_requested());
     state->isFileOperationRunning = false;
     EXPECT_TRUE(state->handleKeyDown(KeyTest::named(KeyCode::up)));
     waitForListings(*state);

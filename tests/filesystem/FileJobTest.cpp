@@ -174,17 +174,19 @@ TEST_F(FileJobFlow, TheConflictIsFoundOnTheWorker) {
 }
 
 TEST(FileJobItems, AStopAskedDuringAnItemEndsTheJobAfterIt) {
-    std::atomic<bool> stop{false};
+    std::stop_source stop;
     std::atomic<int> done{0};
     const FileJob::Outcome outcome = FileJob::runItems(
         {"/x/a", "/x/b", "/x/c"},
         [&](const QString& item) {
-            stop = item == "/x/b";
+            if (item == "/x/b") {
+                stop.request_stop();
+            }
             return item == "/x/a" ? FileJob::ItemError(
                                         FileSystemError::make(FileSystemError::Kind::invalidName))
                                   : FileJob::ItemError();
         },
-        stop, done);
+        stop.get_token(), done);
     EXPECT_TRUE(outcome.stopped);
     EXPECT_EQ(outcome.items.size(), 2);
     EXPECT_EQ(done.load(), 2);
@@ -204,11 +206,11 @@ TEST(StoppedCopy, RemovesThePartWrittenAndLeavesTheSource) {
     dir.makeFolder("dest");
     const auto outcome = FileOperationTest::runInChild(
         [&] {
-            static std::atomic<bool> stop{false};
+            static std::stop_source stop;
             FileSystemService::CopyProgress progress;
-            progress.stop = &stop;
-            if (!FileOperationTest::holdSystemCalls({SYS_copy_file_range},
-                                                    [](const seccomp_data&) { stop = true; })) {
+            progress.stop = stop.get_token();
+            if (!FileOperationTest::holdSystemCalls(
+                    {SYS_copy_file_range}, [](const seccomp_data&) { stop.request_stop(); })) {
                 return QStringLiteral("cannot hold calls");
             }
             const auto copied =

@@ -118,6 +118,7 @@ TEST_F(FolderCopyMove, AFolderIsNeverCarriedIntoItselfOrBelowItself) {
     ASSERT_TRUE(state->isOpen(Overlay::copyMovePathPrompt));
     state->copyMovePathPrompt.text = "tree/sub";
     state->commitCopyMovePathPrompt();
+    settleListings();
     EXPECT_EQ(error(), "Cannot copy a folder into itself: tree");
     EXPECT_FALSE(state->pendingCopyMove);
     EXPECT_EQ(

@@ -113,10 +113,12 @@ TEST_F(JumpDialogTest, PlusRemembersTheFolderUnderTheCursor) {
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "start");
     waitForListings(*state);
     state->addJumpBookmark();
+    waitForListings(*state);
     EXPECT_EQ(stored().first(), dir.filePath("start"));
     // On the parent row the pane's own folder is remembered.
     state->setSelection(0, PaneSide::left);
     state->addJumpBookmark();
+    waitForListings(*state);
     EXPECT_EQ(stored().first(), dir.path());
     EXPECT_EQ(stored().size(), 5);
 }
@@ -125,6 +127,7 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     state->moveJumpSelection(1);
     state->moveJumpSelection(1);
     state->setStartupFromJumpSelection();
+    waitForListings(*state);
     EXPECT_TRUE(state->isOpen(Overlay::jumpDialog));
     EXPECT_EQ(state->startupDirectory, dir.filePath("beta"));
     EXPECT_EQ(preferences.stringValue("startupDirectory"), dir.filePath("beta"));
@@ -133,6 +136,7 @@ TEST_F(JumpDialogTest, StartFolderFromARowAndFromThePane) {
     state->openLocation(FilerLocation::directory(dir.path()), PaneSide::left, "gamma");
     waitForListings(*state);
     state->setStartupDirectoryToCurrent();
+    waitForListings(*state);
     EXPECT_EQ(state->startupDirectory, dir.path());
     state->goToStartupDirectory();
     waitForListings(*state);

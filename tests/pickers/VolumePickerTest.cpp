@@ -123,6 +123,7 @@ TEST_F(VolumePicker, OpensWithTheRootFirstWrapsBothWaysAndStaysShutUnderTheWildc
     EXPECT_TRUE(state->isOpen(Overlay::volumePicker));
     state->confirmVolumePicker(std::nullopt); // "a" was ejected meanwhile
     EXPECT_FALSE(state->isOpen(Overlay::volumePicker));
+    ASSERT_TRUE(waitForListings(*state));
     EXPECT_EQ(state->errorMessage, "Cannot open:\n" + dir.filePath("a"));
     EXPECT_EQ(state->pane(PaneSide::left).location, FilerLocation::directory(dir.path()));
 }

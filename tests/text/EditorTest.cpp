@@ -54,6 +54,7 @@ protected:
         dir.makeFile(name, bytes);
         AppState& s = listedAt(name);
         s.enterEditor();
+        waitForListings(s);
         return s;
     }
     QString error() const { return state->errorMessage.value_or(QString()); }
@@ -80,6 +81,7 @@ TEST_F(EditorTest, FilesUnderTheLimitOpenWholeAndOneAtItIsOfferedOutside) {
     const QString big = dir.makeFile(QStringLiteral("big.txt"), QByteArray(kLimit, 'b'));
     AppState& t = listedAt(QStringLiteral("big.txt"));
     t.enterEditor();
+    waitForListings(t);
     EXPECT_EQ(t.pendingLargeEditURL, big);
     EXPECT_EQ(t.editorURL, big) << "VIEWER shows it meanwhile";
     // The size is told at once, while VIEWER's load is still under way, and
@@ -128,6 +130,7 @@ TEST_F(EditorTest, EachEncodingIsSavedAsReadOrAsTheLabelSays) {
         const QString path = dir.makeFile(c.name, c.read);
         AppState& s = listedAt(c.name);
         s.enterEditor();
+        waitForListings(s);
         EXPECT_EQ(s.editorText, c.text);
         if (c.labelAsRead) {
             EXPECT_EQ(s.textEncodingLabel, QString::fromLatin1(c.label));
@@ -154,6 +157,7 @@ TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLab
     EXPECT_FALSE(s.canChangeSaveEncoding());
 
     s.enterEditor();
+    waitForListings(s);
     EXPECT_TRUE(s.canChangeSaveEncoding());
     const Overlay blockers[] = {Overlay::renamePrompt,    Overlay::sortPicker,
                                 Overlay::jumpDialog,      Overlay::volumePicker,
@@ -189,6 +193,7 @@ TEST_F(EditorTest, ThePickerOpensOnlyInEditorOverNothingElseAndChangesOnlyTheLab
     waitForListings(s);
     s.editorURL.reset();
     s.enterEditor();
+    waitForListings(s);
     EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
     EXPECT_EQ(s.editorText, text);
 }
@@ -202,6 +207,7 @@ TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
     const auto refusal = [&](const std::function<void()>& command) {
         s.errorMessage.reset();
         command();
+        waitForListings(s);
         EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
         return error();
     };
@@ -259,11 +265,13 @@ TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
     });
     AppState& s = listedAt(QStringLiteral("stuck.txt"));
     s.enterEditor();
+    waitForListings(s);
     EXPECT_EQ(error(), QStringLiteral("This item is not a regular file (not editable as text)"));
     EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
     s.errorMessage.reset();
     // A device reads as empty text and would open if only size were asked.
     s.openFileInEditor(QStringLiteral("/dev/null"));
+    waitForListings(s);
     EXPECT_EQ(error(), QStringLiteral("This item is not a regular file (not editable as text)"));
     EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
     {
@@ -282,6 +290,7 @@ TEST_F(EditorTest, TheViewersWholeTextIsEditedAsItIsAndAHeadIsReadAgain) {
     s.editorText = QStringLiteral("in the viewer");
     s.textEncodingLabel = QStringLiteral("EUC-JP");
     s.enterEditor();
+    waitForListings(s);
     EXPECT_EQ(s.rightMode, RightPaneMode::editor);
     EXPECT_EQ(s.editorText, QStringLiteral("in the viewer"));
     EXPECT_EQ(s.textEncodingLabel, QStringLiteral("EUC-JP"));
@@ -289,6 +298,7 @@ TEST_F(EditorTest, TheViewersWholeTextIsEditedAsItIsAndAHeadIsReadAgain) {
     s.rightMode = RightPaneMode::viewer;
     s.isTextPreviewTruncated = true;
     s.enterEditor();
+    waitForListings(s);
     EXPECT_EQ(s.rightMode, RightPaneMode::editor);
     EXPECT_EQ(s.editorText, QStringLiteral("on the disk"));
     EXPECT_EQ(s.textEncodingLabel, QStringLiteral("UTF-8"));
@@ -355,6 +365,7 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     viewerReadsTheDisk();
 
     s.enterEditor();
+    waitForListings(s);
     typeAndLeave(QStringLiteral("discarded"));
     s.handleDosDialogKey(QStringLiteral("n"), KeyCode::other, false);
     EXPECT_EQ(readBytes(path), QByteArray("saved"));

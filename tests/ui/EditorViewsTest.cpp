@@ -44,6 +44,7 @@ TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     pane.show();
     pane.activateWindow();
     s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
+    waitForListings(s);
     QApplication::processEvents();
     auto* editor = pane.findChild<EditorTextView*>();
     ASSERT_NE(editor, nullptr);
@@ -59,6 +60,7 @@ TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     dir.makeFile(QStringLiteral("u.txt"), "other");
     s.isDirty = false;
     s.openFileInEditor(dir.filePath(QStringLiteral("u.txt")));
+    waitForListings(s);
     QApplication::processEvents();
     EXPECT_EQ(editor->text(), QStringLiteral("other"));
     EXPECT_FALSE(s.isDirty);
@@ -69,6 +71,7 @@ TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     elsewhere->setFocus();
     ASSERT_TRUE(elsewhere->hasFocus());
     s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
+    waitForListings(s);
     QApplication::processEvents();
     EXPECT_TRUE(editor->hasFocus());
 }
@@ -86,6 +89,7 @@ TEST_F(EditorViewsTest, EveryLineKeepsItsOwnEndingThroughAnEdit) {
     pane.resize(600, 400);
     pane.show();
     s.openFileInEditor(path);
+    waitForListings(s);
     QApplication::processEvents();
     auto* editor = pane.findChild<EditorTextView*>();
     ASSERT_NE(editor, nullptr);

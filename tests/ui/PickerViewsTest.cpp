@@ -39,6 +39,7 @@ protected:
 TEST_F(PickerViewsTest, TheAttributePromptFillsTheCellUnderItsCursor) {
     state->pane(PaneSide::left).selection = rowOf(QStringLiteral("notes.txt"));
     state->openAttributePrompt();
+    ASSERT_TRUE(waitForListings(*state));
     auto* view = box<AttributePromptView>();
     ASSERT_NE(view, nullptr);
     EXPECT_EQ(state->attributePrompt.newMode, QStringLiteral("rw-r-----"));

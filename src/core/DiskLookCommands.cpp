@@ -1,0 +1,71 @@
+// Commands whose first step reads the disk: the read runs on a worker, the
+// command's visible steps when it is back, and the keys typed meanwhile after them.
+#include "core/AppState.h"
+
+#include <algorithm>
+
+namespace {
+
+bool isQuitKey(const KeyEvent& event) {
+    return event.charactersIgnoringModifiers &&
+           event.charactersIgnoringModifiers->compare(QLatin1String("q"), Qt::CaseInsensitive) == 0;
+}
+
+} // namespace
+
+// The listing pool: a read stuck on a dead mount keeps its thread, and this
+// pool has threads to spare and is not the one previews read with.
+void AppState::lookAtDiskThen(DiskLook look) {
+    const uint64_t id = ++m_lastDiskLook;
+    m_diskLooks.push_back({id, nullptr});
+    Background::run(
+        m_executor, Background::Pool::listing, this, std::move(look),
+        [this, id](std::function<void()> then) { finishDiskLook(id, std::move(then)); });
+    notifyChanged();
+}
+
+// The commands take their steps in the order they were asked for, whichever
+// read comes back first; then the keys run as if the commands had been done
+// at once, until one of them asks for another read. A read whose command
+// Esc dropped is no longer waited for, and its steps are dropped too.
+void AppState::finishDiskLook(uint64_t id, std::function<void()> then) {
+    const auto waiting = std::find_if(m_diskLooks.begin(), m_diskLooks.end(),
+                                      [id](const PendingDiskLook& look) { return look.id == id; });
+    if (waiting == m_diskLooks.end()) {
+        return;
+    }
+    waiting->then = std::move(then);
+    while (!m_diskLooks.empty() && m_diskLooks.front().then) {
+        const std::function<void()> next = std::move(m_diskLooks.front().then);
+        m_diskLooks.pop_front();
+        next();
+    }
+    while (!m_keysHeldForLook.isEmpty() && m_diskLooks.empty()) {
+        handleKeyDown(m_keysHeldForLook.takeFirst());
+    }
+    notifyChanged();
+}
+
+void AppState::cancelDiskLook() {
+    if (m_diskLooks.empty()) {
+        return;
+    }
+    m_diskLooks.clear();
+    m_keysHeldForLook.clear();
+    notifyChanged();
+}
+
+bool AppState::holdKeyWhileLooking(const KeyEvent& event) {
+    if (m_diskLooks.empty()) {
+        return false;
+    }
+    if (event.keyCode == KeyCode::escape) {
+        cancelDiskLook();
+        return true;
+    }
+    if (isQuitKey(event)) {
+        return false;
+    }
+    m_keysHeldForLook.append(event);
+    return true;
+}
