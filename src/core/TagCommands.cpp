@@ -198,7 +198,7 @@ AppState::TaggedFileCandidates AppState::taggedFileCandidates() const {
     }
     const std::optional<FileEntry> entry = currentEntry();
     if (entry && isTaggable(*entry)) {
-        candidates.cursorFile = PathUtils::standardizedPath(entry->url);
+        candidates.cursorFile = PathUtils::standardizedPath(entry->url());
     }
     return candidates;
 }

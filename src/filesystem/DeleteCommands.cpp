@@ -34,16 +34,14 @@ void finishDelete(AppState& state, const FileJob::Outcome& outcome) {
 }
 
 // What the look at the disk found: the targets, and the first of them whose
-// remembered rights refuse the command, with the rights met on the way made
-// ready for the store.
+// remembered rights refuse the command.
 struct TargetsChecked {
     QStringList targets;
     std::optional<QString> refused;
-    std::optional<FileAccessMemory::Snapshot> memory;
 };
 
 TargetsChecked checkTargets(const QStringList& targets, bool folders) {
-    TargetsChecked checked{targets, std::nullopt, std::nullopt};
+    TargetsChecked checked{targets, std::nullopt};
     // The remembered owner-write bit decides, so one refused item refuses all.
     for (const QString& url : targets) {
         if (!FileSystemService::accessRights(url, folders, false).writable) {
@@ -51,14 +49,12 @@ TargetsChecked checkTargets(const QStringList& targets, bool folders) {
             break;
         }
     }
-    checked.memory = FileAccessMemory::snapshot();
+    // The rights met on the way go to the memory's file from its own thread.
+    FileAccessMemory::persist();
     return checked;
 }
 
 void askToDelete(AppState& state, const TargetsChecked& checked, bool folders) {
-    if (checked.memory) {
-        FileAccessMemory::store(*checked.memory);
-    }
     if (checked.targets.isEmpty()) {
         state.reportError(
             folders ? QStringLiteral("No folder to delete (select a folder)")
