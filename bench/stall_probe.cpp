@@ -12,6 +12,7 @@
 // /tmp/dorvik-stall-probe) and kept for the next run.
 #include "core/AppState.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileAccessMemory.h"
 
 #include <QCoreApplication>
@@ -47,7 +48,7 @@ QString at(const QString& relative) {
 void makeEmptyFiles(const QString& folder, int count, const char* stem) {
     QDir().mkpath(folder);
     for (int i = 0; i < count; ++i) {
-        const QByteArray file = QFile::encodeName(folder) + '/' + stem + QByteArray::number(i);
+        const QByteArray file = toSystemPath(folder) + '/' + stem + QByteArray::number(i);
         const int fd = ::open(file.constData(), O_CREAT | O_WRONLY, 0644);
         if (fd >= 0) {
             ::close(fd);
@@ -83,7 +84,7 @@ void makeWorkFolder() {
     }
     QDir().mkpath(at(QStringLiteral("fifo")));
     for (const char* name : {"stuck.tgz", "stuck.txt"}) {
-        const QByteArray path = QFile::encodeName(at(QStringLiteral("fifo/"))) + name;
+        const QByteArray path = toSystemPath(at(QStringLiteral("fifo/"))) + name;
         ::mkfifo(path.constData(), 0644);
     }
     QDir(at(QStringLiteral("trash"))).removeRecursively();
@@ -94,7 +95,7 @@ void makeWorkFolder() {
 // open() gets through and then reads an end of file.
 void releaseFifos() {
     for (const char* name : {"stuck.tgz", "stuck.txt"}) {
-        const QByteArray path = QFile::encodeName(at(QStringLiteral("fifo/"))) + name;
+        const QByteArray path = toSystemPath(at(QStringLiteral("fifo/"))) + name;
         const int fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
@@ -222,12 +223,12 @@ std::vector<Scenario> scenarios() {
         FilerLocation::zip(at(QStringLiteral("fifo/stuck.tgz")), QString());
     return {
         {"enter a 100,000-file folder", {go(QStringLiteral("big"), true)}},
-        {"change the sort there",
-         {[](AppState& s) {
+        {"change the sort there", {[](AppState& s) {
              return Step{[&s] { s.applySortMode(FilerSortMode::size); }, relisted(s)};
          }}},
-        {"toggle hidden files there",
-         {[](AppState& s) { return Step{[&s] { s.toggleHiddenFiles(); }, relisted(s)}; }}},
+        {"toggle hidden files there", {[](AppState& s) {
+             return Step{[&s] { s.toggleHiddenFiles(); }, relisted(s)};
+         }}},
         {"enter a 300 MB .tar.gz and go back",
          {go(QStringLiteral("archive")),
           [archive](AppState& s) {
@@ -251,23 +252,23 @@ std::vector<Scenario> scenarios() {
         {"trash 10,000 tagged files",
          {go(QStringLiteral("trash")),
           [](AppState& s) {
-              return Step{[&s] {
-                              s.openWildcardPrompt();
-                              s.wildcardPrompt.pattern = QStringLiteral("*");
-                              s.applyWildcardTag();
-                              s.startDelete(AppState::DeleteKind::files);
-                              s.runPendingDelete();
-                          },
-                          [&s] {
-                              return s.errorMessage || s.pane(PaneSide::left).entries.size() == 1;
-                          }};
+              return Step{
+                  [&s] {
+                      s.openWildcardPrompt();
+                      s.wildcardPrompt.pattern = QStringLiteral("*");
+                      s.applyWildcardTag();
+                      s.startDelete(AppState::DeleteKind::files);
+                      s.runPendingDelete();
+                  },
+                  [&s] { return s.errorMessage || s.pane(PaneSide::left).entries.size() == 1; }};
           }}},
         {"Enter on a FIFO named .tgz",
          {go(QStringLiteral("fifo")),
           [stuckArchive](AppState& s) {
-              return Step{
-                  [&s, stuckArchive] { s.openLocation(stuckArchive, PaneSide::left, std::nullopt); },
-                  listedAt(s, stuckArchive)};
+              return Step{[&s, stuckArchive] {
+                              s.openLocation(stuckArchive, PaneSide::left, std::nullopt);
+                          },
+                          listedAt(s, stuckArchive)};
           }}},
         {"E on a FIFO named .txt",
          {go(QStringLiteral("fifo")),
@@ -291,7 +292,7 @@ QString oneLine(QString text) {
 int main(int argc, char** argv) {
     g_root = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/tmp/dorvik-stall-probe");
     QDir().mkpath(g_root);
-    qputenv("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("data"))));
+    qputenv("XDG_DATA_HOME", toSystemPath(at(QStringLiteral("data"))));
     QCoreApplication app(argc, argv);
     makeWorkFolder();
 

@@ -38,7 +38,8 @@ PaneState::FilterMemo& AppState::filterMemo(PaneSide side) const {
         memo = {state.listEpoch, entries.constData(), entries.size(), {}, {}, {}};
         memo.foldedNames.reserve(entries.size());
         for (const FileEntry& entry : entries) {
-            memo.foldedNames.append(TextMatching::foldedForMatching(entry.name));
+            memo.foldedNames.append(
+                TextMatching::foldedForMatching(EntryDisplay::shownName(entry)));
         }
     }
     return memo;

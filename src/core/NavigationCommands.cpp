@@ -5,8 +5,7 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
-
-#include <QFileInfo>
+#include "core/SystemPath.h"
 
 #include <algorithm>
 
@@ -187,7 +186,7 @@ void AppState::goToFolder(const QString& url) {
         return;
     }
     const QString path = PathUtils::standardizedPath(url);
-    if (!QFileInfo(path).isDir()) {
+    if (!SystemPath::isDirectory(path)) {
         reportError(QStringLiteral("Cannot open:\n") + path);
         notifyChanged();
         return;

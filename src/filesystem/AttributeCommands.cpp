@@ -8,6 +8,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
+#include "text/ShownFileName.h"
 
 namespace {
 
@@ -86,9 +87,10 @@ void AppState::openAttributePrompt() {
         reportError(QStringLiteral("No item (Space to tag, or select an item)"));
         return;
     }
-    attributePrompt.targetSummary = targets.size() == 1
-                                        ? PathUtils::lastPathComponent(targets.first())
-                                        : QStringLiteral("%1 items").arg(targets.size());
+    attributePrompt.targetSummary =
+        targets.size() == 1
+            ? ShownFileName::shownName(PathUtils::lastPathComponent(targets.first()))
+            : QStringLiteral("%1 items").arg(targets.size());
     QList<FileSystemService::ItemAttributes> all;
     for (const QString& url : targets) {
         auto attributes = FileSystemService::readItemAttributes(url);

@@ -6,6 +6,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
+#include "text/ShownFileName.h"
 
 namespace {
 
@@ -65,7 +66,8 @@ void AppState::startDelete(DeleteKind kind) {
     // The remembered owner-write bit decides, so one refused item refuses all.
     for (const QString& url : targets) {
         if (!FileSystemService::accessRights(url, folders, false).writable) {
-            reportError(QStringLiteral("Not writable: ") + PathUtils::lastPathComponent(url));
+            reportError(QStringLiteral("Not writable: ") +
+                        ShownFileName::shownName(PathUtils::lastPathComponent(url)));
             return;
         }
     }

@@ -4,9 +4,9 @@
 #include "archive/ArchiveKind.h"
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/AccountNames.h"
-
-#include <QFile>
+#include "text/ShownFileName.h"
 
 #include <algorithm>
 #include <vector>
@@ -36,7 +36,7 @@ FileEntry parentRow(const QString& folder, const QString& parent) {
     row.permissionMode = QStringLiteral("drwx------");
     row.ownerName = row.groupName = QStringLiteral("-");
     struct stat st;
-    if (::stat(QFile::encodeName(parent).constData(), &st) == 0) {
+    if (::stat(toSystemPath(parent).constData(), &st) == 0) {
         row.modificationDate = dateFromStat(st);
     }
     return row;
@@ -46,7 +46,7 @@ FileEntry itemRow(const QString& path, const QString& name, const struct stat& s
     FileEntry row;
     row.id = path;
     row.name = name;
-    row.localizedName = name;
+    row.localizedName = ShownFileName::shownName(name);
     row.url = path;
     row.isDirectory = S_ISDIR(st.st_mode);
     row.isHidden = name.startsWith(QLatin1Char('.'));
@@ -99,7 +99,7 @@ FsResult<QList<FileEntry>> readItems(int dirFd, const std::vector<QByteArray>& n
         if (::fstatat(dirFd, raw.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
             return fail(FileSystemError::fromErrno(errno));
         }
-        const QString name = QFile::decodeName(raw);
+        const QString name = fromSystemPath(raw);
         if (!showHidden && name.startsWith(QLatin1Char('.'))) {
             continue;
         }
@@ -157,7 +157,7 @@ FsResult<QList<FileEntry>> listFolder(const QString& url, bool showHidden, Filer
                                       const std::function<void()>& afterEnumeration,
                                       const ListingControl& control) {
     const QString folder = PathUtils::standardizedPath(url);
-    const QByteArray encoded = QFile::encodeName(folder);
+    const QByteArray encoded = toSystemPath(folder);
     struct stat st;
     if (::stat(encoded.constData(), &st) != 0 || !S_ISDIR(st.st_mode)) {
         return fail(FileSystemError::make(FileSystemError::Kind::notADirectory, folder));
@@ -219,7 +219,7 @@ FileAccessMemory::Record accessRights(const QString& url, bool isDirectory, bool
         return *remembered;
     }
     struct stat st;
-    const bool readOk = ::lstat(QFile::encodeName(url).constData(), &st) == 0;
+    const bool readOk = ::lstat(toSystemPath(url).constData(), &st) == 0;
     return accessRights(url, isDirectory, isArchive, readOk ? &st : nullptr);
 }
 

@@ -6,6 +6,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 #include "search/FolderSearchService.h"
+#include "text/ShownFileName.h"
 
 #include <QFileInfo>
 
@@ -23,7 +24,7 @@ FileEntry entryForHit(const FolderSearchHit& hit) {
     FileEntry entry;
     entry.id = hit.id;
     entry.name = hit.name;
-    entry.localizedName = hit.name;
+    entry.localizedName = ShownFileName::shownName(hit.name);
     entry.url = hit.url;
     entry.isDirectory = hit.isDirectory;
     entry.isHidden = hit.name.startsWith(u'.');

@@ -3,9 +3,9 @@
 #include "core/AppState.h"
 #include "core/KeyEvent.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "dialogs/DosDialog.h"
 
-#include <QFile>
 #include <QTemporaryDir>
 
 #include <gtest/gtest.h>
@@ -28,7 +28,7 @@ protected:
         static QTemporaryDir desktop;
         for (const char* name :
              {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
-            qputenv(name, QFile::encodeName(desktop.path()));
+            qputenv(name, toSystemPath(desktop.path()));
         }
     }
     // No answer that belongs to another area ran: EDITOR, open for this,

@@ -2,6 +2,7 @@
 // saved in its encoding, the encoding picker, and the ways out.
 #include "core/AppState.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "dialogs/DosDialog.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
@@ -46,7 +47,7 @@ protected:
         static TestDir desktop;
         for (const char* name :
              {"XDG_DATA_HOME", "XDG_DATA_DIRS", "XDG_CONFIG_HOME", "XDG_CONFIG_DIRS"}) {
-            qputenv(name, QFile::encodeName(desktop.path()));
+            qputenv(name, toSystemPath(desktop.path()));
         }
     }
     void SetUp() override {
@@ -307,7 +308,7 @@ TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
 
 TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
     const QString fifo = dir.filePath(QStringLiteral("stuck.txt"));
-    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+    ASSERT_EQ(::mkfifo(toSystemPath(fifo).constData(), 0644), 0);
     // Should the editor wait in open() after all, a writer comes after a
     // while and lets it go: the editor then reads empty text and opens it,
     // so the test fails instead of hanging.
@@ -317,7 +318,7 @@ TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
     std::thread watchdog([&] {
         std::unique_lock guard(lock);
         finished.wait_for(guard, std::chrono::seconds(5), [&] { return done; });
-        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
         }
