@@ -14,6 +14,7 @@
 #include "ui/ScreenText.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QPdfDocument>
@@ -89,7 +90,8 @@ void GeneralPreviewView::setPath(const QString& path) {
         return;
     }
     m_path = path;
-    showCard(path, contentType(path));
+    const QMimeType type = contentType(path);
+    showCard(path, type);
     m_page->setImage({});
     m_page->hide();
     m_renderingPage = false;
