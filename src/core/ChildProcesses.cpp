@@ -61,9 +61,15 @@ std::shared_ptr<ExecVectors> execVectors(const QProcess& process, const QString&
 } // namespace
 
 void runInOwnGroup(QProcess& process, const QString& program, const QStringList& arguments) {
-    const pid_t parent = ::getpid();
     process.setProgram(program);
     process.setArguments(arguments);
+    // A program that can't be run is left to QProcess, which reports that
+    // it failed to start; an exec of our own could only end the child.
+    if (::access(toSystemPath(program).constData(), X_OK) != 0) {
+        runInOwnGroup(process);
+        return;
+    }
+    const pid_t parent = ::getpid();
     const bool ownEnvironment = process.processEnvironment().isEmpty();
     std::shared_ptr<ExecVectors> vectors = execVectors(process, program, arguments);
     // Only async-signal-safe calls here: this runs in the child between
