@@ -155,10 +155,22 @@ TEST_F(ByteNames, CopyMoveAndRenameKeepTheBytesAnEditedNameIsUtf8) {
     EXPECT_EQ(namesIn(dir.filePath("left")).size(), 2);
 }
 
-TEST_F(ByteNames, TheTrashKeepsTheBytesOfTheNameAndItsPath) {
+TEST_F(ByteNames, AttributesAreWrittenAndTheTrashKeepsTheBytesOfTheNameAndItsPath) {
     const QString trash = privateTrash();
     makeRaw("left", badName);
     listLeft();
+    pointAtRaw(badName);
+    key("a");
+    ASSERT_TRUE(state->isOpen(Overlay::attributePrompt));
+    EXPECT_EQ(state->attributePrompt.oldMode, "rw-r--r--");
+    state->attributePrompt.newMode = "rwx------";
+    state->applyAttributePrompt();
+    waitForFileWork();
+    EXPECT_EQ(error(), "");
+    struct stat st {};
+    ASSERT_EQ(::stat((toSystemPath(dir.filePath("left")) + '/' + badName).constData(), &st), 0);
+    EXPECT_EQ(st.st_mode & 0777, 0700u);
+
     pointAtRaw(badName);
     key("d");
     key("y");
