@@ -1,8 +1,9 @@
 #pragma once
 
+#include "core/SystemPath.h"
+
 #include <QByteArray>
 #include <QDir>
-#include <QFile>
 #include <QString>
 #include <QTemporaryDir>
 
@@ -20,7 +21,7 @@ inline const QString& path() {
     static const bool made = [] {
         for (int i = 0; i < kFileCount; ++i) {
             const QByteArray file =
-                QFile::encodeName(dir.path()) + "/file" + QByteArray::number(i) + ".txt";
+                toSystemPath(dir.path()) + "/file" + QByteArray::number(i) + ".txt";
             const int fd = ::open(file.constData(), O_CREAT | O_WRONLY, 0644);
             if (fd >= 0) {
                 ::close(fd);

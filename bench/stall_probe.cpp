@@ -14,6 +14,7 @@
 // /tmp/dorvik-stall-probe) and kept for the next run.
 #include "core/AppState.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileAccessMemory.h"
 
 #include <QCoreApplication>
@@ -49,7 +50,7 @@ QString at(const QString& relative) {
 void makeEmptyFiles(const QString& folder, int count, const char* stem) {
     QDir().mkpath(folder);
     for (int i = 0; i < count; ++i) {
-        const QByteArray file = QFile::encodeName(folder) + '/' + stem + QByteArray::number(i);
+        const QByteArray file = toSystemPath(folder) + '/' + stem + QByteArray::number(i);
         const int fd = ::open(file.constData(), O_CREAT | O_WRONLY, 0644);
         if (fd >= 0) {
             ::close(fd);
@@ -85,7 +86,7 @@ void makeWorkFolder() {
     }
     QDir().mkpath(at(QStringLiteral("fifo")));
     for (const char* name : {"stuck.tgz", "stuck.txt"}) {
-        const QByteArray path = QFile::encodeName(at(QStringLiteral("fifo/"))) + name;
+        const QByteArray path = toSystemPath(at(QStringLiteral("fifo/"))) + name;
         ::mkfifo(path.constData(), 0644);
     }
     QDir(at(QStringLiteral("trash"))).removeRecursively();
@@ -96,7 +97,7 @@ void makeWorkFolder() {
 // open() gets through and then reads an end of file.
 void releaseFifos() {
     for (const char* name : {"stuck.tgz", "stuck.txt"}) {
-        const QByteArray path = QFile::encodeName(at(QStringLiteral("fifo/"))) + name;
+        const QByteArray path = toSystemPath(at(QStringLiteral("fifo/"))) + name;
         const int fd = ::open(path.constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
@@ -296,7 +297,7 @@ QString oneLine(QString text) {
 int main(int argc, char** argv) {
     g_root = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QStringLiteral("/tmp/dorvik-stall-probe");
     QDir().mkpath(g_root);
-    qputenv("XDG_DATA_HOME", QFile::encodeName(at(QStringLiteral("data"))));
+    qputenv("XDG_DATA_HOME", toSystemPath(at(QStringLiteral("data"))));
     QCoreApplication app(argc, argv);
     makeWorkFolder();
 

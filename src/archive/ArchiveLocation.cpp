@@ -3,8 +3,7 @@
 #include "archive/ArchiveRows.h"
 #include "archive/ArchiveService.h"
 #include "core/PathUtils.h"
-
-#include <QFileInfo>
+#include "core/SystemPath.h"
 
 namespace ArchiveLocation {
 
@@ -12,8 +11,8 @@ Result<QList<FileEntry>, ArchiveError> list(const FilerLocation::Zip& location,
                                             bool showHiddenFiles, FilerSortMode sortMode,
                                             bool showLocalizedNames, std::stop_token stopToken) {
     const QString archive = PathUtils::standardizedPath(location.archive);
-    const QFileInfo info(archive);
-    if (!info.exists()) {
+    const auto info = SystemPath::status(archive);
+    if (!info) {
         return fail(ArchiveError::notFound(archive));
     }
     auto members = ArchiveService::listMembers(archive, std::move(stopToken));
@@ -21,7 +20,7 @@ Result<QList<FileEntry>, ArchiveError> list(const FilerLocation::Zip& location,
         return fail(members.error());
     }
     return ArchiveRows::entriesFromMembers(archive, *members, location.innerPath, showHiddenFiles,
-                                           sortMode, showLocalizedNames, info.lastModified());
+                                           sortMode, showLocalizedNames, info->modified);
 }
 
 QString refusalText(ReadOnlyCommand command) {

@@ -4,8 +4,7 @@
 #include "archive/ArchiveToolOutput.h"
 #include "archive/ZipArchiveService.h"
 #include "core/PathUtils.h"
-
-#include <QFile>
+#include "core/SystemPath.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -29,7 +28,7 @@ template <typename T> ArchiveResult<T> fromZip(ZipResult<T>&& result) {
 // not there is left to the tool to report.
 std::optional<ArchiveError> notRegularFile(const QString& path) {
     struct stat info {};
-    if (::stat(QFile::encodeName(path).constData(), &info) == 0 && !S_ISREG(info.st_mode)) {
+    if (::stat(toSystemPath(path).constData(), &info) == 0 && !S_ISREG(info.st_mode)) {
         return ArchiveError::listFailed(path, QStringLiteral("Not a regular file"));
     }
     return std::nullopt;

@@ -1,6 +1,7 @@
 #include "archive/ArchiveTemporaryFolder.h"
 
 #include "core/FileDescriptor.h"
+#include "core/SystemPath.h"
 
 #include <QDir>
 #include <QFile>
@@ -58,7 +59,7 @@ QString failure(const QString& what, int code) {
 // at its name is looked at without following a link (lstat); the folder
 // then opened must be that same one.
 Result<int, QString> openFolder(const QString& path) {
-    const QByteArray name = QFile::encodeName(path);
+    const QByteArray name = toSystemPath(path);
     if (::mkdir(name.constData(), 0700) != 0 && errno != EEXIST) {
         return fail(failure(QStringLiteral("Cannot make ") + path, errno));
     }
@@ -98,7 +99,7 @@ QString uuid() {
 // head + tail, where a tail too long for the file system loses its
 // beginning: its end keeps the extension.
 QString fileName(const QString& head, QString tail) {
-    while (!tail.isEmpty() && QFile::encodeName(head + tail).size() > longestFileName) {
+    while (!tail.isEmpty() && toSystemPath(head + tail).size() > longestFileName) {
         tail.remove(0, 1);
     }
     return head + tail;
@@ -133,7 +134,7 @@ Result<NewFile, QString> createFile(const QString& memberName) {
     }
     const FileDescriptor directory(*opened);
     const QString name = fileName(uuid() + QLatin1Char('-'), memberName);
-    const int fd = ::openat(directory.get(), QFile::encodeName(name).constData(),
+    const int fd = ::openat(directory.get(), toSystemPath(name).constData(),
                             O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0) {
         return fail(failure(QStringLiteral("Cannot make a copy in ") + path, errno));
@@ -151,7 +152,7 @@ FolderResult createWorkFolder(const QString& prefix) {
     }
     const FileDescriptor directory(*opened);
     const QString name = prefix + uuid();
-    if (::mkdirat(directory.get(), QFile::encodeName(name).constData(), 0700) != 0) {
+    if (::mkdirat(directory.get(), toSystemPath(name).constData(), 0700) != 0) {
         return fail(failure(QStringLiteral("Cannot make a folder in ") + path, errno));
     }
     const QString work = path + QLatin1Char('/') + name;
@@ -181,7 +182,7 @@ void removeAll() {
         removePath(path);
     }
     // Left in place while another instance of the program still keeps copies there.
-    ::rmdir(QFile::encodeName(folderPath()).constData());
+    ::rmdir(toSystemPath(folderPath()).constData());
 }
 
 } // namespace ArchiveTemporaryFolder

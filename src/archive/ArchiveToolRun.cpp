@@ -7,6 +7,7 @@
 
 #include "core/ChildProcesses.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
 #include <QDir>
@@ -135,7 +136,7 @@ std::optional<QString> findTool(const QStringList& names) {
         for (const QString& name : names) {
             const QString candidate = QDir(folder).filePath(name);
             const QFileInfo info(candidate);
-            if (info.isFile() && ::access(QFile::encodeName(candidate).constData(), X_OK) == 0) {
+            if (info.isFile() && ::access(toSystemPath(candidate).constData(), X_OK) == 0) {
                 return candidate;
             }
         }
@@ -158,12 +159,10 @@ ArchiveResult<Done> streamTool(const QString& path, const QStringList& arguments
     }
     RunningTool tool{std::make_unique<QProcess>(), nullptr};
     QProcess& process = *tool.process;
-    process.setProgram(path);
-    process.setArguments(arguments);
     process.setProcessEnvironment(toolEnvironment());
     // A tool that asks a question must not wait for an answer that never comes.
     process.setStandardInputFile(QProcess::nullDevice());
-    ChildProcesses::runInOwnGroup(process);
+    ChildProcesses::runInOwnGroup(process, path, arguments);
     process.start();
     if (!process.waitForStarted(-1)) {
         return fail(ArchiveError::toolMissing(PathUtils::lastPathComponent(path)));

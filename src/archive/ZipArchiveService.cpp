@@ -1,8 +1,8 @@
 #include "archive/ZipArchiveService.h"
 
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 
-#include <QFile>
 #include <QHash>
 #include <QMutex>
 #include <QMutexLocker>
@@ -71,7 +71,7 @@ ZipResult<ArchiveFile> ArchiveFile::open(const QString& path) {
     // O_NONBLOCK: opening a FIFO would otherwise wait for a writer. It has no
     // effect on the reads of a regular file, the only kind kept open.
     const int fd =
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
+        ::open(toSystemPath(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY);
     if (fd < 0) {
         return fail(systemFailure(errno));
     }

@@ -39,8 +39,9 @@ PaneState::FilterMemo& AppState::filterMemo(PaneSide side) const {
         memo.foldedNames.reserve(entries.size());
         for (const FileEntry& entry : entries) {
             // Most names fold to themselves: those keep sharing the row's text.
-            const QString folded = TextMatching::foldedForMatching(entry.name);
-            memo.foldedNames.append(folded == entry.name ? entry.name : folded);
+            const QString shown = EntryDisplay::shownName(entry);
+            const QString folded = TextMatching::foldedForMatching(shown);
+            memo.foldedNames.append(folded == shown ? shown : folded);
         }
     }
     return memo;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Background.h"
+#include "core/EntryDisplay.h"
 #include "core/FreeSpaceCache.h"
 #include "core/KeyEvent.h"
 #include "core/Model.h"
@@ -226,7 +227,7 @@ public:
         }
         QList<Row> kept;
         for (const Row& row : rows) {
-            if (nameMatchesFilter(row.name)) {
+            if (nameMatchesFilter(EntryDisplay::shownName(row))) {
                 kept.append(row);
             }
         }

@@ -1,15 +1,20 @@
 #include "core/ChildProcesses.h"
 
+#include "core/SystemPath.h"
+
 #include <QProcess>
 #include <QThread>
 #include <QTimer>
 
 #include <algorithm>
 #include <csignal>
+#include <memory>
 #include <mutex>
 #include <sys/prctl.h>
 #include <unistd.h>
 #include <vector>
+
+extern char** environ;
 
 namespace ChildProcesses {
 
@@ -41,7 +46,62 @@ QThread& reaperThread() {
     return *thread;
 }
 
+// The argument and environment vectors of execve, made before the fork: the
+// child may only read them.
+struct ExecVectors {
+    std::vector<QByteArray> storage;
+    std::vector<char*> argv;
+    std::vector<char*> envp;
+};
+
+std::shared_ptr<ExecVectors> execVectors(const QProcess& process, const QString& program,
+                                         const QStringList& arguments) {
+    auto vectors = std::make_shared<ExecVectors>();
+    vectors->storage.push_back(toSystemPath(program));
+    for (const QString& argument : arguments) {
+        vectors->storage.push_back(toSystemPath(argument));
+    }
+    const qsizetype argumentCount = qsizetype(vectors->storage.size());
+    const QStringList environment = process.processEnvironment().toStringList();
+    for (const QString& variable : environment) {
+        vectors->storage.push_back(toSystemPath(variable));
+    }
+    for (qsizetype i = 0; i < qsizetype(vectors->storage.size()); ++i) {
+        auto& target = i < argumentCount ? vectors->argv : vectors->envp;
+        target.push_back(vectors->storage[size_t(i)].data());
+    }
+    vectors->argv.push_back(nullptr);
+    vectors->envp.push_back(nullptr);
+    return vectors;
+}
+
 } // namespace
+
+void runInOwnGroup(QProcess& process, const QString& program, const QStringList& arguments) {
+    process.setProgram(program);
+    process.setArguments(arguments);
+    // A program that can't be run is left to QProcess, which reports that
+    // it failed to start; an exec of our own could only end the child.
+    if (::access(toSystemPath(program).constData(), X_OK) != 0) {
+        runInOwnGroup(process);
+        return;
+    }
+    const pid_t parent = ::getpid();
+    const bool ownEnvironment = process.processEnvironment().isEmpty();
+    std::shared_ptr<ExecVectors> vectors = execVectors(process, program, arguments);
+    // Only async-signal-safe calls here: this runs in the child between
+    // fork and exec, and replaces QProcess's own exec.
+    process.setChildProcessModifier([parent, vectors, ownEnvironment] {
+        ::setpgid(0, 0);
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        if (::getppid() != parent) {
+            ::_exit(127);
+        }
+        ::execve(vectors->argv[0], vectors->argv.data(),
+                 ownEnvironment ? environ : vectors->envp.data());
+        ::_exit(127);
+    });
+}
 
 void runInOwnGroup(QProcess& process) {
     const pid_t parent = ::getpid();

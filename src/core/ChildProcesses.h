@@ -1,6 +1,8 @@
 #pragma once
 
 #include <memory>
+#include <QString>
+#include <QStringList>
 
 #include <sys/types.h>
 
@@ -22,6 +24,12 @@ namespace ChildProcesses {
 // kill it (see killAndLeave); and a child whose parent is already gone by
 // the time it is set up ends at once.
 void runInOwnGroup(QProcess& process);
+
+// runInOwnGroup, and the child is started with the exact bytes of program
+// and arguments (SystemPath), since QProcess would encode a file name that
+// is not UTF-8 lossily. The environment is the one set on process, or else
+// this process's own. Call before start(); the program must be a full path.
+void runInOwnGroup(QProcess& process, const QString& program, const QStringList& arguments);
 
 // A running child's group, known to killAll() while the object lives.
 class Registration {

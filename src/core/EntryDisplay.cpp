@@ -38,6 +38,9 @@ QString displayName(const FileEntry& entry, bool localized, bool allExt) {
     if (entry.isParent) {
         return QStringLiteral("..");
     }
+    if (SystemPath::hasEscapedBytes(entry.name)) {
+        return entry.localizedName;
+    }
     const bool localizedFolder = localized && entry.isDirectory;
     if (entry.hasHiddenExtension) {
         if (!localizedFolder) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "core/Model.h"
+#include "core/SystemPath.h"
 
 #include <QString>
 
@@ -21,6 +22,16 @@ enum class ColorRole {
     archive,
     unreadableArchive,
 };
+
+// The name a row is shown, sorted and filtered by: its real name, or for a
+// name that is not UTF-8 the readable form the listing gave it.
+template <typename Row> const QString& shownName(const Row& row) {
+    if constexpr (requires { row.localizedName; }) {
+        return SystemPath::hasEscapedBytes(row.name) ? row.localizedName : row.name;
+    } else {
+        return row.name;
+    }
+}
 
 // "..", or the name, the name without its extension, or the localized name,
 // as the two name settings ask.

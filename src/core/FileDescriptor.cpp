@@ -1,5 +1,7 @@
 #include "core/FileDescriptor.h"
 
+#include "core/SystemPath.h"
+
 #include <QFile>
 
 #include <cerrno>
@@ -30,7 +32,7 @@ SystemError FileDescriptor::notRegularFile() {
 
 Result<FileDescriptor, SystemError> FileDescriptor::openRegularFile(const QString& path) {
     FileDescriptor file(
-        ::open(QFile::encodeName(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
+        ::open(toSystemPath(path).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC | O_NOCTTY));
     if (!file.isOpen()) {
         return fail(SystemError::fromErrno(errno));
     }

@@ -22,7 +22,7 @@ QList<FileEntry> AppState::visibleTreeFiles(const QList<FileEntry>& files) const
     }
     QList<FileEntry> kept;
     for (const FileEntry& file : files) {
-        if (nameMatchesFilter(file.name)) {
+        if (nameMatchesFilter(EntryDisplay::shownName(file))) {
             kept.append(file);
         }
     }

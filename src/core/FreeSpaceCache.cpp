@@ -1,6 +1,6 @@
 #include "core/FreeSpaceCache.h"
 
-#include <QFile>
+#include "core/SystemPath.h"
 
 #include <sys/stat.h>
 #include <sys/statvfs.h>
@@ -41,7 +41,7 @@ bool FreeSpaceCache::armRefresh() {
 }
 
 std::optional<FreeSpaceCache::Figures> FreeSpaceCache::read(const QString& folder) {
-    const QByteArray path = QFile::encodeName(folder);
+    const QByteArray path = toSystemPath(folder);
     struct statvfs volume;
     struct stat st;
     if (::statvfs(path.constData(), &volume) != 0 || ::stat(path.constData(), &st) != 0) {

@@ -5,8 +5,7 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
-
-#include <QFileInfo>
+#include "core/SystemPath.h"
 
 #include <algorithm>
 
@@ -190,7 +189,7 @@ void AppState::goToFolder(const QString& url) {
     // Whether the folder is there is asked on a worker: a volume on a dead
     // network mount would not answer.
     lookAtDiskThen([this, side = *side, path]() -> std::function<void()> {
-        if (!QFileInfo(path).isDir()) {
+        if (!SystemPath::isDirectory(path)) {
             return [this, path] {
                 reportError(QStringLiteral("Cannot open:\n") + path);
                 notifyChanged();

@@ -4,9 +4,8 @@
 #include "core/EntryDisplay.h"
 #include "core/Formats.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
-
-#include <QFileInfo>
 
 #include <cmath>
 
@@ -23,14 +22,14 @@ SelectionStatus ofEntry(const AppState& state, const FileEntry& entry) {
 }
 
 SelectionStatus ofShownFile(const QString& url) {
-    const QFileInfo info(url);
-    const bool isFolder = info.isDir();
+    const SystemPath::Status info = SystemPath::status(url).value_or(SystemPath::Status{});
+    const bool isFolder = info.isDirectory;
     const FileAccessMemory::Record rights = FileSystemService::accessRights(url, isFolder, false);
-    const QDateTime modified = info.lastModified();
+    const QDateTime modified = info.modified;
     return {rights.mode,
             rights.owner,
             rights.group,
-            isFolder ? QStringLiteral("<DIR>") : Formats::formatCompactSize(info.size()),
+            isFolder ? QStringLiteral("<DIR>") : Formats::formatCompactSize(info.size),
             modified.isValid() ? Formats::formatRowDate(modified) : QString(),
             PathUtils::lastPathComponent(url)};
 }

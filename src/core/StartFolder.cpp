@@ -1,8 +1,7 @@
 #include "core/StartFolder.h"
 
 #include "core/PathUtils.h"
-
-#include <QFile>
+#include "core/SystemPath.h"
 
 #include <cerrno>
 #include <cstring>
@@ -21,7 +20,7 @@ QString refusal(const QString& folder, const QString& reason) {
 
 Result<QString, QString> fromArgument(const QString& argument) {
     const QString folder = PathUtils::standardizedPath(argument);
-    const QByteArray encoded = QFile::encodeName(folder);
+    const QByteArray encoded = toSystemPath(folder);
     struct stat st;
     if (::stat(encoded.constData(), &st) != 0) {
         return fail(refusal(folder, QString::fromLocal8Bit(std::strerror(errno))));

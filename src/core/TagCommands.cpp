@@ -5,8 +5,8 @@
 
 #include "core/Formats.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 
-#include <QFileInfo>
 #include <QHash>
 #include <QRegularExpression>
 
@@ -45,8 +45,8 @@ std::optional<int64_t> sizeOnDisk(const QString& key) {
     if (key.startsWith(kArchiveKeyPrefix)) {
         return std::nullopt;
     }
-    const QFileInfo info(key);
-    return info.isFile() ? std::optional<int64_t>(info.size()) : std::nullopt;
+    const auto info = SystemPath::status(key);
+    return info && info->isRegularFile ? std::optional<int64_t>(info->size) : std::nullopt;
 }
 
 } // namespace
@@ -206,8 +206,8 @@ AppState::TaggedFileCandidates AppState::taggedFileCandidates() const {
 QStringList AppState::taggedFileURLs(const TaggedFileCandidates& candidates) {
     QStringList files;
     for (const QString& path : candidates.taggedPaths) {
-        const QFileInfo info(path);
-        if (info.exists() && !info.isDir()) {
+        const auto info = SystemPath::status(path);
+        if (info && !info->isDirectory) {
             files.append(path);
         }
     }

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/Formats.h"
 #include "core/PathUtils.h"
+#include "text/ShownFileName.h"
 
 #include <QHash>
 
@@ -38,7 +39,8 @@ DosDialog copyMoveDialog(const AppState::PendingCopyMove& pending) {
     const QString word = kindWord(pending.kind);
     if (const auto* conflict = std::get_if<AppState::PendingCopyMove::Conflict>(&pending.stage)) {
         const QString message =
-            word + QStringLiteral(":\n") + PathUtils::lastPathComponent(conflict->source) +
+            word + QStringLiteral(":\n") +
+            ShownFileName::shownName(PathUtils::lastPathComponent(conflict->source)) +
             QStringLiteral("\n→ already exists at\n") + conflict->destinationItem;
         return dialog(QStringLiteral("EXISTS"), message,
                       {{QStringLiteral("overwrite"), QStringLiteral("Overwrite"), true},
@@ -183,7 +185,7 @@ QString dosDialogNameList(const QStringList& urls) {
     constexpr int kShownNames = 8;
     QStringList names;
     for (const QString& url : urls.mid(0, urls.size() > kShownNames ? kShownNames : urls.size())) {
-        names.append(PathUtils::lastPathComponent(url));
+        names.append(ShownFileName::shownName(PathUtils::lastPathComponent(url)));
     }
     QString list = names.join(QLatin1Char('\n'));
     if (urls.size() > kShownNames) {

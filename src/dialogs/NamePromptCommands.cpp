@@ -8,6 +8,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 #include "search/TreeSession.h"
+#include "text/ShownFileName.h"
 
 namespace {
 
@@ -131,7 +132,8 @@ void AppState::openRenamePrompt() {
     clearWayForNamePrompt(*this);
     renamePrompt.sourceURL = PathUtils::standardizedPath(entry->url());
     renamePrompt.sourceName = entry->name;
-    renamePrompt.name = entry->name;
+    // A name that is not UTF-8 is offered as it is shown; see commitRename.
+    renamePrompt.name = ShownFileName::editableName(entry->name);
     showOverlay(Overlay::renamePrompt);
     notifyChanged();
 }
@@ -147,7 +149,11 @@ void AppState::commitRename() {
         return;
     }
     const QString source = renamePrompt.sourceURL;
-    const QString name = renamePrompt.name;
+    // The offered text confirmed as it stands keeps the name's own bytes; a
+    // name the user edited is written as UTF-8.
+    const bool unchanged =
+        renamePrompt.name == ShownFileName::editableName(renamePrompt.sourceName);
+    const QString name = unchanged ? renamePrompt.sourceName : renamePrompt.name;
     closeOverlay(Overlay::renamePrompt);
     releaseTextFocus();
     const FsResult<QString> renamed = FileSystemService::renameItem(source, name);

@@ -8,6 +8,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
+#include "text/ShownFileName.h"
 
 namespace {
 
@@ -98,7 +99,7 @@ void showAttributePrompt(AppState& state, const TargetsRead& read) {
         return;
     }
     state.attributePrompt.targetSummary = targets.size() == 1
-                                              ? PathUtils::lastPathComponent(targets.first())
+                                              ? ShownFileName::shownName(PathUtils::lastPathComponent(targets.first()))
                                               : QStringLiteral("%1 items").arg(targets.size());
     if (read.failure) {
         state.reportError(*read.failure);

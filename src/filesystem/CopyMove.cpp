@@ -1,4 +1,5 @@
 // Copying and moving items, and the folder the copy/move path prompt names.
+#include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
 #include "filesystem/FolderNames.h"
 #include "filesystem/ItemTree.h"
@@ -6,7 +7,6 @@
 #include "core/PathUtils.h"
 
 #include <QDir>
-#include <QFile>
 
 #include <cerrno>
 #include <dirent.h>
@@ -48,11 +48,11 @@ struct HeldItem {
 
 FsResult<HeldItem> holdItem(const QString& path) {
     const QString standardized = PathUtils::standardizedPath(path);
-    auto folder = ItemTree::openFolder(QFile::encodeName(PathUtils::parentPath(standardized)));
+    auto folder = ItemTree::openFolder(toSystemPath(PathUtils::parentPath(standardized)));
     if (!folder) {
         return fail(folder.error());
     }
-    const QByteArray name = QFile::encodeName(PathUtils::lastPathComponent(standardized));
+    const QByteArray name = toSystemPath(PathUtils::lastPathComponent(standardized));
     auto st = ItemTree::itemAt(folder->get(), name);
     if (!st) {
         return fail(st.error());
@@ -61,7 +61,7 @@ FsResult<HeldItem> holdItem(const QString& path) {
 }
 
 FsResult<Descriptor> openDestination(const QString& folder) {
-    return ItemTree::openFolder(QFile::encodeName(PathUtils::standardizedPath(folder)));
+    return ItemTree::openFolder(toSystemPath(PathUtils::standardizedPath(folder)));
 }
 
 FsResult<Identity> identityOf(int folder) {
@@ -105,7 +105,7 @@ FsResult<bool> targetTaken(const HeldItem& source, int into, const QString& targ
         }
     }
     const auto existing =
-        ItemTree::itemAt(into, QFile::encodeName(PathUtils::lastPathComponent(target)));
+        ItemTree::itemAt(into, toSystemPath(PathUtils::lastPathComponent(target)));
     if (!existing) {
         if (existing.error().systemError.code == ENOENT) {
             return false;
@@ -125,7 +125,7 @@ FsResult<bool> targetTaken(const HeldItem& source, int into, const QString& targ
 // an item come meanwhile, over an item by replacing it.
 FsResult<Done> putInPlace(int fromFolder, const QByteArray& from, int into, const QString& target,
                           bool taken) {
-    const QByteArray name = QFile::encodeName(PathUtils::lastPathComponent(target));
+    const QByteArray name = toSystemPath(PathUtils::lastPathComponent(target));
     if (taken) {
         return ItemTree::replace(fromFolder, from, into, name);
     }
@@ -144,7 +144,7 @@ FsResult<Done> putInPlace(int fromFolder, const QByteArray& from, int into, cons
 FsResult<Done> copyInto(const HeldItem& source, int into, const QString& target, bool taken,
                         CopyProgress* progress) {
     const QByteArray temporary =
-        ItemTree::temporaryName(QFile::encodeName(PathUtils::lastPathComponent(target)));
+        ItemTree::temporaryName(toSystemPath(PathUtils::lastPathComponent(target)));
     auto copied =
         ItemTree::copy(source.folder.get(), source.name, source.st, into, temporary, progress);
     if (!copied) {
@@ -165,7 +165,7 @@ FsResult<Done> removeMovedSource(const HeldItem& source) {
         return fail(now.error());
     }
     if (Identity::of(*now) != Identity::of(source.st)) {
-        return fail(FileSystemError::make(Kind::itemChanged, QFile::decodeName(source.name)));
+        return fail(FileSystemError::make(Kind::itemChanged, fromSystemPath(source.name)));
     }
     return ItemTree::remove(source.folder.get(), source.name);
 }
@@ -201,7 +201,7 @@ std::optional<QString> homeOfUser(const QString& user) {
     if (status != 0 || !found || !found->pw_dir) {
         return std::nullopt;
     }
-    return QFile::decodeName(found->pw_dir);
+    return fromSystemPath(found->pw_dir);
 }
 
 } // namespace
@@ -216,14 +216,14 @@ bool isSameItem(const QString& a, const QString& b) {
         return true;
     }
     struct stat first, second;
-    return ::stat(QFile::encodeName(a).constData(), &first) == 0 &&
-           ::stat(QFile::encodeName(b).constData(), &second) == 0 &&
+    return ::stat(toSystemPath(a).constData(), &first) == 0 &&
+           ::stat(toSystemPath(b).constData(), &second) == 0 &&
            Identity::of(first) == Identity::of(second);
 }
 
 bool isInsideItem(const QString& folder, const QString& item) {
     struct stat st;
-    if (::stat(QFile::encodeName(item).constData(), &st) != 0 || !S_ISDIR(st.st_mode)) {
+    if (::stat(toSystemPath(item).constData(), &st) != 0 || !S_ISDIR(st.st_mode)) {
         return false;
     }
     const auto into = openDestination(folder);
@@ -242,7 +242,7 @@ FsResult<Done> checkOverwrite(const QString& source, const QString& folder) {
     }
     const QString target = destinationItemURL(source, folder);
     const auto existing =
-        ItemTree::itemAt(into->get(), QFile::encodeName(PathUtils::lastPathComponent(target)));
+        ItemTree::itemAt(into->get(), toSystemPath(PathUtils::lastPathComponent(target)));
     return existing ? checkReplaceable(*from, *existing) : FsResult<Done>(Done{});
 }
 
@@ -303,7 +303,7 @@ FsResult<Done> moveItem(const QString& source, const QString& folder, bool overw
     auto moved = putInPlace(from.folder.get(), from.name, into.get(), target, *taken);
     if (moved) {
         if (progress) {
-            progress->bytesDone.fetch_add(countBytes(QFile::encodeName(target)),
+            progress->bytesDone.fetch_add(countBytes(toSystemPath(target)),
                                           std::memory_order_relaxed);
         }
         return ItemTree::syncFolder(into.get());
@@ -320,7 +320,7 @@ FsResult<Done> moveItem(const QString& source, const QString& folder, bool overw
 }
 
 int64_t copyByteCount(const QString& source) {
-    return countBytes(QFile::encodeName(PathUtils::standardizedPath(source)));
+    return countBytes(toSystemPath(PathUtils::standardizedPath(source)));
 }
 
 QString expandTilde(const QString& text) {
@@ -332,7 +332,7 @@ QString expandTilde(const QString& text) {
     const QString rest = slash < 0 ? QString() : text.mid(slash);
     std::optional<QString> home;
     if (user.isEmpty() && !qEnvironmentVariableIsEmpty("HOME")) {
-        home = QFile::decodeName(qgetenv("HOME"));
+        home = fromSystemPath(qgetenv("HOME"));
     } else {
         home = homeOfUser(user);
     }
@@ -356,7 +356,7 @@ FsResult<QString> resolveDestinationFolder(const QString& text,
     }
     path = PathUtils::standardizedPath(path);
     struct stat st;
-    if (::stat(QFile::encodeName(path).constData(), &st) != 0) {
+    if (::stat(toSystemPath(path).constData(), &st) != 0) {
         return fail(FileSystemError::make(Kind::invalidDestination));
     }
     if (!S_ISDIR(st.st_mode)) {

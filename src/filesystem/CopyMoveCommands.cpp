@@ -7,11 +7,11 @@
 
 #include "core/Formats.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/CopyMoveProgress.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
-
-#include <QFile>
+#include "text/ShownFileName.h"
 
 #include <sys/stat.h>
 
@@ -47,7 +47,7 @@ QString byKind(Kind kind, const char* copyText, const char* moveText) {
 
 bool itemExists(const QString& path) {
     struct stat st;
-    return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+    return ::lstat(toSystemPath(path).constData(), &st) == 0;
 }
 
 HeadCheck checkHead(const QString& source, const QString& destination) {
@@ -150,8 +150,8 @@ bool sparesTheBatch(const FileSystemError& error) {
 // An item's failure in the ERROR dialog, below the items of this batch that
 // were refused before it.
 void reportItemError(AppState& state, const QString& source, const FileSystemError& error) {
-    const QString line =
-        PathUtils::lastPathComponent(source) + QStringLiteral(": ") + error.description();
+    const QString line = ShownFileName::shownName(PathUtils::lastPathComponent(source)) +
+                         QStringLiteral(": ") + error.description();
     state.reportError(state.errorMessage ? *state.errorMessage + QLatin1Char('\n') + line : line);
 }
 
@@ -243,7 +243,7 @@ std::optional<QString> copyMoveRefusal(Kind kind, const QStringList& sources,
         if (FileSystemService::isInsideItem(folder, source)) {
             return byKind(kind, "Cannot copy a folder into itself: ",
                           "Cannot move a folder into itself: ") +
-                   PathUtils::lastPathComponent(source);
+                   ShownFileName::shownName(PathUtils::lastPathComponent(source));
         }
     }
     if (kind == Kind::move) {
@@ -443,8 +443,8 @@ void AppState::performCopyMoveHead(bool overwrite) {
     pendingCopyMove.reset();
     auto progress = std::make_shared<ItemProgress>(beginStep(*this));
     auto* ticking = new QObject(this);
-    tickProgress(*this, ticking, CopyMoveProgress::delay(), PathUtils::lastPathComponent(source),
-                 progress);
+    tickProgress(*this, ticking, CopyMoveProgress::delay(),
+                 ShownFileName::shownName(PathUtils::lastPathComponent(source)), progress);
     Background::run(
         m_executor, Background::Pool::shared, this,
         [kind = batch.kind, source, destination = batch.destination, overwrite, progress] {

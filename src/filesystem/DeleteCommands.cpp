@@ -7,6 +7,7 @@
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileSystemService.h"
+#include "text/ShownFileName.h"
 
 namespace {
 
@@ -63,7 +64,7 @@ void askToDelete(AppState& state, const TargetsChecked& checked, bool folders) {
     }
     if (checked.refused) {
         state.reportError(QStringLiteral("Not writable: ") +
-                          PathUtils::lastPathComponent(*checked.refused));
+                          ShownFileName::shownName(PathUtils::lastPathComponent(*checked.refused)));
         return;
     }
     state.pendingDelete = AppState::PendingDelete{checked.targets, folders};

@@ -1,8 +1,8 @@
 #include "filesystem/DirectoryWatcher.h"
 
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 
-#include <QFile>
 #include <QSocketNotifier>
 
 #include <cerrno>
@@ -43,7 +43,7 @@ void DirectoryWatcher::start(const QString& url, std::function<void()> onChange)
     if (fd < 0) {
         return;
     }
-    if (::inotify_add_watch(fd, QFile::encodeName(path).constData(), kWatchMask) < 0) {
+    if (::inotify_add_watch(fd, toSystemPath(path).constData(), kWatchMask) < 0) {
         ::close(fd);
         return;
     }

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/PathUtils.h"
 #include "filesystem/CopyMoveProgress.h"
+#include "text/ShownFileName.h"
 
 #include <memory>
 
@@ -40,8 +41,8 @@ QStringList Outcome::failureLines() const {
     QStringList lines;
     for (const auto& [url, error] : items) {
         if (error) {
-            lines << PathUtils::lastPathComponent(url) + QStringLiteral(": ") +
-                         error->description();
+            lines << ShownFileName::shownName(PathUtils::lastPathComponent(url)) +
+                         QStringLiteral(": ") + error->description();
         }
     }
     return lines;

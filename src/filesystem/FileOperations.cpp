@@ -4,9 +4,8 @@
 #include "filesystem/FileSystemService.h"
 
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/ItemTree.h"
-
-#include <QFile>
 
 #include <cerrno>
 #include <cstdio>
@@ -19,7 +18,7 @@ namespace {
 // Anything at the path, a dangling link included.
 bool somethingExistsAt(const QString& path) {
     struct stat info {};
-    return ::lstat(QFile::encodeName(path).constData(), &info) == 0;
+    return ::lstat(toSystemPath(path).constData(), &info) == 0;
 }
 
 } // namespace
@@ -58,7 +57,7 @@ FsResult<QString> createFolder(const QString& name, const QString& parent) {
     if (!target) {
         return target;
     }
-    if (::mkdir(QFile::encodeName(*target).constData(), 0777) != 0) {
+    if (::mkdir(toSystemPath(*target).constData(), 0777) != 0) {
         return fail(FileSystemError::fromErrno(errno));
     }
     return target;
@@ -69,8 +68,8 @@ FsResult<QString> createFile(const QString& name, const QString& parent) {
     if (!target) {
         return target;
     }
-    const int fd = ::open(QFile::encodeName(*target).constData(),
-                          O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    const int fd =
+        ::open(toSystemPath(*target).constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (fd < 0) {
         // The system's reason is not shown for an empty file: the name is.
         return fail(FileSystemError::make(FileSystemError::Kind::createFailed, *target));
@@ -89,8 +88,8 @@ FsResult<QString> renameItem(const QString& url, const QString& newName) {
     if (target == source) {
         return source;
     }
-    if (ItemTree::renameNoReplace(AT_FDCWD, QFile::encodeName(source), AT_FDCWD,
-                                  QFile::encodeName(target)) != 0) {
+    if (ItemTree::renameNoReplace(AT_FDCWD, toSystemPath(source), AT_FDCWD, toSystemPath(target)) !=
+        0) {
         if (errno == EEXIST) {
             return fail(FileSystemError::make(FileSystemError::Kind::alreadyExists, target));
         }

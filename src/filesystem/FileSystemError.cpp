@@ -1,20 +1,24 @@
 #include "filesystem/FileSystemError.h"
 
 #include "core/PathUtils.h"
+#include "text/ShownFileName.h"
 
 QString FileSystemError::description() const {
     switch (kind) {
     case Kind::notADirectory:
         return QStringLiteral("Not a directory: ") + payload;
     case Kind::unreadableText:
-        return QStringLiteral("Cannot read as text: ") + PathUtils::lastPathComponent(payload);
+        return QStringLiteral("Cannot read as text: ") +
+               ShownFileName::shownName(PathUtils::lastPathComponent(payload));
     case Kind::encodeFailed:
         return QStringLiteral("この内容を ") + payload +
                QStringLiteral(" で保存できません（未対応の文字があります）");
     case Kind::alreadyExists:
-        return QStringLiteral("Already exists: ") + PathUtils::lastPathComponent(payload);
+        return QStringLiteral("Already exists: ") +
+               ShownFileName::shownName(PathUtils::lastPathComponent(payload));
     case Kind::createFailed:
-        return QStringLiteral("Cannot create: ") + PathUtils::lastPathComponent(payload);
+        return QStringLiteral("Cannot create: ") +
+               ShownFileName::shownName(PathUtils::lastPathComponent(payload));
     case Kind::invalidName:
         return QStringLiteral("Invalid name");
     case Kind::sameDirectory:
@@ -33,7 +37,7 @@ QString FileSystemError::description() const {
         return QStringLiteral("Cannot put a folder inside itself");
     case Kind::itemChanged:
         return QStringLiteral("Changed while being copied: ") +
-               PathUtils::lastPathComponent(payload);
+               ShownFileName::shownName(PathUtils::lastPathComponent(payload));
     case Kind::stopped:
         return QStringLiteral("Stopped");
     case Kind::system:

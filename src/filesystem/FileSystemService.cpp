@@ -5,9 +5,9 @@
 #include "core/NameBlock.h"
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/AccountNames.h"
-
-#include <QFile>
+#include "text/ShownFileName.h"
 
 #include <algorithm>
 #include <array>
@@ -28,7 +28,7 @@ namespace {
 // The name of a listed item as the rows keep it, from the bytes the system
 // gives: the one place where the listing decodes a name.
 QString itemName(const QByteArray& raw) {
-    return QFile::decodeName(raw);
+    return fromSystemPath(raw);
 }
 
 int64_t msecsOf(const struct timespec& time) {
@@ -46,7 +46,7 @@ FileEntry parentRow(const QString& folder, const QString& parent) {
         internedRights(QStringLiteral("drwx------"), QStringLiteral("-"), QStringLiteral("-"));
     row.setRights(rights);
     struct stat st;
-    if (::stat(QFile::encodeName(parent).constData(), &st) == 0) {
+    if (::stat(toSystemPath(parent).constData(), &st) == 0) {
         row.setModificationTime(msecsOf(st.st_mtim));
     }
     return row;
@@ -80,6 +80,7 @@ struct ReadRows {
 FileEntry itemRow(const FolderRows& folder, const QString& name, const struct stat& st) {
     FileEntry row;
     row.name = name;
+    row.setLocalizedName(ShownFileName::shownName(name));
     row.setFolder(folder.folder);
     row.isDirectory = S_ISDIR(st.st_mode);
     row.isHidden = name.startsWith(QLatin1Char('.'));
@@ -237,7 +238,7 @@ namespace {
 // The folder opened once: its items are then read relative to it, with no
 // walk of the whole path per item.
 FsResult<std::unique_ptr<DIR, DirCloser>> openFolder(const QString& folder) {
-    const QByteArray encoded = QFile::encodeName(folder);
+    const QByteArray encoded = toSystemPath(folder);
     const auto notADirectory = [&] {
         return fail(FileSystemError::make(FileSystemError::Kind::notADirectory, folder));
     };
@@ -327,7 +328,7 @@ FileAccessMemory::Record accessRights(const QString& url, bool isDirectory, bool
         return *remembered;
     }
     struct stat st;
-    const bool readOk = ::lstat(QFile::encodeName(url).constData(), &st) == 0;
+    const bool readOk = ::lstat(toSystemPath(url).constData(), &st) == 0;
     return accessRights(url, isDirectory, isArchive, readOk ? &st : nullptr);
 }
 

@@ -3,11 +3,11 @@
 #include "filesystem/FileSystemService.h"
 
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/AccountNames.h"
 #include "filesystem/FileAccessMemory.h"
 
 #include <QDate>
-#include <QFile>
 #include <QRegularExpression>
 #include <QTime>
 
@@ -37,7 +37,7 @@ int fullYear(int twoDigits) {
 
 FsResult<ItemAttributes> readItemAttributes(const QString& url) {
     struct stat st;
-    if (::stat(QFile::encodeName(PathUtils::standardizedPath(url)).constData(), &st) != 0) {
+    if (::stat(toSystemPath(PathUtils::standardizedPath(url)).constData(), &st) != 0) {
         return fail(FileSystemError::fromErrno(errno));
     }
     const QDateTime modified = QDateTime::fromMSecsSinceEpoch(qint64(st.st_mtim.tv_sec) * 1000 +
@@ -91,7 +91,7 @@ FsResult<QDateTime> parseDateTime(const QString& date, const QString& time) {
 
 FsResult<Done> setPosixPermissions(const QString& url, uint16_t mode) {
     const QString path = PathUtils::standardizedPath(url);
-    if (::chmod(QFile::encodeName(path).constData(), mode & 07777) != 0) {
+    if (::chmod(toSystemPath(path).constData(), mode & 07777) != 0) {
         return fail(FileSystemError::fromErrno(errno));
     }
     FileAccessMemory::forget(path);
@@ -106,7 +106,7 @@ FsResult<Done> setModificationDate(const QString& url, const QDateTime& date) {
     times[0].tv_nsec = UTIME_OMIT;
     times[1].tv_sec = time_t(msecs / 1000);
     times[1].tv_nsec = long(msecs % 1000) * 1000000;
-    if (::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) != 0) {
+    if (::utimensat(AT_FDCWD, toSystemPath(path).constData(), times, 0) != 0) {
         return fail(FileSystemError::fromErrno(errno));
     }
     FileAccessMemory::forget(path);

@@ -1,7 +1,7 @@
 #include "filesystem/ItemTree.h"
+#include "core/SystemPath.h"
 #include "filesystem/FolderNames.h"
 
-#include <QFile>
 #include <QRandomGenerator>
 
 #include <cerrno>
@@ -31,7 +31,7 @@ FileSystemError lastError() {
 }
 
 FileSystemError changed(const QByteArray& name) {
-    return FileSystemError::make(Kind::itemChanged, QFile::decodeName(name));
+    return FileSystemError::make(Kind::itemChanged, fromSystemPath(name));
 }
 
 // The kernel or the file system lacks a flag of renameat2.

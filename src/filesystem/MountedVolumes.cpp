@@ -3,6 +3,7 @@
 
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 
 #include <QDir>
 #include <QFile>
@@ -189,7 +190,7 @@ QString unescapedField(const QByteArray& field) {
             plain.append(field[i]);
         }
     }
-    return QFile::decodeName(plain);
+    return fromSystemPath(plain);
 }
 
 // The labels of block devices by their device path, as udev names them in

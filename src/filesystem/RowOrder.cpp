@@ -1,5 +1,6 @@
 // The one row order of the program: FileSystemService::entryPrecedes and the
 // sort of whole lists that follows it.
+#include "core/EntryDisplay.h"
 #include "core/NaturalOrder.h"
 #include "filesystem/FileSystemService.h"
 
@@ -16,7 +17,7 @@ const QString& sortName(const FileEntry& entry, bool byLocalized) {
     if (entry.isParent) {
         return parentName;
     }
-    return byLocalized ? entry.localizedName() : entry.name;
+    return byLocalized ? entry.localizedName() : EntryDisplay::shownName(entry);
 }
 
 // -1 when a stands before b by the mode's own key, 1 after, 0 when the mode

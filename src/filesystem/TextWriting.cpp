@@ -1,9 +1,9 @@
 // Saving text: encoded strictly, written beside the file and renamed over it.
+#include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
 
 #include "core/PathUtils.h"
 
-#include <QFile>
 #include <QRandomGenerator>
 
 #include <cerrno>
@@ -36,8 +36,7 @@ QByteArray temporarySibling(const QString& target) {
         QStringLiteral(".%1.dorvik-%2")
             .arg(PathUtils::lastPathComponent(target))
             .arg(QRandomGenerator::global()->generate64(), 16, 16, QLatin1Char('0'));
-    return QFile::encodeName(
-        PathUtils::appendingPathComponent(PathUtils::parentPath(target), name));
+    return toSystemPath(PathUtils::appendingPathComponent(PathUtils::parentPath(target), name));
 }
 
 // Fills the open file to the disk and closes it, also on failure.
@@ -61,7 +60,7 @@ FsResult<Done> writeText(const QString& text, const QString& url, TextFileEncodi
                                           TextDecoding::label(encoding)));
     }
     const QString path = PathUtils::standardizedPath(url);
-    const QByteArray target = QFile::encodeName(path);
+    const QByteArray target = toSystemPath(path);
     std::optional<mode_t> keptMode;
     struct stat st;
     if (::stat(target.constData(), &st) == 0) {

@@ -3,18 +3,17 @@
 // own ".Trash-UID" folder and writes the restore information.
 #define QT_NO_KEYWORDS // a GIO structure has a field named "signals"
 
+#include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
 
 #include "core/PathUtils.h"
-
-#include <QFile>
 
 #include <gio/gio.h>
 
 namespace FileSystemService {
 
 FsResult<Done> trashItem(const QString& url) {
-    const QByteArray path = QFile::encodeName(PathUtils::standardizedPath(url));
+    const QByteArray path = toSystemPath(PathUtils::standardizedPath(url));
     GFile* file = g_file_new_for_path(path.constData());
     GError* error = nullptr;
     const gboolean trashed = g_file_trash(file, nullptr, &error);

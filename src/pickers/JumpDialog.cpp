@@ -7,11 +7,10 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "core/TextMatching.h"
 #include "filesystem/FileSystemService.h"
 #include "search/TreeSession.h"
-
-#include <QFileInfo>
 
 namespace JumpDialog {
 
@@ -63,7 +62,7 @@ QStringList withBookmarkAdded(const QStringList& bookmarks, const QString& path)
 QString folderOnDisk(const QString& path) {
     const QString folder = PathUtils::standardizedPath(path);
     for (const QString& spelling : {folder, folder.normalized(QString::NormalizationForm_C)}) {
-        if (QFileInfo(spelling).isDir()) {
+        if (SystemPath::isDirectory(spelling)) {
             return spelling;
         }
     }

@@ -5,16 +5,15 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
 #include "pickers/JumpDialog.h"
 #include "search/TreeSession.h"
 
-#include <QFileInfo>
-
 namespace {
 
 bool isExistingFolder(const QString& path) {
-    return QFileInfo(PathUtils::standardizedPath(path)).isDir();
+    return SystemPath::isDirectory(PathUtils::standardizedPath(path));
 }
 
 } // namespace

@@ -5,9 +5,8 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
@@ -62,7 +61,7 @@ QString desktopEntryPath(GAppInfo* info) {
         return {};
     }
     const char* file = g_desktop_app_info_get_filename(G_DESKTOP_APP_INFO(info));
-    return file ? PathUtils::standardizedPath(QFile::decodeName(file)) : QString();
+    return file ? PathUtils::standardizedPath(fromSystemPath(file)) : QString();
 }
 
 QString defaultApplication(const QByteArray& type) {
@@ -97,12 +96,11 @@ QString withoutExtension(const QString& name) {
 
 // Runs on a worker thread: spawning may wait on the session bus.
 std::optional<QString> launchNow(const QString& appPath, const QString& filePath) {
-    GDesktopAppInfo* app =
-        g_desktop_app_info_new_from_filename(QFile::encodeName(appPath).constData());
+    GDesktopAppInfo* app = g_desktop_app_info_new_from_filename(toSystemPath(appPath).constData());
     if (!app) {
         return QStringLiteral("Cannot open application:\n") + appPath;
     }
-    GFile* file = g_file_new_for_path(QFile::encodeName(filePath).constData());
+    GFile* file = g_file_new_for_path(toSystemPath(filePath).constData());
     GList* files = g_list_append(nullptr, file);
     GError* error = nullptr;
     const gboolean launched = g_app_info_launch(G_APP_INFO(app), files, nullptr, &error);
@@ -118,7 +116,7 @@ std::optional<QString> launchNow(const QString& appPath, const QString& filePath
 } // namespace
 
 QString contentType(const QString& path) {
-    const QByteArray encoded = QFile::encodeName(path);
+    const QByteArray encoded = toSystemPath(path);
     GFile* file = g_file_new_for_path(encoded.constData());
     GFileInfo* info = g_file_query_info(file, G_FILE_ATTRIBUTE_STANDARD_CONTENT_TYPE,
                                         G_FILE_QUERY_INFO_NONE, nullptr, nullptr);
@@ -137,7 +135,7 @@ QString contentType(const QString& path) {
 }
 
 QString kindKey(const QString& path) {
-    if (QFileInfo(path).isDir()) {
+    if (SystemPath::isDirectory(path)) {
         return QStringLiteral("/");
     }
     const QString name = PathUtils::lastPathComponent(path);
@@ -210,7 +208,7 @@ QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& pr
 
 QString applicationDisplayName(const QString& appPath) {
     if (GDesktopAppInfo* app =
-            g_desktop_app_info_new_from_filename(QFile::encodeName(appPath).constData())) {
+            g_desktop_app_info_new_from_filename(toSystemPath(appPath).constData())) {
         const char* shown = g_app_info_get_display_name(G_APP_INFO(app));
         const QString name = QString::fromUtf8(shown ? shown : "").trimmed();
         g_object_unref(app);

@@ -1,10 +1,11 @@
 #include "preview/PreviewSelection.h"
 
 #include "core/FileDescriptor.h"
+#include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
 #include <QFile>
-#include <QFileInfo>
 #include <QMimeDatabase>
 #include <QSet>
 #include <QStringDecoder>
@@ -105,7 +106,7 @@ bool isUninformative(const QMimeType& type) {
 // file manager's rows do; the content is judged by the sniffing of the head
 // alone, so a text too large to sniff is not taken for text by its content.
 std::optional<QMimeType> contentType(const QString& path) {
-    if (!QFileInfo::exists(path)) {
+    if (!SystemPath::exists(path)) {
         return std::nullopt;
     }
     return QMimeDatabase().mimeTypeForFile(path, QMimeDatabase::MatchExtension);
@@ -290,9 +291,9 @@ FileHead sniffHead(QByteArrayView head) {
 }
 
 bool looksLikePlainText(const QString& path) {
-    const QFileInfo info(path);
-    if (info.size() < 1 || info.size() > largestSniffedFile ||
-        binaryExtensions().contains(pathExtension(info.fileName()))) {
+    const auto info = SystemPath::status(path);
+    if (!info || info->size < 1 || info->size > largestSniffedFile ||
+        binaryExtensions().contains(pathExtension(PathUtils::lastPathComponent(path)))) {
         return false;
     }
     const QByteArray head = readHead(path);

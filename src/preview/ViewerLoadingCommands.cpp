@@ -7,11 +7,10 @@
 #include "archive/ArchiveTemporaryFolder.h"
 #include "core/Background.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/PreviewSelection.h"
 #include "text/TextPreviewLoading.h"
-
-#include <QFile>
 
 #include <stop_token>
 #include <sys/stat.h>
@@ -51,7 +50,7 @@ bool isCurrent(const AppState& state, const std::shared_ptr<PreviewLoadTask>& ta
 // Opening a FIFO or a device would block until someone writes to it.
 bool isRegularFile(const QString& path) {
     struct stat status {};
-    return ::stat(QFile::encodeName(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
+    return ::stat(toSystemPath(path).constData(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 // How many frames the picture on show has. A GIF's frames are counted by

@@ -6,6 +6,7 @@
 #include "core/PathUtils.h"
 #include "filesystem/FileSystemService.h"
 #include "search/FolderSearchService.h"
+#include "text/ShownFileName.h"
 
 #include <QFileInfo>
 
@@ -23,6 +24,7 @@ FileEntry entryForHit(const FolderSearchHit& hit) {
     FileEntry entry;
     entry.setId(hit.id);
     entry.name = hit.name;
+    entry.setLocalizedName(ShownFileName::shownName(hit.name));
     entry.setUrl(hit.url);
     entry.isDirectory = hit.isDirectory;
     entry.isHidden = hit.name.startsWith(u'.');

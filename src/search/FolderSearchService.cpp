@@ -2,9 +2,10 @@
 
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
+#include "text/ShownFileName.h"
 
-#include <QFile>
 #include <QStringDecoder>
 
 #include <algorithm>
@@ -173,7 +174,7 @@ private:
 };
 
 FolderSearchService::Outcome Walk::run() {
-    const QByteArray scope = QFile::encodeName(m_request.scope);
+    const QByteArray scope = toSystemPath(m_request.scope);
     m_path = scope == "/" ? std::string() : scope.toStdString();
     m_scopeLength = m_path.size();
     const int rootFd = ::open(scope.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
@@ -272,15 +273,16 @@ bool Walk::nameMatches(const char* name) const {
                asciiFoldContains(bytes, std::string_view(m_asciiNeedle.constData(),
                                                          size_t(m_asciiNeedle.size())));
     }
-    return QFile::decodeName(name).toLower().contains(m_request.needle);
+    // A name that is not UTF-8 is found by the form the panes show it in.
+    return ShownFileName::shownName(fromSystemPath(name)).toLower().contains(m_request.needle);
 }
 
 void Walk::addHit(const struct stat& st, bool isDirectory, size_t pathLength) {
     FolderSearchHit hit;
-    hit.id = QFile::decodeName(QByteArray(m_path.data(), qsizetype(pathLength)));
+    hit.id = fromSystemPath(QByteArray(m_path.data(), qsizetype(pathLength)));
     hit.url = PathUtils::standardizedPath(hit.id);
     hit.name = PathUtils::lastPathComponent(hit.url);
-    hit.relativePath = QFile::decodeName(
+    hit.relativePath = fromSystemPath(
         QByteArray(m_path.data() + m_scopeLength + 1, qsizetype(pathLength - m_scopeLength - 1)));
     if (hit.relativePath.isEmpty()) {
         hit.relativePath = hit.name;
@@ -375,7 +377,7 @@ bool FolderSearchService::contentContains(const QString& path, const QString& ne
                                           int64_t maxBytes) {
     const QByteArray asciiNeedle =
         isAscii(QByteArrayView(needle.toUtf8())) ? needle.toLatin1() : QByteArray();
-    return contentMatchesAt(AT_FDCWD, QFile::encodeName(path).constData(), needle, asciiNeedle,
+    return contentMatchesAt(AT_FDCWD, toSystemPath(path).constData(), needle, asciiNeedle,
                             maxBytes);
 }
 

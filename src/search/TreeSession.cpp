@@ -1,11 +1,12 @@
 #include "search/TreeSession.h"
 
+#include "core/EntryDisplay.h"
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
-
-#include <QFile>
+#include "text/ShownFileName.h"
 
 #include <algorithm>
 #include <vector>
@@ -46,7 +47,7 @@ const TreeRow* TreeSession::selectedRow() const {
 QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, bool,
                                         const FileSystemService::ListingControl& control) {
     // On Linux the display name is the name, so both sort keys are the same.
-    const QByteArray base = QFile::encodeName(PathUtils::standardizedPath(folder));
+    const QByteArray base = toSystemPath(PathUtils::standardizedPath(folder));
     DIR* dir = ::opendir(base.constData());
     if (!dir) {
         return {};
@@ -70,8 +71,9 @@ QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, 
             isFolder = ::lstat(full.constData(), &st) == 0 && S_ISDIR(st.st_mode);
         }
         if (isFolder) {
-            const QString name = QFile::decodeName(raw);
-            found.emplace_back(NaturalOrder::sortKey(name), QFile::decodeName(full));
+            const QString name = fromSystemPath(raw);
+            found.emplace_back(NaturalOrder::sortKey(ShownFileName::shownName(name)),
+                               fromSystemPath(full));
         }
     }
     ::closedir(dir);
@@ -85,7 +87,7 @@ QStringList TreeSession::listSubfolders(const QString& folder, bool showHidden, 
 }
 
 bool TreeSession::hasVisibleSubfolder(const QString& folder, bool showHidden) {
-    const QByteArray base = QFile::encodeName(PathUtils::standardizedPath(folder));
+    const QByteArray base = toSystemPath(PathUtils::standardizedPath(folder));
     DIR* dir = ::opendir(base.constData());
     if (!dir) {
         return false;
@@ -160,7 +162,7 @@ TreeRow TreeSession::makeRow(const QString& path, int depth, const QList<bool>& 
     TreeRow row;
     row.path = path;
     row.name = PathUtils::lastPathComponent(path);
-    row.localizedName = row.name;
+    row.localizedName = ShownFileName::shownName(row.name);
     row.depth = depth;
     row.isExpanded = expanded.contains(path);
     // Not known yet: no ">" until the worker's answer comes.
@@ -311,12 +313,12 @@ FileEntry TreeSession::readFolderEntry(const QString& path) {
     FileEntry entry;
     entry.setId(QStringLiteral("tree:") + path);
     entry.name = PathUtils::lastPathComponent(path);
-    entry.setLocalizedName(entry.name);
+    entry.setLocalizedName(ShownFileName::shownName(entry.name));
     entry.setUrl(path);
     entry.isDirectory = true;
     entry.isHidden = isHiddenName(entry.name);
     struct stat st;
-    if (::lstat(QFile::encodeName(path).constData(), &st) == 0) {
+    if (::lstat(toSystemPath(path).constData(), &st) == 0) {
         entry.setModificationTime(int64_t(st.st_mtim.tv_sec) * 1000 +
                                   st.st_mtim.tv_nsec / 1'000'000);
     }
@@ -357,7 +359,7 @@ QString TreeSession::prefix(const TreeRow& row) {
 }
 
 QString TreeSession::label(const TreeRow& row, bool showLocalizedNames) {
-    const QString name = showLocalizedNames ? row.localizedName : row.name;
+    const QString& name = showLocalizedNames ? row.localizedName : EntryDisplay::shownName(row);
     return !row.isExpanded && row.hasChildren ? name + u'>' : name;
 }
 

@@ -6,13 +6,13 @@
 #include "archive/ArchiveLocation.h"
 #include "core/FileDescriptor.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 #include "dialogs/DosDialog.h"
 #include "filesystem/FileSystemService.h"
 #include "preview/PreviewSelection.h"
 #include "text/TextDecoding.h"
 
 #include <QCoreApplication>
-#include <QFile>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -33,7 +33,7 @@ const QString kNotRegularFile =
 // The size of a file, or none when it can't be asked.
 std::optional<int64_t> fileSize(const QString& url) {
     struct stat st;
-    if (::stat(QFile::encodeName(url).constData(), &st) != 0) {
+    if (::stat(toSystemPath(url).constData(), &st) != 0) {
         return std::nullopt;
     }
     return int64_t(st.st_size);

@@ -4,6 +4,7 @@
 #include "core/Background.h"
 #include "core/ChildProcesses.h"
 #include "core/FileDescriptor.h"
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
 #include <QFileInfo>
@@ -100,8 +101,8 @@ std::optional<QByteArray> runConverter(const QString& program, const QStringList
                                        const CancelFlag* cancelled) {
     auto running = std::make_unique<QProcess>();
     QProcess& process = *running;
-    ChildProcesses::runInOwnGroup(process);
-    process.start(program, arguments);
+    ChildProcesses::runInOwnGroup(process, program, arguments);
+    process.start();
     if (!process.waitForStarted()) {
         return std::nullopt;
     }
@@ -209,7 +210,7 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
             break;
         }
     }
-    const QFileInfo info(path);
+    const int64_t size = SystemPath::status(path).value_or(SystemPath::Status{}).size;
     // The converter opens the document itself: it is given regular files
     // only, or it would wait on a FIFO for good.
     if (!program || !FileDescriptor::openRegularFile(convertedFile(path, extension))) {
@@ -238,7 +239,7 @@ TextPreviewLoadResult extractDocumentText(const QString& path, const CancelFlag*
         text = guessed->text;
         label = guessed->label;
     }
-    return TextPreviewLoadResult::loaded(cutToUtf8Bytes(*text, headLimit), label, info.size(),
+    return TextPreviewLoadResult::loaded(cutToUtf8Bytes(*text, headLimit), label, size,
                                          output->size());
 }
 

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/EntryDisplay.h"
 #include "search/FolderSearchService.h"
+#include "text/ShownFileName.h"
 #include "ui/Palette.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
@@ -136,6 +137,8 @@ void FileSearchResultList::paintHit(QPainter& painter, const ScreenText& text,
     const QRectF pathRect(pathLeft, row.top(), row.right() - kHitPadH - pathLeft, row.height());
     text.draw(painter, sizeRect, EntryDisplay::sizeText(entry), Palette::dimText(), Qt::AlignRight);
     text.draw(painter, dateRect, date, Palette::baseText());
-    text.draw(painter, pathRect, text.elided(hit.relativePath, pathRect.width(), Qt::ElideLeft),
-              Palette::baseText());
+    text.draw(
+        painter, pathRect,
+        text.elided(ShownFileName::shownName(hit.relativePath), pathRect.width(), Qt::ElideLeft),
+        Palette::baseText());
 }

@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "core/EntryDisplay.h"
+#include "text/ShownFileName.h"
 #include "ui/FilterBar.h"
 #include "ui/HeaderBar.h"
 #include "ui/PaneFrame.h"
@@ -255,7 +256,8 @@ void FilerPaneView::paintEvent(QPaintEvent*) {
     HeaderBar::paint(
         painter, bar, text, focused,
         {{QStringLiteral("FILER"), Palette::titleText()},
-         {EntryDisplay::locationPath(m_state.pane(m_side).location), Palette::baseText(), true}},
+         {ShownFileName::shownName(EntryDisplay::locationPath(m_state.pane(m_side).location)),
+          Palette::baseText(), true}},
         trailing);
 }
 

@@ -2,6 +2,7 @@
 
 #include "core/AppState.h"
 #include "core/EntryDisplay.h"
+#include "text/ShownFileName.h"
 #include "ui/HeaderBar.h"
 #include "ui/PaneFrame.h"
 #include "ui/Palette.h"
@@ -63,7 +64,8 @@ void GalleryView::paintEvent(QPaintEvent*) {
     const QRectF bar(margin, margin, width() - 2 * margin, HeaderBar::height(text));
     HeaderBar::paint(painter, bar, text, m_state.focusedSide == PaneSide::right,
                      {{QStringLiteral("GALLERY"), Palette::titleText()},
-                      {EntryDisplay::locationPath(m_state.pane(PaneSide::left).location),
+                      {ShownFileName::shownName(
+                           EntryDisplay::locationPath(m_state.pane(PaneSide::left).location)),
                        Palette::baseText(), true}},
                      {{QString::number(m_state.galleryItems.size()), Palette::dimText()}});
     const QRectF hint(margin, height() - margin - lineHeight(), width() - 2 * margin, lineHeight());

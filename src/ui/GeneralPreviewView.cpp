@@ -2,7 +2,11 @@
 
 #include "core/AppState.h"
 #include "core/Background.h"
+#include "core/FileDescriptor.h"
 #include "core/Formats.h"
+#include "core/PathUtils.h"
+#include "core/SystemPath.h"
+#include "text/ShownFileName.h"
 #include "ui/FitImagePreviewView.h"
 #include "ui/Palette.h"
 #include "ui/PreviewMessage.h"
@@ -10,7 +14,7 @@
 #include "ui/ScreenText.h"
 
 #include <QApplication>
-#include <QFileInfo>
+#include <QFile>
 #include <QMimeDatabase>
 #include <QPainter>
 #include <QPdfDocument>
@@ -30,6 +34,17 @@ QIcon iconForType(const QMimeType& type) {
     return QIcon::fromTheme(type.iconName(), QIcon::fromTheme(type.genericIconName(), fallback));
 }
 
+// The type by the name and the head of the content, read through a
+// descriptor opened with the file's exact bytes.
+QMimeType contentType(const QString& path) {
+    const QMimeDatabase types;
+    const QString name = PathUtils::lastPathComponent(path);
+    if (auto file = openRegularQFile(path)) {
+        return types.mimeTypeForFileNameAndData(name, file->get());
+    }
+    return types.mimeTypeForFile(path, QMimeDatabase::MatchExtension);
+}
+
 } // namespace
 
 GeneralPreviewView::GeneralPreviewView(const AppState& state, QWidget* parent)
@@ -46,8 +61,15 @@ GeneralPreviewView::GeneralPreviewView(const AppState& state, QWidget* parent)
 // pdfium is not reentrant, but Qt PDF takes one lock around every call into
 // it, so a document of its own on a worker thread is safe.
 QImage GeneralPreviewView::renderFirstPage(const QString& path, const QSize& maxSize) {
+    // Qt PDF opens by a name it encodes lossily: it is given the descriptor
+    // opened with the file's exact bytes instead.
+    const auto file = FileDescriptor::openRegularFile(path);
+    if (!file) {
+        return {};
+    }
     QPdfDocument document;
-    if (document.load(path) != QPdfDocument::Error::None || document.pageCount() < 1) {
+    const QString opened = QStringLiteral("/proc/self/fd/%1").arg(file->get());
+    if (document.load(opened) != QPdfDocument::Error::None || document.pageCount() < 1) {
         return {};
     }
     const QSizeF points = document.pagePointSize(0);
@@ -68,9 +90,8 @@ void GeneralPreviewView::setPath(const QString& path) {
         return;
     }
     m_path = path;
-    const QFileInfo info(path);
-    const QMimeType type = QMimeDatabase().mimeTypeForFile(info);
-    showCard(info, type);
+    const QMimeType type = contentType(path);
+    showCard(path, type);
     m_page->setImage({});
     m_page->hide();
     m_renderingPage = false;
@@ -81,10 +102,11 @@ void GeneralPreviewView::setPath(const QString& path) {
     update();
 }
 
-void GeneralPreviewView::showCard(const QFileInfo& info, const QMimeType& type) {
+void GeneralPreviewView::showCard(const QString& path, const QMimeType& type) {
+    const SystemPath::Status info = SystemPath::status(path).value_or(SystemPath::Status{});
     m_icon = iconForType(type);
-    m_cardLines = {info.fileName(), type.comment(), Formats::formatVerboseSize(info.size()),
-                   Formats::formatRowDate(info.lastModified())};
+    m_cardLines = {ShownFileName::shownName(PathUtils::lastPathComponent(path)), type.comment(),
+                   Formats::formatVerboseSize(info.size), Formats::formatRowDate(info.modified)};
 }
 
 void GeneralPreviewView::renderPage(const QString& path) {

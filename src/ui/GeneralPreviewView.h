@@ -10,7 +10,6 @@
 
 class AppState;
 class FitImagePreviewView;
-class QFileInfo;
 class QMimeType;
 
 // The preview of a file that is neither a picture nor a film. A PDF shows
@@ -38,7 +37,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    void showCard(const QFileInfo& info, const QMimeType& type);
+    void showCard(const QString& path, const QMimeType& type);
     void renderPage(const QString& path);
     void applyPage(const QImage& page);
     void paintCard(QPainter& painter);

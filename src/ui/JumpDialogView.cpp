@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/PathUtils.h"
 #include "pickers/JumpDialog.h"
+#include "text/ShownFileName.h"
 #include "ui/Palette.h"
 #include "ui/ScreenFont.h"
 #include "ui/ScreenText.h"
@@ -39,7 +40,7 @@ double innerWidth() {
 // The row's name: the folder's own name, or the whole path for the root.
 QString rowName(const QString& path) {
     const QString name = PathUtils::lastPathComponent(path);
-    return name.isEmpty() || name == QLatin1String("/") ? path : name;
+    return name.isEmpty() || name == QLatin1String("/") ? path : ShownFileName::shownName(name);
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "ui/PromptBoxes.h"
 
 #include "core/AppState.h"
+#include "text/ShownFileName.h"
 #include "ui/PromptBoxView.h"
 
 namespace PromptBoxes {
@@ -26,11 +27,12 @@ PromptBoxView* createItemPrompt(AppState& state, QWidget* parent) {
 PromptBoxView* renamePrompt(AppState& state, QWidget* parent) {
     PromptBoxView::Binding binding;
     binding.content = [&state] {
-        return PromptBoxView::Content{QStringLiteral("RENAME"),
-                                      {QStringLiteral("From: ") + state.renamePrompt.sourceName},
-                                      QStringLiteral("To:"),
-                                      QStringLiteral("新しい名前"),
-                                      QStringLiteral("Enter 変更  Esc 取消")};
+        return PromptBoxView::Content{
+            QStringLiteral("RENAME"),
+            {QStringLiteral("From: ") + ShownFileName::shownName(state.renamePrompt.sourceName)},
+            QStringLiteral("To:"),
+            QStringLiteral("新しい名前"),
+            QStringLiteral("Enter 変更  Esc 取消")};
     };
     binding.text = [&state] { return state.renamePrompt.name; };
     binding.setText = [&state](const QString& text) { state.setPromptText(text); };

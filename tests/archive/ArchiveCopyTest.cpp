@@ -3,6 +3,7 @@
 // the program ends.
 #include "archive/ArchiveService.h"
 #include "archive/ArchiveTemporaryFolder.h"
+#include "core/SystemPath.h"
 
 #include "ZipFixtures.h"
 
@@ -20,7 +21,7 @@ namespace {
 
 struct stat statusOf(const QString& path) {
     struct stat status {};
-    EXPECT_EQ(::lstat(QFile::encodeName(path).constData(), &status), 0) << path.toStdString();
+    EXPECT_EQ(::lstat(toSystemPath(path).constData(), &status), 0) << path.toStdString();
     return status;
 }
 
@@ -33,7 +34,7 @@ class TemporaryFolderAt {
 public:
     explicit TemporaryFolderAt(const QString& path)
         : m_saved(qgetenv("TMPDIR")) {
-        qputenv("TMPDIR", QFile::encodeName(path));
+        qputenv("TMPDIR", toSystemPath(path));
     }
     ~TemporaryFolderAt() {
         if (m_saved.isNull()) {
@@ -105,7 +106,7 @@ TEST_F(ArchiveCopies, AFolderThatIsALinkOrAnotherUsersIsNeverUsed) {
     // Only the superuser can give a folder to another user.
     if (::geteuid() == 0) {
         ASSERT_TRUE(QDir().mkdir(privateFolder));
-        ASSERT_EQ(::chown(QFile::encodeName(privateFolder).constData(), 65534, 65534), 0);
+        ASSERT_EQ(::chown(toSystemPath(privateFolder).constData(), 65534, 65534), 0);
         const auto foreign = ArchiveService::extractMemberToTemporaryFile(archive, "open.txt");
         ASSERT_FALSE(foreign);
         EXPECT_EQ(foreign.error().description(),
@@ -116,7 +117,7 @@ TEST_F(ArchiveCopies, AFolderThatIsALinkOrAnotherUsersIsNeverUsed) {
 
     // The user's own folder left open to others is closed before use.
     ASSERT_TRUE(QDir().mkdir(privateFolder));
-    ASSERT_EQ(::chmod(QFile::encodeName(privateFolder).constData(), 0777), 0);
+    ASSERT_EQ(::chmod(toSystemPath(privateFolder).constData(), 0777), 0);
     const auto copy = ArchiveService::extractMemberToTemporaryFile(archive, "open.txt");
     ASSERT_TRUE(copy) << copy.error().description().toStdString();
     EXPECT_EQ(statusOf(privateFolder).st_mode & 07777, 0700u);
@@ -132,7 +133,7 @@ TEST(ArchiveCopiesAtExit, WhatTheProgramCopiedIsGoneWhenItEnds) {
     TestDir dir;
     const char* shared = "DORVIK_TEST_EXIT_TMPDIR";
     if (qEnvironmentVariableIsEmpty(shared)) {
-        qputenv(shared, QFile::encodeName(dir.makeFolder("tmp")));
+        qputenv(shared, toSystemPath(dir.makeFolder("tmp")));
     }
     const QString temporary = qEnvironmentVariable(shared);
     const TemporaryFolderAt inTemporary(temporary);

@@ -3,6 +3,7 @@
 // the user reads, at once; none in a signal, a hang or a flood of memory.
 #include "archive/ArchiveService.h"
 #include "archive/ZipArchiveService.h"
+#include "core/SystemPath.h"
 #include "support/BoundedChild.h"
 
 #include "ZipFixtures.h"
@@ -28,7 +29,7 @@ QString twoMemberZip(TestDir& dir) {
 }
 
 void cut(const QString& path, qsizetype size) {
-    ASSERT_EQ(::truncate(QFile::encodeName(path).constData(), off_t(size)), 0);
+    ASSERT_EQ(::truncate(toSystemPath(path).constData(), off_t(size)), 0);
 }
 
 QString readError(const ZipArchiveService::ArchiveFile& file,
@@ -116,7 +117,7 @@ TEST(ArchiveFile, AFifoADeviceOrAFolderNamedLikeAnArchiveIsRefusedAtOnce) {
         (name == "x.zip" ? zips : others)
             << dir.makeLink("zero-" + name, "/dev/zero") << dir.makeFolder("folder-" + name)
             << dir.filePath("fifo-" + name);
-        ASSERT_EQ(::mkfifo(QFile::encodeName(dir.filePath("fifo-" + name)).constData(), 0644), 0);
+        ASSERT_EQ(::mkfifo(toSystemPath(dir.filePath("fifo-" + name)).constData(), 0644), 0);
     }
     // A reader that waited on the FIFO is ended by the child's alarm; one
     // that read the device without end, by its memory cap.

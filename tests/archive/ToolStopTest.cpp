@@ -3,6 +3,7 @@
 // behind in any of these cases.
 #include "archive/ArchiveService.h"
 #include "core/ChildProcesses.h"
+#include "core/SystemPath.h"
 #include "support/TestDir.h"
 
 #include <QDir>
@@ -213,7 +214,7 @@ TEST_F(ToolStopTest, FifosNamedLikeArchivesAreRefusedBeforeAnyToolRuns) {
     for (const QString& name : {QStringLiteral("stuck.tgz"), QStringLiteral("stuck.lzh")}) {
         SCOPED_TRACE(name.toStdString());
         const QString fifo = dir.filePath(name);
-        ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        ASSERT_EQ(::mkfifo(toSystemPath(fifo).constData(), 0644), 0);
         auto pending =
             std::async(std::launch::async, [&] { return ArchiveService::listMembers(fifo); });
         ASSERT_EQ(pending.wait_for(3s), std::future_status::ready);

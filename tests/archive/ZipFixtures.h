@@ -2,6 +2,7 @@
 
 // Archives made by real tools in a test's temporary folder, and the few byte
 // patches that turn them into damaged or lying ones.
+#include "core/SystemPath.h"
 #include "support/TestDir.h"
 #include "support/ToolRun.h"
 
@@ -51,7 +52,7 @@ struct InFolder {
 // a Linux disk; QFile would re-encode the name.
 inline void makeRawNamedFile(const QString& folder, const QByteArray& name,
                              const QByteArray& bytes) {
-    const QByteArray path = QFile::encodeName(folder) + '/' + name;
+    const QByteArray path = toSystemPath(folder) + '/' + name;
     const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     ASSERT_GE(fd, 0);
     ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
@@ -68,7 +69,7 @@ struct RemovedWithTheTest {
 
 inline void setModificationTime(const QString& path, const QDateTime& when) {
     const timespec times[2] = {{when.toSecsSinceEpoch(), 0}, {when.toSecsSinceEpoch(), 0}};
-    ASSERT_EQ(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0), 0);
+    ASSERT_EQ(::utimensat(AT_FDCWD, toSystemPath(path).constData(), times, 0), 0);
 }
 
 inline uint32_t le(const QByteArray& bytes, qsizetype at, int width) {

@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/KeyEvent.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "dialogs/DosDialog.h"
 #include "support/EmptyDesktop.h"
 

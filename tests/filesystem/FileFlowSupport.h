@@ -5,6 +5,7 @@
 #include "../core/KeyTestSupport.h"
 #include "core/AppState.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/TestDir.h"
 #include "support/ListingWait.h"
@@ -27,7 +28,7 @@ using KeyTest::typed;
 inline QString privateTrash() {
     static QTemporaryDir* dataHome = [] {
         auto* folder = new QTemporaryDir(QDir::tempPath() + QStringLiteral("/dorvik-data-XXXXXX"));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(folder->path()));
+        qputenv("XDG_DATA_HOME", toSystemPath(folder->path()));
         return folder;
     }();
     return dataHome->path() + QStringLiteral("/Trash");

@@ -2,6 +2,7 @@
 // the main thread, the count shows once the job has run half a second, the
 // closing steps come with the end, and Esc stops a delete, copy or move with
 // nothing half done and tells what was done.
+#include "core/SystemPath.h"
 #include "filesystem/FileFlowSupport.h"
 #include "filesystem/FileJob.h"
 #include "filesystem/FileOperationSupport.h"
@@ -200,7 +201,7 @@ TEST(FileJobItems, AStopAskedDuringAnItemEndsTheJobAfterIt) {
 TEST(StoppedCopy, RemovesThePartWrittenAndLeavesTheSource) {
     TestDir dir;
     const QString source = dir.makeFile("src/big.bin");
-    const int fd = ::open(QFile::encodeName(source).constData(), O_WRONLY);
+    const int fd = ::open(toSystemPath(source).constData(), O_WRONLY);
     ASSERT_EQ(::ftruncate(fd, 96 << 20), 0); // three stretches of the kernel copy
     ::close(fd);
     dir.makeFolder("dest");

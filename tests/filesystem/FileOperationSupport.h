@@ -2,6 +2,8 @@
 
 // Shared by the file operation tests: running a step in a child process under
 // limits the test process must not take on itself, and reading items back.
+#include "core/SystemPath.h"
+
 #include <QByteArray>
 #include <QFile>
 #include <QString>
@@ -93,24 +95,24 @@ inline QByteArray contents(const QString& path) {
 
 inline bool exists(const QString& path) {
     struct stat st;
-    return ::lstat(QFile::encodeName(path).constData(), &st) == 0;
+    return ::lstat(toSystemPath(path).constData(), &st) == 0;
 }
 
 inline mode_t modeOf(const QString& path) {
     struct stat st {};
-    ::lstat(QFile::encodeName(path).constData(), &st);
+    ::lstat(toSystemPath(path).constData(), &st);
     return st.st_mode & 07777;
 }
 
 inline int64_t mtimeOf(const QString& path) {
     struct stat st {};
-    ::lstat(QFile::encodeName(path).constData(), &st);
+    ::lstat(toSystemPath(path).constData(), &st);
     return int64_t(st.st_mtim.tv_sec);
 }
 
 inline void setMtime(const QString& path, time_t seconds) {
     const struct timespec times[2] = {{seconds, 0}, {seconds, 0}};
-    ::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, AT_SYMLINK_NOFOLLOW);
+    ::utimensat(AT_FDCWD, toSystemPath(path).constData(), times, AT_SYMLINK_NOFOLLOW);
 }
 
 } // namespace FileOperationTest

@@ -1,5 +1,6 @@
 // The primitives that change the disk: copy, move, the path prompt's folder
 // rule and saving text, with the faults that must lose nothing.
+#include "core/SystemPath.h"
 #include "filesystem/FileOperationSupport.h"
 #include "filesystem/FileSystemService.h"
 #include "filesystem/HeldSystemCalls.h"
@@ -41,7 +42,7 @@ ChildOutcome tryInChild(const std::function<FsResult<Done>()>& step, ChildAccoun
 QString otherFileSystemFolder() {
     struct stat shm {
     }, tmp{};
-    if (::stat("/dev/shm", &shm) != 0 || ::stat(QFile::encodeName(QDir::tempPath()), &tmp) != 0 ||
+    if (::stat("/dev/shm", &shm) != 0 || ::stat(toSystemPath(QDir::tempPath()), &tmp) != 0 ||
         shm.st_dev == tmp.st_dev || ::access("/dev/shm", W_OK) != 0) {
         return {};
     }
@@ -59,8 +60,8 @@ QStringList itemsIn(const QString& folder) {
 bool bindMountInChild(const QString& from, const QString& onto) {
     return ::unshare(CLONE_NEWNS) == 0 &&
            ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-           ::mount(QFile::encodeName(from).constData(), QFile::encodeName(onto).constData(),
-                   nullptr, MS_BIND, nullptr) == 0;
+           ::mount(toSystemPath(from).constData(), toSystemPath(onto).constData(), nullptr, MS_BIND,
+                   nullptr) == 0;
 }
 
 FsResult<Done> copyOrMove(bool move, const QString& source, const QString& folder, bool overwrite) {
@@ -89,8 +90,8 @@ char uniformByte(const QString& path, qsizetype size) {
 bool killWhileAFileGrows(const QString& folder, qint64 fullSize,
                          const std::function<void()>& step) {
     const int changes = ::inotify_init1(IN_CLOEXEC);
-    ::inotify_add_watch(changes, QFile::encodeName(folder).constData(), IN_MODIFY);
-    const int folderFd = ::open(QFile::encodeName(folder).constData(), O_PATH | O_DIRECTORY);
+    ::inotify_add_watch(changes, toSystemPath(folder).constData(), IN_MODIFY);
+    const int folderFd = ::open(toSystemPath(folder).constData(), O_PATH | O_DIRECTORY);
     const pid_t child = ::fork();
     if (child == 0) {
         step();
@@ -290,7 +291,7 @@ TEST(CopyItem, ReadOnlyDestinationFailsWithTheSystemTextAndKeepsTheSource) {
     const QString source = dir.makeFile("src/data.bin", QByteArray(5000, 'd'));
     dir.makeFolder("locked");
     dir.setMode("locked", 0555);
-    ::chmod(QFile::encodeName(dir.path()).constData(), 0755);
+    ::chmod(toSystemPath(dir.path()).constData(), 0755);
     dir.setMode("src", 0755);
     dir.setMode("src/data.bin", 0644);
 
@@ -448,7 +449,7 @@ TEST(PlacingAnItem, AnItemThatAppearsAtTheLastMomentIsNeverReplaced) {
                     bool placed = false;
                     const auto placeFirst = [&](const seccomp_data&) {
                         if (!std::exchange(placed, true)) {
-                            const int fd = ::open(QFile::encodeName(target).constData(),
+                            const int fd = ::open(toSystemPath(target).constData(),
                                                   O_WRONLY | O_CREAT | O_EXCL, 0644);
                             (void)!::write(fd, "precious", 8);
                             ::close(fd);
@@ -491,9 +492,9 @@ TEST(CopyItem, AnItemSwappedAsItIsOpenedIsRefused) {
         dir.makeFile("src/tree/sub/inner.txt", "inner");
         dir.makeFile("outside/secret.txt", "secret");
         const QString dest = dir.makeFolder("dest");
-        const QByteArray secret = QFile::encodeName(dir.filePath("outside/secret.txt"));
+        const QByteArray secret = toSystemPath(dir.filePath("outside/secret.txt"));
         const char* name = turn == Turn::folderToLink ? "sub" : "data.bin";
-        Swap swap = folderToLink(QFile::encodeName(dir.filePath("outside")));
+        Swap swap = folderToLink(toSystemPath(dir.filePath("outside")));
         if (turn != Turn::folderToLink) {
             swap = [turn, secret](int dirFd, const char* path) {
                 ::unlinkat(dirFd, path, 0);
@@ -523,7 +524,7 @@ TEST(CopyItem, RemovingAReplacedFolderNeverLeavesIt) {
     dir.makeFile("dest/tree/inner/old.txt", "old");
     dir.makeFile("outside/secret.txt", "secret");
     const ChildOutcome outcome =
-        copySwappingOnOpen("inner", folderToLink(QFile::encodeName(dir.filePath("outside"))),
+        copySwappingOnOpen("inner", folderToLink(toSystemPath(dir.filePath("outside"))),
                            dir.filePath("src/tree"), dir.filePath("dest"), true);
     if (outcome.text == "cannot hold calls") {
         GTEST_SKIP() << "the kernel refuses seccomp user notification";

@@ -1,6 +1,7 @@
 // Listing a folder into pane rows: which rows appear, with which rights, in
 // which order, and how a failure reads.
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "filesystem/AccountNames.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
@@ -183,7 +184,7 @@ TEST_F(ListingTest, MissingPathOrPlainFileIsNotADirectory) {
 
 TEST_F(ListingTest, UnlistableFolderFailsWithTheSystemsText) {
     // Root opens any folder, so the listing runs as an ordinary account.
-    ::chmod(QFile::encodeName(dir.path()).constData(), 0755);
+    ::chmod(toSystemPath(dir.path()).constData(), 0755);
     dir.makeFolder(QStringLiteral("closed"));
     dir.setMode(QStringLiteral("closed"), 0000);
     const QString closed = dir.filePath("closed");

@@ -4,6 +4,7 @@
 // see which one was started and with what.
 #include "../core/KeyTestSupport.h"
 #include "core/PreferenceKeys.h"
+#include "core/SystemPath.h"
 #include "pickers/OpenWith.h"
 #include "search/FolderSearchService.h"
 #include "support/PaneRows.h"
@@ -83,11 +84,10 @@ private:
         run(QStringLiteral("update-mime-database"), m_root.filePath(QStringLiteral("data/mime")));
         run(QStringLiteral("update-desktop-database"),
             m_root.filePath(QStringLiteral("data/applications")));
-        qputenv("XDG_DATA_HOME", QFile::encodeName(m_root.filePath(QStringLiteral("data"))));
-        qputenv("XDG_DATA_DIRS", QFile::encodeName(m_root.filePath(QStringLiteral("system-data"))));
-        qputenv("XDG_CONFIG_HOME", QFile::encodeName(m_root.filePath(QStringLiteral("config"))));
-        qputenv("XDG_CONFIG_DIRS",
-                QFile::encodeName(m_root.filePath(QStringLiteral("system-config"))));
+        qputenv("XDG_DATA_HOME", toSystemPath(m_root.filePath(QStringLiteral("data"))));
+        qputenv("XDG_DATA_DIRS", toSystemPath(m_root.filePath(QStringLiteral("system-data"))));
+        qputenv("XDG_CONFIG_HOME", toSystemPath(m_root.filePath(QStringLiteral("config"))));
+        qputenv("XDG_CONFIG_DIRS", toSystemPath(m_root.filePath(QStringLiteral("system-config"))));
     }
     void addType(const char* type, const char* extension) {
         m_types += QStringLiteral("<mime-type type=\"%1\"><glob pattern=\"*.%2\"/></mime-type>\n")
@@ -98,11 +98,11 @@ private:
         const QString id = QString::fromLatin1(app);
         const QString script = m_root.makeFile(QStringLiteral("bin/%1.sh").arg(id),
                                                "#!/bin/sh\nprintf '%s\\n' \"$1\" > '" +
-                                                   QFile::encodeName(marker(id)) + "'\n");
+                                                   toSystemPath(marker(id)) + "'\n");
         m_root.setMode(QStringLiteral("bin/%1.sh").arg(id), 0755);
         m_root.makeFile(QStringLiteral("data/applications/dorvik-%1.desktop").arg(id),
                         "[Desktop Entry]\nType=Application\nName=" + QByteArray(name) + "\nExec=" +
-                            QFile::encodeName(script) + " %f\nMimeType=" + type.toUtf8() + ";\n");
+                            toSystemPath(script) + " %f\nMimeType=" + type.toUtf8() + ";\n");
     }
     static void run(const QString& program, const QString& folder) {
         QProcess process;

@@ -1,14 +1,13 @@
 // Every reader of a picture's or a document's bytes refuses a FIFO named
 // like one without waiting for a writer: each runs on a thread of its own
 // and must be done well before a writer comes to let a stuck one go.
+#include "core/SystemPath.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/GalleryThumbnail.h"
 #include "preview/PngRowReading.h"
 #include "preview/PreviewSelection.h"
 #include "preview/StillImageReading.h"
 #include "support/TestDir.h"
-
-#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -51,11 +50,11 @@ TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
     for (const auto& reader : readers) {
         SCOPED_TRACE(reader.name);
         const QString fifo = dir.filePath(QString::fromLatin1(reader.name));
-        ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+        ASSERT_EQ(::mkfifo(toSystemPath(fifo).constData(), 0644), 0);
         auto pending = std::async(std::launch::async, reader.refused, fifo);
         const bool finished = pending.wait_for(2s) == std::future_status::ready;
         // A writer that opens and closes lets a reader stuck in open() go.
-        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
         }

@@ -1,9 +1,8 @@
 // Which files the viewer shows as text, as a graphic preview, or not at all.
+#include "core/SystemPath.h"
 #include "preview/PreviewSelection.h"
 #include "support/TestDir.h"
 #include "text/TextDecoding.h"
-
-#include <QFile>
 
 #include <gtest/gtest.h>
 
@@ -138,7 +137,7 @@ TEST(PreviewSelection, AFifoIsNotReadWhateverItsName) {
     TestDir dir;
     for (const QString name : {"pipe.rtf", "pipe.doc", "pipe"}) {
         const QString path = dir.filePath(name);
-        ASSERT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        ASSERT_EQ(::mkfifo(toSystemPath(path).constData(), 0644), 0);
         EXPECT_EQ(classifyFile(name, path), preview) << name.toStdString();
         EXPECT_EQ(sniffFileHead(path), FileHead::other);
     }

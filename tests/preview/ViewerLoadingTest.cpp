@@ -3,6 +3,7 @@
 #include "core/AppState.h"
 #include "core/Background.h"
 #include "core/Preferences.h"
+#include "core/SystemPath.h"
 #include "support/TestDir.h"
 #include "support/ToolRun.h"
 #include "text/TextPreviewLoading.h"
@@ -50,12 +51,12 @@ protected:
     }
     QString makeFifo(const QString& name) {
         const QString path = dir.filePath(name);
-        EXPECT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+        EXPECT_EQ(::mkfifo(toSystemPath(path).constData(), 0644), 0);
         return path;
     }
     // A writer that opens and closes gives the stuck reader its end of file.
     static void releaseReaders(const QString& fifo) {
-        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
         }

@@ -1,17 +1,19 @@
 // The folder search: which items are hits, in which order, and how a scan
 // hands its list to the main thread (or, cancelled, doesn't).
+#include "core/SystemPath.h"
 #include "search/FolderSearchService.h"
 #include "core/Background.h"
 #include "support/TestDir.h"
 #include "text/TextDecoding.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QSignalSpy>
 
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 #include <utime.h>
 
 namespace {
@@ -22,7 +24,7 @@ using Request = FolderSearchService::Request;
 void setLocalTime(const QString& path, const QDateTime& local) {
     struct utimbuf times {};
     times.actime = times.modtime = time_t(local.toSecsSinceEpoch());
-    ASSERT_EQ(::utime(QFile::encodeName(path).constData(), &times), 0);
+    ASSERT_EQ(::utime(toSystemPath(path).constData(), &times), 0);
 }
 
 QDateTime local(int y, int m, int d, int h = 0, int min = 0, int s = 0) {
@@ -281,6 +283,33 @@ TEST_F(FolderSearchServiceTest, ABlankStartClearsAtOnceAndOldResultsStayWhileSea
     EXPECT_FALSE(service.isSearching());
     executor.runAll();
     EXPECT_EQ(finished.count(), 1);
+}
+
+} // namespace
+
+namespace {
+
+// Names that are not UTF-8 are found by the form the panes show, and each hit
+// leads back to its own bytes; the content of such a file is read too.
+TEST_F(FolderSearchTest, NamesThatAreNotUtf8AreFoundByTheirShownFormAndReadByTheirBytes) {
+    const QByteArray folder = toSystemPath(dir.path()) + '/';
+    for (const QByteArray& name : {QByteArray("bad\xff\xfe.txt"), QByteArray("bad\xfe\xff.txt"),
+                                  QByteArray("\x83\x5c\x83\x74\x83\x67.txt")}) {
+        const int fd = ::open((folder + name).constData(), O_WRONLY | O_CREAT, 0644);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(::write(fd, "needle", 6), 6);
+        ::close(fd);
+    }
+    const auto byName = scan("bad").hits;
+    ASSERT_EQ(byName.size(), 2);
+    EXPECT_NE(byName[0].url, byName[1].url);
+    for (const FolderSearchHit& hit : byName) {
+        EXPECT_TRUE(SystemPath::exists(hit.url)) << hit.relativePath.toStdString();
+    }
+    const auto byKana = scan(QStringLiteral("ソフト")).hits;
+    ASSERT_EQ(byKana.size(), 1);
+    EXPECT_EQ(toSystemPath(byKana[0].url), folder + "\x83\x5c\x83\x74\x83\x67.txt");
+    EXPECT_EQ(scan("needle", {}, {}, FolderSearchMatchMode::includeContent).hits.size(), 3);
 }
 
 } // namespace

@@ -1,10 +1,13 @@
 #include "support/TestDir.h"
 
+#include "core/SystemPath.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 
+#include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -14,15 +17,21 @@ TestDir::TestDir()
 TestDir::~TestDir() {
     // Give every folder back its rights, or the removal would stop at the
     // first unreadable one.
-    ::chmod(QFile::encodeName(path()).constData(), 0700);
+    ::chmod(toSystemPath(path()).constData(), 0700);
     QDirIterator it(path(), QDir::Dirs | QDir::NoDotAndDotDot | QDir::Hidden | QDir::System,
                     QDirIterator::Subdirectories);
     while (it.hasNext()) {
         const QString folder = it.next();
         if (!QFileInfo(folder).isSymLink()) {
-            ::chmod(QFile::encodeName(folder).constData(), 0700);
+            ::chmod(toSystemPath(folder).constData(), 0700);
         }
     }
+    // Removed by the bytes of each name: Qt's own removal would miss names
+    // that are not UTF-8.
+    ::nftw(
+        toSystemPath(path()).constData(),
+        [](const char* item, const struct stat*, int, struct FTW*) { return ::remove(item), 0; },
+        16, FTW_DEPTH | FTW_PHYS);
 }
 
 QString TestDir::filePath(const QString& relative) const {
@@ -47,13 +56,12 @@ QString TestDir::makeFolder(const QString& relative) {
 
 QString TestDir::makeLink(const QString& relative, const QString& target) {
     const QString full = filePath(relative);
-    if (::symlink(QFile::encodeName(target).constData(), QFile::encodeName(full).constData()) !=
-        0) {
+    if (::symlink(toSystemPath(target).constData(), toSystemPath(full).constData()) != 0) {
         return {};
     }
     return full;
 }
 
 void TestDir::setMode(const QString& relative, int mode) {
-    ::chmod(QFile::encodeName(filePath(relative)).constData(), mode_t(mode));
+    ::chmod(toSystemPath(filePath(relative)).constData(), mode_t(mode));
 }

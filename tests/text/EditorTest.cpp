@@ -1,5 +1,6 @@
 // EDITOR on real files: what opens and what is refused, how the text is
 // saved in its encoding, the encoding picker, and the ways out.
+#include "core/SystemPath.h"
 #include "dialogs/DosDialog.h"
 #include "support/EmptyDesktop.h"
 #include "support/StateFixture.h"
@@ -248,7 +249,7 @@ TEST_F(EditorTest, EachRefusalSaysWhyAndKeepsTheMode) {
 
 TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
     const QString fifo = dir.filePath(QStringLiteral("stuck.txt"));
-    ASSERT_EQ(::mkfifo(QFile::encodeName(fifo).constData(), 0644), 0);
+    ASSERT_EQ(::mkfifo(toSystemPath(fifo).constData(), 0644), 0);
     // Should the editor wait in open() after all, a writer comes after a
     // while and lets it go: the editor then reads empty text and opens it,
     // so the test fails instead of hanging.
@@ -258,7 +259,7 @@ TEST_F(EditorTest, AFifoOrADeviceIsRefusedWithoutWaitingForIt) {
     std::thread watchdog([&] {
         std::unique_lock guard(lock);
         finished.wait_for(guard, std::chrono::seconds(5), [&] { return done; });
-        const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+        const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
         if (fd >= 0) {
             ::close(fd);
         }

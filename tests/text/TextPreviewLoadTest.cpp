@@ -1,5 +1,6 @@
 // Loading text for the viewer: the head of a plain file, converted documents,
 // and the race of a worker against the time limit.
+#include "core/SystemPath.h"
 #include "text/TextPreviewLoading.h"
 #include "support/CountingExecutor.h"
 #include "support/TestDir.h"
@@ -29,7 +30,7 @@ namespace {
 // Opening the FIFO for writing and closing it again gives a reader blocked
 // in open() or read() its end of file, so no worker stays stuck after a test.
 void releaseReaders(const QString& fifo) {
-    const int fd = ::open(QFile::encodeName(fifo).constData(), O_WRONLY | O_NONBLOCK);
+    const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
     if (fd >= 0) {
         ::close(fd);
     }
@@ -37,7 +38,7 @@ void releaseReaders(const QString& fifo) {
 
 QString makeFifo(const TestDir& dir, const QString& name) {
     const QString path = dir.filePath(name);
-    EXPECT_EQ(::mkfifo(QFile::encodeName(path).constData(), 0644), 0);
+    EXPECT_EQ(::mkfifo(toSystemPath(path).constData(), 0644), 0);
     return path;
 }
 
