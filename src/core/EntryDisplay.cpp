@@ -39,7 +39,7 @@ QString displayName(const FileEntry& entry, bool localized, bool allExt) {
         return QStringLiteral("..");
     }
     if (SystemPath::hasEscapedBytes(entry.name)) {
-        return entry.localizedName;
+        return entry.localizedName();
     }
     const bool localizedFolder = localized && entry.isDirectory;
     if (entry.hasHiddenExtension) {

@@ -26,7 +26,9 @@ enum class ColorRole {
 // The name a row is shown, sorted and filtered by: its real name, or for a
 // name that is not UTF-8 the readable form the listing gave it.
 template <typename Row> const QString& shownName(const Row& row) {
-    if constexpr (requires { row.localizedName; }) {
+    if constexpr (requires { row.localizedName(); }) {
+        return SystemPath::hasEscapedBytes(row.name) ? row.localizedName() : row.name;
+    } else if constexpr (requires { row.localizedName; }) {
         return SystemPath::hasEscapedBytes(row.name) ? row.localizedName : row.name;
     } else {
         return row.name;

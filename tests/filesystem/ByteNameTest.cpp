@@ -93,8 +93,8 @@ TEST_F(ByteNames, NamesApartOnlyInBadBytesAreTwoRowsTwoTagsAndReadable) {
     const FileEntry* other = row(otherBadName);
     const FileEntry* sjis = row(sjisName);
     ASSERT_TRUE(bad && other && sjis);
-    EXPECT_NE(bad->id, other->id);
-    EXPECT_EQ(toSystemPath(bad->url), toSystemPath(dir.filePath("left")) + '/' + badName);
+    EXPECT_NE(bad->id(), other->id());
+    EXPECT_EQ(toSystemPath(bad->url()), toSystemPath(dir.filePath("left")) + '/' + badName);
     EXPECT_EQ(EntryDisplay::displayName(*bad, false, false), "bad\\xFF\\xFE.txt");
     EXPECT_EQ(EntryDisplay::displayName(*other, true, true), "bad\\xFE\\xFF.txt");
     EXPECT_EQ(EntryDisplay::displayName(*sjis, false, false),
