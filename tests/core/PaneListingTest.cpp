@@ -8,6 +8,7 @@
 #include "filesystem/DirectoryWatcher.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
+#include "support/SteppedStateFixture.h"
 #include "support/TestDir.h"
 
 #include <gtest/gtest.h>
@@ -22,28 +23,18 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class PaneListingTest : public ::testing::Test {
+class PaneListingTest : public SteppedStateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
         for (const char* folder : {"a/b", "a/c", "a/d", "e"}) {
             dir.makeFolder(QString::fromUtf8(folder));
         }
         dir.makeFile(QStringLiteral("a/big.txt"), QByteArray(300, 'x'));
         dir.makeFile(QStringLiteral("f.txt"));
         dir.makeFile(QStringLiteral("g.txt"));
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
-        state = std::make_unique<AppState>(preferences, executor);
-        state->refreshAll();
-        executor.runAll();
-    }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
+        start();
     }
 
-    const PaneState& left() const { return state->pane(PaneSide::left); }
-    QString at(const char* relative) const { return dir.filePath(QString::fromUtf8(relative)); }
     FilerLocation folder(const char* relative) const {
         return FilerLocation::directory(QDir::cleanPath(at(relative)));
     }
@@ -59,12 +50,6 @@ protected:
         }
         ASSERT_EQ(nameAtCursor(), name);
     }
-    void press(const KeyEvent& key) { state->handleKeyDown(key); }
-
-    TestDir dir;
-    MemoryPreferences preferences;
-    Background::ManualExecutor executor;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(PaneListingTest, TheOldRowsStayUntilTheListingCompletes) {

@@ -6,6 +6,7 @@
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "search/TreeSession.h"
+#include "support/SteppedStateFixture.h"
 #include "support/ListingWait.h"
 #include "support/TestDir.h"
 
@@ -16,24 +17,16 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class TreeLoadingTest : public ::testing::Test {
+class TreeLoadingTest : public SteppedStateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
         for (const char* folder : {"Music/Jazz", "Music/Rock", "Photos", "Work"}) {
             dir.makeFolder(QString::fromUtf8(folder));
         }
         dir.makeFile(QStringLiteral("Music/track.mp3"), "x");
         dir.makeFile(QStringLiteral("Photos/cat.png"), "x");
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         preferences.setValue(QStringLiteral("alwaysPreviewMode"), true);
-        state = std::make_unique<AppState>(preferences, executor);
-        state->refreshAll();
-        executor.runAll();
-    }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
+        start();
     }
 
     // Opens the tree on the start folder, its subfolder answers in.
@@ -42,9 +35,7 @@ protected:
         executor.runAll();
         ASSERT_TRUE(left().treeMode);
     }
-    const PaneState& left() const { return state->pane(PaneSide::left); }
     const TreeSession& session() const { return *left().treeSession; }
-    QString at(const char* relative) const { return dir.filePath(QString::fromUtf8(relative)); }
     QStringList fileNames() const {
         QStringList names;
         for (const FileEntry& file : session().files) {
@@ -52,12 +43,6 @@ protected:
         }
         return names;
     }
-    void press(const KeyEvent& key) { state->handleKeyDown(key); }
-
-    TestDir dir;
-    MemoryPreferences preferences;
-    Background::ManualExecutor executor;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(TreeLoadingTest, ATreeOpensWhenItsRowsComeAndTheStepsFollowThem) {

@@ -6,6 +6,7 @@
 
 #include "ScreenTestSupport.h"
 #include "search/TreeSession.h"
+#include "support/SteppedStateFixture.h"
 #include "ui/EntryColors.h"
 
 using namespace ScreenTest;
@@ -13,21 +14,13 @@ using namespace std::chrono_literals;
 
 namespace {
 
-class LoadingLineTest : public ::testing::Test {
+class LoadingLineTest : public SteppedStateFixture {
 protected:
     void SetUp() override {
-        FileAccessMemory::attach(&preferences);
-        preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
         preferences.setValue(QStringLiteral("uiFontSize"), 13.0);
         dir.makeFolder(QStringLiteral("inner/deeper"));
         dir.makeFile(QStringLiteral("inner/file.txt"), "x");
-        state = std::make_unique<AppState>(preferences, executor);
-        state->refreshAll();
-        executor.runAll();
-    }
-    void TearDown() override {
-        state.reset();
-        FileAccessMemory::attach(nullptr);
+        start();
     }
 
     // The lower part of a view, where the line stands over the last rows.
@@ -67,11 +60,6 @@ protected:
         executor.runAll();
         EXPECT_EQ(bandPixels(grab(view), area), 0);
     }
-
-    MemoryPreferences preferences;
-    TestDir dir;
-    Background::ManualExecutor executor;
-    std::unique_ptr<AppState> state;
 };
 
 TEST_F(LoadingLineTest, TheFlatPaneShowsTheLineForItsListingAndForATreeBeingOpened) {
