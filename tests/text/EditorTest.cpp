@@ -347,6 +347,7 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
     typeAndLeave(QStringLiteral("a 😀 in CP932"));
     s.textEncodingLabel = QStringLiteral("CP932");
     s.handleDosDialogKey(QStringLiteral("y"), KeyCode::other, false);
+    waitForListings(s);
     EXPECT_FALSE(s.pendingExitEditorToViewer);
     EXPECT_EQ(s.rightMode, RightPaneMode::editor) << "a failed save keeps EDITOR open";
     EXPECT_EQ(error(),
@@ -359,6 +360,8 @@ TEST_F(EditorTest, LeavingWithChangesAsksAndEachAnswerDoesItsOwnThing) {
 
     typeAndLeave(QStringLiteral("saved"));
     s.handleDosDialogKey(QStringLiteral("y"), KeyCode::other, false);
+    // Only the save is waited for: VIEWER's load of the saved file follows it.
+    EXPECT_TRUE(QTest::qWaitFor([&] { return !s.isLookingAtDisk(); }, 5000));
     EXPECT_EQ(readBytes(path), QByteArray("saved"));
     EXPECT_EQ(s.rightMode, RightPaneMode::viewer);
     EXPECT_EQ(s.focusedSide, PaneSide::left);
