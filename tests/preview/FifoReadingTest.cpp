@@ -8,6 +8,7 @@
 #include "preview/PreviewSelection.h"
 #include "preview/StillImageReading.h"
 #include "support/TestDir.h"
+#include "text/TextPreviewLoading.h"
 
 #include <gtest/gtest.h>
 
@@ -18,6 +19,7 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
+using TextOutcome = TextPreviewLoading::TextPreviewLoadResult::Outcome;
 
 namespace {
 
@@ -42,6 +44,16 @@ TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
         {"frames.gif",
          [](const QString& p) { return AnimatedImageSupport::loadAllFrames(p).isEmpty(); }},
         {"thumb.jpg", [](const QString& p) { return !GalleryThumbnail::fromFile(p); }},
+        // Neither read for VIEWER's text nor handed to a converter, which
+        // would wait in open() as well.
+        {"notes.txt",
+         [](const QString& p) {
+             return TextPreviewLoading::readTextHead(p).outcome == TextOutcome::ioFailed;
+         }},
+        {"styled.rtf",
+         [](const QString& p) {
+             return TextPreviewLoading::extractDocumentText(p).outcome == TextOutcome::ioFailed;
+         }},
         {"letter.docx",
          [](const QString& p) {
              return PreviewSelection::sniffFileHead(p) == PreviewSelection::FileHead::other;
