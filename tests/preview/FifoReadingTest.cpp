@@ -23,6 +23,11 @@ using TextOutcome = TextPreviewLoading::TextPreviewLoadResult::Outcome;
 
 namespace {
 
+bool classifiedAsPreview(const char* name, const QString& path) {
+    return PreviewSelection::classifyFile(QString::fromLatin1(name), path) ==
+           ViewerContentKind::preview;
+}
+
 TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
     TestDir dir;
     const struct {
@@ -54,6 +59,10 @@ TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
          [](const QString& p) {
              return TextPreviewLoading::extractDocumentText(p).outcome == TextOutcome::ioFailed;
          }},
+        // Named like a document or like nothing, it goes to the graphic
+        // preview unread.
+        {"pipe.doc", [](const QString& p) { return classifiedAsPreview("pipe.doc", p); }},
+        {"pipe", [](const QString& p) { return classifiedAsPreview("pipe", p); }},
         {"letter.docx",
          [](const QString& p) {
              return PreviewSelection::sniffFileHead(p) == PreviewSelection::FileHead::other;
