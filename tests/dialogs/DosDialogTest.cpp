@@ -178,19 +178,15 @@ TEST_F(DosDialogTest, AStaleIndexIsClampedAtTheFirstKeyAndArrowsWrapAround) {
     EXPECT_EQ(state.dosDialogActionIndex, 1);
 }
 
-TEST_F(DosDialogTest, AnErrorSwallowsYAndClosesOnEnterOrEsc) {
+TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
+    // An error has no letters: Y is swallowed, Enter closes it.
     state.errorMessage = QStringLiteral("No item to rename");
     EXPECT_TRUE(key(QStringLiteral("y")));
     EXPECT_TRUE(press(KeyCode::home));
     EXPECT_TRUE(state.errorMessage.has_value());
     EXPECT_TRUE(press(KeyCode::returnKey));
     EXPECT_FALSE(state.errorMessage.has_value());
-    state.errorMessage = QStringLiteral("again");
-    EXPECT_TRUE(press(KeyCode::escape));
-    EXPECT_FALSE(state.errorMessage.has_value());
-}
 
-TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
     state.pendingQuit = true;
     EXPECT_TRUE(key(QStringLiteral("yy")));
     EXPECT_TRUE(state.pendingQuit) << "a key of two characters matches nothing";
