@@ -49,7 +49,7 @@ protected:
     QStringList stored() const { return preferences.stringListElements("jumpBookmarks"); }
 };
 
-TEST_F(JumpDialogTest, WalkingTheRows) {
+TEST_F(JumpDialogTest, WalkingTheRowsAndNotOpeningOverAPicker) {
     const int64_t nonce = state->jumpDialog.focusNonce;
     state->moveJumpSelection(-1); // Up in the filter field stays there
     EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
@@ -62,6 +62,12 @@ TEST_F(JumpDialogTest, WalkingTheRows) {
     state->moveJumpSelection(-1); // Up from the first row: back to the field
     EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
     EXPECT_GT(state->jumpDialog.focusNonce, nonce);
+
+    // It does not open over a picker.
+    state->closeJumpDialog();
+    state->showOverlay(Overlay::sortPicker);
+    state->openJumpDialog();
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilteredRows) {
@@ -180,13 +186,6 @@ TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::setStartup));
     EXPECT_EQ(stored().size(), 3);
     EXPECT_EQ(state->startupDirectory, dir.filePath("start"));
-}
-
-TEST_F(JumpDialogTest, DoesNotOpenOverThePickers) {
-    state->closeJumpDialog();
-    state->showOverlay(Overlay::sortPicker);
-    state->openJumpDialog();
-    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 } // namespace
