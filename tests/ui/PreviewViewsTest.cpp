@@ -40,6 +40,17 @@ protected:
         ScreenFixture::SetUp();
         makeState();
     }
+    void TearDown() override {
+        shown.reset();
+        ScreenFixture::TearDown();
+    }
+
+    PreviewBodyView& shownBody(QSize size) {
+        shown.emplace(*state);
+        shown->resize(size);
+        shown->show();
+        return *shown;
+    }
 
     QString writeImage(const QString& name, const QSize& size, const QColor& colour,
                        const char* format = "PNG") {
@@ -72,6 +83,8 @@ protected:
         state->notifyChanged();
         QApplication::processEvents();
     }
+
+    std::optional<PreviewBodyView> shown;
 };
 
 TEST_F(PreviewViewsTest, AFittedPictureKeepsItsShapeAndNeverGrows) {
@@ -83,9 +96,7 @@ TEST_F(PreviewViewsTest, AFittedPictureKeepsItsShapeAndNeverGrows) {
 }
 
 TEST_F(PreviewViewsTest, AnAnimatedPictureIsPagedFromItsStripAndWraps) {
-    PreviewBodyView body(*state);
-    body.resize(600, 300);
-    body.show();
+    PreviewBodyView& body = shownBody({600, 300});
     preview(writeAPNG());
     auto* paged = qobject_cast<StaticImagePreviewView*>(body.currentView());
     ASSERT_NE(paged, nullptr);
@@ -170,9 +181,7 @@ TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPictureAndJunkSaysItCannotBeRead) {
     run("convert", {"-size", "30x20", "xc:blue", "one.gif"});
     const QString path = dir.filePath("one.gif");
     EXPECT_FALSE(AnimatedImageSupport::animatedImageInfo(path));
-    PreviewBodyView body(*state);
-    body.resize(300, 200);
-    body.show();
+    PreviewBodyView& body = shownBody({300, 200});
     preview(path);
     auto* still = qobject_cast<StillImagePreviewView*>(body.currentView());
     ASSERT_NE(still, nullptr);
@@ -221,9 +230,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
         painter.fillRect(QRect(0, 0, writer.width() / 2, writer.height()), Qt::black);
         writer.newPage();
     }
-    PreviewBodyView body(*state);
-    body.resize(400, 400);
-    body.show();
+    PreviewBodyView& body = shownBody({400, 400});
     preview(path);
     auto* general = qobject_cast<GeneralPreviewView*>(body.currentView());
     ASSERT_NE(general, nullptr);
@@ -268,9 +275,7 @@ QByteArray silentWave(int samples) {
 }
 
 TEST_F(PreviewViewsTest, TheFilmPlayerSurvivesRedrawsAndTellsWhyAFileDoesNotPlay) {
-    PreviewBodyView body(*state);
-    body.resize(400, 300);
-    body.show();
+    PreviewBodyView& body = shownBody({400, 300});
     const QString movie = dir.makeFile("clip.mov", QByteArray(4096, '\x07'));
     preview(movie);
     auto* video = qobject_cast<VideoPreviewView*>(body.currentView());
