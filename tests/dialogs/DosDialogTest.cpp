@@ -216,18 +216,16 @@ TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("hideFullDiskAccessTip")));
 }
 
-TEST_F(DosDialogTest, EveryButtonHasItsCaption) {
+TEST_F(DosDialogTest, ButtonsHaveTheirCaptionsAndLongMessagesBreakBetweenWords) {
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("yes"), QStringLiteral("Switch"), true}),
               QStringLiteral(" Y:OK "));
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("skip"), QStringLiteral("Skip"), false}),
               QStringLiteral(" S:取消 "));
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("later"), QStringLiteral("Later"), false}),
               QStringLiteral(" Later "));
-}
 
-// One cell a character: lines break after the last word that fits, and only a
-// word longer than the box is cut inside.
-TEST_F(DosDialogTest, LongMessagesBreakBetweenWords) {
+    // One cell a character: lines break after the last word that fits, and only a
+    // word longer than the box is cut inside.
     const auto cells = [](const QString& text) { return double(text.size()); };
     const struct {
         const char* message;

@@ -8,26 +8,24 @@
 
 namespace {
 
-TEST(JumpRowsTest, FilterKeepsStoredOrderAndIgnoresCaseAndWidth) {
+TEST(JumpRowsTest, TheFilterIgnoresCaseAndWidthAndAddingPutsInFrontKeepingFifty) {
     const QStringList marks{"/home/u/Projects", "/srv/data", "/home/u/ＰＨＯＴＯＳ"};
     EXPECT_EQ(JumpDialog::jumpRows(marks, " \n"), marks);
     EXPECT_EQ(JumpDialog::jumpRows(marks, "HOME"),
               (QStringList{"/home/u/Projects", "/home/u/ＰＨＯＴＯＳ"}));
     EXPECT_EQ(JumpDialog::jumpRows(marks, " photos "), QStringList{"/home/u/ＰＨＯＴＯＳ"});
     EXPECT_TRUE(JumpDialog::jumpRows(marks, "nowhere").isEmpty());
-}
 
-TEST(JumpRowsTest, AddingPutsInFrontWithoutDuplicatesAndKeepsFifty) {
-    QStringList marks;
+    QStringList full;
     for (int i = 0; i < 50; ++i) {
-        marks.append(QStringLiteral("/b/%1").arg(i));
+        full.append(QStringLiteral("/b/%1").arg(i));
     }
-    const QStringList added = JumpDialog::withBookmarkAdded(marks, "/b/7/");
+    const QStringList added = JumpDialog::withBookmarkAdded(full, "/b/7/");
     EXPECT_EQ(added.size(), 50);
     EXPECT_EQ(added.first(), "/b/7");
     EXPECT_EQ(added.count("/b/7"), 1);
     EXPECT_EQ(added.last(), "/b/49");
-    const QStringList fresh = JumpDialog::withBookmarkAdded(marks, "/new");
+    const QStringList fresh = JumpDialog::withBookmarkAdded(full, "/new");
     EXPECT_EQ(fresh.first(), "/new");
     EXPECT_EQ(fresh.last(), "/b/48");
 }

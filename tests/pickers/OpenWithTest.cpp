@@ -190,7 +190,7 @@ TEST_F(OpenWithTest, RecentChoicesComeFirstThenTheDefaultThenTheRest) {
     EXPECT_FALSE(apps.at(2).isRecent);
 }
 
-TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
+TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirstInADictionary) {
     for (int i = 1; i <= 13; ++i) {
         OpenWith::recordChoice(preferences, "txt", QStringLiteral("/apps/%1.desktop").arg(i));
     }
@@ -207,9 +207,8 @@ TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
     EXPECT_EQ(txt.first(), "/apps/5.desktop");
     EXPECT_EQ(txt.count(QStringLiteral("/apps/5.desktop")), 1);
     EXPECT_EQ(OpenWith::recentApplications(preferences, "md"), QStringList{"/apps/md.desktop"});
-}
 
-TEST_F(OpenWithTest, ChoicesAreStoredAsADictionaryAndTheOldJsonTextIsReadOnce) {
+    // Stored as a dictionary; the old JSON text is read once.
     const QString key = PreferenceKeys::openWithRecentByExtension;
     // As earlier versions left it: one JSON text.
     preferences.setValue(key,

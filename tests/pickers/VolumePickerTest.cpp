@@ -83,9 +83,8 @@ TEST(CollectVolumes, RemoteAndUserMountsJoinTheDisksAndInternalsStayOut) {
         {"x", "/mnt/x", false},
     };
     EXPECT_EQ(collectVolumes(mounts, {}), expected);
-}
 
-TEST(CollectVolumes, GvfsShareNamesTellTheShareAndItsHost) {
+    // A GVFS share is named by the share and its host.
     using FileSystemService::gvfsShareName;
     EXPECT_EQ(gvfsShareName("smb-share:server=nas,share=music"), "music on nas");
     EXPECT_EQ(gvfsShareName("sftp:host=example.org,user=me"), "example.org");

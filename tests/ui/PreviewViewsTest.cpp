@@ -221,7 +221,7 @@ TEST_F(PreviewViewsTest, APictureReadForTheFileBeforeIsDropped) {
     EXPECT_EQ(still.image().size(), QSize(20, 10));
 }
 
-TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
+TEST_F(PreviewViewsTest, APDFShowsItsFirstPageOtherFilesAndABrokenPDFACard) {
     const QString path = dir.filePath("doc.pdf");
     {
         QPdfWriter writer(path);
@@ -239,13 +239,9 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
     const QImage shown = grab(body);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::black), 10000);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::white), 10000);
-}
 
-TEST_F(PreviewViewsTest, OtherFilesGetACardAndSoDoesABrokenPDF) {
-    const QString blob = dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01'));
-    GeneralPreviewView card(*state);
-    card.resize(400, 300);
-    card.setPath(blob);
+    GeneralPreviewView& card = *general;
+    card.setPath(dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01')));
     ASSERT_EQ(card.cardLines().size(), 4);
     EXPECT_EQ(card.cardLines().at(0), "blob.xyzzy");
     EXPECT_EQ(card.cardLines().at(2), "2.9 KB");
