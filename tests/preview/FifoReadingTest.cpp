@@ -1,6 +1,6 @@
 // Every reader of a picture's, a text's or a document's bytes refuses a FIFO
-// like one without waiting for a writer: each runs on a thread of its own
-// and must be done well before a writer comes to let a stuck one go.
+// named like one without waiting for a writer: each runs on a thread of its
+// own and must be done well before a writer comes to let a stuck one go.
 #include "core/SystemPath.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/GalleryThumbnail.h"
