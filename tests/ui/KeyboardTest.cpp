@@ -92,13 +92,15 @@ TEST_F(KeyboardTest, ShiftAloneReachesTheFlagsHandlerAndShiftOneGoesByItsPlace) 
     EXPECT_EQ(state->layoutMode, LayoutMode::dualFiler);
 }
 
-TEST_F(KeyboardTest, CompositionLeavesEscToTheField) {
+TEST_F(KeyboardTest, CompositionLeavesEscAndF10ToTheField) {
     press(Qt::Key_F, QStringLiteral("f"));
     QInputMethodEvent composing(QStringLiteral("かな"), {});
     QCoreApplication::sendEvent(field, &composing);
     EXPECT_TRUE(state->textInputHasMarkedText());
     press(Qt::Key_Escape, QStringLiteral("\x1b"));
     EXPECT_TRUE(state->isFilterOpen);
+    press(Qt::Key_F10);
+    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
     QInputMethodEvent committed;
     committed.setCommitString(QStringLiteral("仮名"));
     QCoreApplication::sendEvent(field, &committed);
@@ -185,15 +187,6 @@ TEST_F(KeyboardTest, TheMenuBarWalkedFromTheKeyboardKeepsTheArrows) {
     press(Qt::Key_Right);
     EXPECT_EQ(leftSelection(), 0);
     EXPECT_EQ(state->focusedSide, PaneSide::left);
-}
-
-TEST_F(KeyboardTest, F10IsTheInputMethodsWhileItComposes) {
-    field->setFocus();
-    QInputMethodEvent composing(QStringLiteral("かな"), {});
-    QCoreApplication::sendEvent(field, &composing);
-    ASSERT_TRUE(state->textInputHasMarkedText());
-    press(Qt::Key_F10);
-    EXPECT_EQ(QApplication::activePopupWidget(), nullptr);
 }
 
 } // namespace

@@ -41,15 +41,15 @@ protected:
         makeState();
     }
     void TearDown() override {
-        shown.reset();
+        bodyView.reset();
         ScreenFixture::TearDown();
     }
 
     PreviewBodyView& shownBody(QSize size) {
-        shown.emplace(*state);
-        shown->resize(size);
-        shown->show();
-        return *shown;
+        bodyView.emplace(*state);
+        bodyView->resize(size);
+        bodyView->show();
+        return *bodyView;
     }
 
     QString writeImage(const QString& name, const QSize& size, const QColor& colour,
@@ -84,7 +84,7 @@ protected:
         QApplication::processEvents();
     }
 
-    std::optional<PreviewBodyView> shown;
+    std::optional<PreviewBodyView> bodyView;
 };
 
 TEST_F(PreviewViewsTest, AFittedPictureKeepsItsShapeAndNeverGrows) {
