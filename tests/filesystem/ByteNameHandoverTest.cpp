@@ -1,14 +1,18 @@
-// Readers outside the listing that meet names that are not UTF-8, made with
-// their raw bytes ("bad\xff\xfe" and "ソフト" in Shift_JIS): the media player
-// reaches the very file, and folders of mounted media are found.
+// Names that are not UTF-8, made with their raw bytes ("bad\xff\xfe" and
+// "ソフト" in Shift_JIS), where they are handed to something other than a
+// system call: the media player reaches the very file, folders of mounted
+// media are found, and another application is started on the exact bytes.
 #include "core/FileDescriptor.h"
 #include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
+#include "pickers/OpenWith.h"
 #include "preview/MediaSource.h"
+#include "support/CountingExecutor.h"
 #include "support/TestDir.h"
 #include "text/ShownFileName.h"
 
 #include <QFile>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -37,7 +41,7 @@ QByteArray readAtUrl(const QUrl& url) {
 
 // The name Qt would make of the text form of a byte name is another file's:
 // the player must never be handed that one.
-TEST(ByteNameReaders, TheMediaPlayerReadsTheFileByItsOwnBytes) {
+TEST(ByteNameHandover, TheMediaPlayerReadsTheFileByItsOwnBytes) {
     TestDir dir;
     const QByteArray folder = toSystemPath(dir.path());
     const QString sound = fromSystemPath(folder + '/' + badName + ".wav");
@@ -66,7 +70,7 @@ TEST(ByteNameReaders, TheMediaPlayerReadsTheFileByItsOwnBytes) {
 
 // Folders of mounted media, and links there to folders elsewhere, are found
 // by their bytes and named by their shown form.
-TEST(ByteNameReaders, MediaFoldersWhoseNamesAreNotUtf8AreVolumes) {
+TEST(ByteNameHandover, MediaFoldersWhoseNamesAreNotUtf8AreVolumes) {
     TestDir dir;
     const QByteArray media = toSystemPath(dir.makeFolder("media"));
     const QByteArray elsewhere = toSystemPath(dir.makeFolder("elsewhere"));
@@ -82,6 +86,39 @@ TEST(ByteNameReaders, MediaFoldersWhoseNamesAreNotUtf8AreVolumes) {
         {QStringLiteral("ソフト") + ShownFileName::legacyMark,
          fromSystemPath(media + '/' + sjisName), false}};
     EXPECT_EQ(volumes, expected);
+}
+
+// The application is a desktop entry whose program writes the argument it
+// was given, byte for byte, to a file.
+TEST(ByteNameHandover, AnotherApplicationIsStartedOnTheExactBytes) {
+    TestDir dir;
+    const QByteArray root = toSystemPath(dir.path());
+    const QByteArray received = root + "/received";
+    const QString script = dir.makeFile("bin/handler.sh", "#!/bin/sh\nprintf '%s' \"$1\" > '" +
+                                                              received + ".part'\nmv '" + received +
+                                                              ".part' '" + received + "'\n");
+    dir.setMode("bin/handler.sh", 0755);
+    const QString entry = dir.makeFile("handler.desktop", "[Desktop Entry]\nType=Application\n"
+                                                          "Name=Handler\nExec=" +
+                                                              toSystemPath(script) + " %f\n");
+    ASSERT_EQ(::mkdir((root + '/' + sjisName).constData(), 0700), 0);
+    for (const QByteArray& file :
+         {root + '/' + badName + ".txt", root + '/' + sjisName + '/' + sjisName + ".txt"}) {
+        SCOPED_TRACE(file.toHex().toStdString());
+        writeRaw(file, "content");
+        ::unlink(received.constData());
+        CountingExecutor executor;
+        QObject context;
+        std::optional<std::optional<QString>> failure;
+        OpenWith::launchInBackground(executor, entry, fromSystemPath(file), &context,
+                                     [&](std::optional<QString> answer) { failure = answer; });
+        ASSERT_TRUE(QTest::qWaitFor([&] { return failure.has_value(); }, 10000));
+        ASSERT_EQ(*failure, std::nullopt);
+        QFile written(QString::fromLatin1(received));
+        ASSERT_TRUE(QTest::qWaitFor([&] { return written.exists(); }, 10000));
+        ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+        EXPECT_EQ(written.readAll(), file);
+    }
 }
 
 } // namespace
