@@ -133,7 +133,11 @@ void collectFilesNamed(int folder, const QString& path, const QByteArray& name, 
         return;
     }
     const auto names = FileSystemService::readNames(dir);
-    for (const QByteArray& child : names ? *names : std::vector<QByteArray>{}) {
+    if (!names) {
+        ::closedir(dir);
+        return;
+    }
+    for (const QByteArray& child : *names) {
         struct stat st {};
         if (::fstatat(::dirfd(dir), child.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
             continue;
