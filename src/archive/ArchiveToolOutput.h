@@ -55,9 +55,8 @@ std::optional<QByteArray> nameDataBytes(const QJsonValue& value);
 
 // Names printed by tar and lha are the archive's bytes: they are read in the
 // lossless text form of SystemPath, so a name that is not UTF-8 keeps its
-// bytes (to be shown as file names are, and to be given back to the tool).
-
-// "\\" becomes "/", except where it is the second byte of a Shift_JIS
+// bytes, to be shown as file names are and to be given back to the tool.
+// In such a name "\\" becomes "/", except where it is the second byte of a Shift_JIS
 // character whose first byte is not UTF-8 ("表" is 0x95 0x5C).
 QString withForwardSlashes(const QString& path);
 

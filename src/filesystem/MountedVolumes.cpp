@@ -113,10 +113,9 @@ MountedVolume volumeAt(const QString& path, const QString& label) {
     return {name, path, isRoot};
 }
 
-// Mount points, media folders and device links are named by bytes like any
-// other path: they are read and resolved through the SystemPath pair.
-
-// The path with every link resolved; empty when it leads nowhere.
+// The path with every link resolved; empty when it leads nowhere. Mount
+// points, media folders and device links are named by bytes like any other
+// path, so they are read and resolved through the SystemPath pair.
 QString resolvedPath(const QString& path) {
     char buffer[PATH_MAX];
     return ::realpath(toSystemPath(path).constData(), buffer) ? fromSystemPath(buffer) : QString();

@@ -192,8 +192,9 @@ TEST(SettingsTest, SettingsSurviveARealSettingsFile) {
 TEST(SettingsTest, FoldersWhoseNamesAreNotUtf8SurviveARestart) {
     TestDir dir;
     QStringList folders;
-    for (const QByteArray& name : {QByteArray("bad\xff\xfe"), QByteArray("\x83\x5c\x83\x74\x83\x67"),
-                                  QByteArray("100%25 done")}) {
+    for (const QByteArray& name :
+         {QByteArray("bad\xff\xfe"), QByteArray("\x83\x5c\x83\x74\x83\x67"),
+          QByteArray("100%25 done")}) {
         const QByteArray path = toSystemPath(dir.path()) + '/' + name;
         ASSERT_EQ(::mkdir(path.constData(), 0700), 0);
         folders.append(fromSystemPath(path));
