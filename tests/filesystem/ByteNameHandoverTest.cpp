@@ -4,6 +4,7 @@
 // media are found, and another application is started on the exact bytes.
 #include "core/FileDescriptor.h"
 #include "core/SystemPath.h"
+#include "filesystem/FileFlowSupport.h"
 #include "filesystem/FileSystemService.h"
 #include "pickers/OpenWith.h"
 #include "preview/MediaSource.h"
@@ -91,6 +92,9 @@ TEST(ByteNameHandover, MediaFoldersWhoseNamesAreNotUtf8AreVolumes) {
 // The application is a desktop entry whose program writes the argument it
 // was given, byte for byte, to a file.
 TEST(ByteNameHandover, AnotherApplicationIsStartedOnTheExactBytes) {
+    // GIO reads the data folder once per process, at its first use: the file
+    // tests' own, where their Trash lies, is set before this launch uses GIO.
+    FileFlowTest::privateTrash();
     TestDir dir;
     const QByteArray root = toSystemPath(dir.path());
     const QByteArray received = root + "/received";
