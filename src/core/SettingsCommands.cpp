@@ -4,6 +4,7 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/StoredPath.h"
 #include "core/UiFontSize.h"
 #include "filesystem/FileSystemService.h"
 #include "pickers/JumpDialog.h"
@@ -19,7 +20,8 @@ bool boolSetting(const Preferences& preferences, const QString& key, bool fallba
 
 void AppState::resolveStartupDirectory() {
     startupDirectory = PathUtils::homeDirectory();
-    const QString stored = m_preferences.stringValue(PreferenceKeys::startupDirectory);
+    const QString stored = StoredPath::readPath(m_preferences, PreferenceKeys::startupDirectory,
+                                                PreferenceKeys::startupDirectoryStored);
     if (stored.isEmpty()) {
         return;
     }
@@ -54,7 +56,8 @@ void AppState::readSettings() {
 }
 
 void AppState::readJumpBookmarks() {
-    const QStringList stored = m_preferences.stringListElements(PreferenceKeys::jumpBookmarks);
+    const QStringList stored = StoredPath::readPathList(
+        m_preferences, PreferenceKeys::jumpBookmarks, PreferenceKeys::jumpBookmarksStored);
     if (stored.isEmpty()) {
         return;
     }
@@ -66,7 +69,8 @@ void AppState::readJumpBookmarks() {
     }
     jumpBookmarks = normalized;
     if (normalized != stored) {
-        m_preferences.setValue(PreferenceKeys::jumpBookmarks, normalized);
+        StoredPath::writePathList(m_preferences, PreferenceKeys::jumpBookmarks,
+                                  PreferenceKeys::jumpBookmarksStored, normalized);
     }
 }
 
