@@ -227,7 +227,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
     preview(path);
     auto* general = qobject_cast<GeneralPreviewView*>(body.currentView());
     ASSERT_NE(general, nullptr);
-    ASSERT_TRUE(waitFor([&] { return !general->isRenderingPage(); }));
+    ASSERT_TRUE(waitFor([&] { return !general->isLoading(); }));
     ASSERT_TRUE(general->showsPage());
     const QImage shown = grab(body);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::black), 10000);
@@ -239,6 +239,7 @@ TEST_F(PreviewViewsTest, OtherFilesGetACardAndSoDoesABrokenPDF) {
     GeneralPreviewView card(*state);
     card.resize(400, 300);
     card.setPath(blob);
+    ASSERT_TRUE(waitFor([&] { return !card.isLoading(); }));
     ASSERT_EQ(card.cardLines().size(), 4);
     EXPECT_EQ(card.cardLines().at(0), "blob.xyzzy");
     EXPECT_EQ(card.cardLines().at(2), "2.9 KB");
@@ -246,7 +247,7 @@ TEST_F(PreviewViewsTest, OtherFilesGetACardAndSoDoesABrokenPDF) {
     EXPECT_GT(countColor(grab(card), card.rect(), Palette::fileText()), 0) << "the name is drawn";
 
     card.setPath(dir.makeFile("broken.pdf", QByteArray("%PDF-1.4 then nothing")));
-    ASSERT_TRUE(waitFor([&] { return !card.isRenderingPage(); }));
+    ASSERT_TRUE(waitFor([&] { return !card.isLoading(); }));
     EXPECT_FALSE(card.showsPage());
     EXPECT_EQ(card.cardLines().at(0), "broken.pdf");
 }
