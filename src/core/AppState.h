@@ -454,6 +454,7 @@ public:
     // Enter with no path; a click on a row with that row's path.
     void confirmJumpDialogAt(const std::optional<QString>& clickedPath);
     void goToBookmark(const QString& path);
+    void goToBookmarkFolder(const QString& path, const QString& folder, PaneSide side);
     void saveJumpBookmarks();
     // Volume and open-with pickers
     void openVolumePicker();
@@ -461,7 +462,10 @@ public:
     void moveVolumePickerSelection(int delta);
     void confirmVolumePicker(std::optional<int> index);
     void openCursorEntryExternally();
-    void showOpenWithChoices(const QString& url, const QString& name);
+    // The applications are found on a worker; keys typed meanwhile wait.
+    void showOpenWithChoices(const QString& url, const QString& name, bool isFolder = false);
+    void offerOpenWith(const QString& url, const QString& name, bool isFolder,
+                       const QList<OpenWithApp>& apps);
     void closeOpenWithPicker();
     void moveOpenWithSelection(int delta);
     void confirmOpenWith(std::optional<int> index);
