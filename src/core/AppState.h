@@ -8,6 +8,7 @@
 #include "core/Overlay.h"
 #include "core/PaneState.h"
 #include "core/Result.h"
+#include "core/SelectionStatus.h"
 
 #include <QDateTime>
 #include <QList>
@@ -312,6 +313,17 @@ public:
     // visible panes' volumes every few seconds.
     void refreshFreeSpace(PaneSide side);
     FreeSpaceCache freeSpace;
+
+    // --- The shown file's status (ShownFileStatusCommands.cpp): what the
+    // status line tells about the file on the right when no row is it, as a
+    // worker last read it. It is read when that file changes and when
+    // everything is read again, never when the line is painted.
+    struct ShownFileStatus {
+        QString url;
+        SelectionStatus status;
+    };
+    std::optional<ShownFileStatus> shownFileStatus;
+    void refreshShownFileStatus();
 
     // --- Commands the keys reach
     // DOS dialog
@@ -702,6 +714,10 @@ private:
     QString m_previewCopy;
     void releasePreviewCopy(const QString& keep = {});
     bool m_changeScheduled = false;
+    // The file whose status was last asked for, and the line of those reads.
+    QString m_shownFileAsked;
+    Background::TicketCounter m_shownFileReads;
+    void noteShownFile();
     // The commands reading the disk, oldest first, each with its steps once
     // its read is back, and the keys typed since the first began.
     enum class DiskAccess { read, write };

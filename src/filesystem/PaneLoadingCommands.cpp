@@ -246,4 +246,5 @@ void AppState::refreshAll() {
     if (rightMode == RightPaneMode::filer) {
         reloadPane(PaneSide::right, true);
     }
+    refreshShownFileStatus();
 }
