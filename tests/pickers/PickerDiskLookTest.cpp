@@ -70,14 +70,6 @@ TEST_F(PickerDiskLook, EscWhileABookmarkIsLookedAtLeavesThePaneAndTheBookmark) {
     EXPECT_FALSE(state->errorMessage);
     EXPECT_EQ(left().location, FilerLocation::directory(dir.path()));
     EXPECT_EQ(bookmarks().size(), 2);
-
-    // A key typed while the bookmark is looked at runs in the folder entered.
-    jumpTo(2);
-    press(typed("j"));
-    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
-    executor.runAll();
-    EXPECT_EQ(left().location, folder("beta"));
-    EXPECT_TRUE(state->isOpen(Overlay::jumpDialog));
 }
 
 // What can open the file is found on a worker: nothing shows before it, and

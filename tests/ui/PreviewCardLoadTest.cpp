@@ -58,14 +58,6 @@ TEST_F(PreviewCardLoad, TheCardIsReadOnAReaderThreadAndShownWhenTheReadIsBack) {
     EXPECT_EQ(card->cardLines().at(2), "4.9 KB");
 }
 
-// The size is the one on the disk when the reader gets to it.
-TEST_F(PreviewCardLoad, TheReaderReadsTheFileAsItIsWhenItRuns) {
-    card->setPath(blob);
-    dir.makeFile("blob.xyzzy", QByteArray(5000, '\x01'));
-    runTheRead();
-    EXPECT_EQ(card->cardLines().at(2), "4.9 KB");
-}
-
 TEST_F(PreviewCardLoad, AReadThatComesBackAfterTheCursorMovedOnIsDropped) {
     card->setPath(blob);
     card->setPath(other);
