@@ -136,6 +136,7 @@ void AppState::notifyChanged() {
         this,
         [this] {
             m_changeScheduled = false;
+            noteShownFile();
             emit changed();
         },
         Qt::QueuedConnection);

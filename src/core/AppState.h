@@ -8,6 +8,7 @@
 #include "core/Overlay.h"
 #include "core/PaneState.h"
 #include "core/Result.h"
+#include "core/SelectionStatus.h"
 
 #include <QDateTime>
 #include <QList>
@@ -313,6 +314,17 @@ public:
     void refreshFreeSpace(PaneSide side);
     FreeSpaceCache freeSpace;
 
+    // --- The shown file's status (ShownFileStatusCommands.cpp): what the
+    // status line tells about the file on the right when no row is it, as a
+    // worker last read it. It is read when that file changes and when
+    // everything is read again, never when the line is painted.
+    struct ShownFileStatus {
+        QString url;
+        SelectionStatus status;
+    };
+    std::optional<ShownFileStatus> shownFileStatus;
+    void refreshShownFileStatus();
+
     // --- Commands the keys reach
     // DOS dialog
     bool handleDosDialogKey(const std::optional<QString>& characters, uint16_t keyCode, bool shift);
@@ -454,6 +466,7 @@ public:
     // Enter with no path; a click on a row with that row's path.
     void confirmJumpDialogAt(const std::optional<QString>& clickedPath);
     void goToBookmark(const QString& path);
+    void goToBookmarkFolder(const QString& path, const QString& folder, PaneSide side);
     void saveJumpBookmarks();
     // Volume and open-with pickers
     void openVolumePicker();
@@ -461,7 +474,10 @@ public:
     void moveVolumePickerSelection(int delta);
     void confirmVolumePicker(std::optional<int> index);
     void openCursorEntryExternally();
-    void showOpenWithChoices(const QString& url, const QString& name);
+    // The applications are found on a worker; keys typed meanwhile wait.
+    void showOpenWithChoices(const QString& url, const QString& name, bool isFolder = false);
+    void offerOpenWith(const QString& url, const QString& name, bool isFolder,
+                       const QList<OpenWithApp>& apps);
     void closeOpenWithPicker();
     void moveOpenWithSelection(int delta);
     void confirmOpenWith(std::optional<int> index);
@@ -698,6 +714,10 @@ private:
     QString m_previewCopy;
     void releasePreviewCopy(const QString& keep = {});
     bool m_changeScheduled = false;
+    // The file whose status was last asked for, and the line of those reads.
+    QString m_shownFileAsked;
+    Background::TicketCounter m_shownFileReads;
+    void noteShownFile();
     // The commands reading the disk, oldest first, each with its steps once
     // its read is back, and the keys typed since the first began.
     enum class DiskAccess { read, write };

@@ -97,6 +97,7 @@ struct OpenWithPickerState {
     int selection = 0;
     std::optional<QString> fileURL;
     QString fileName;
+    bool fileIsFolder = false;
 };
 
 struct SearchTreeBoxState {

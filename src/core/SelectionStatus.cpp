@@ -21,7 +21,28 @@ SelectionStatus ofEntry(const AppState& state, const FileEntry& entry) {
         EntryDisplay::displayName(entry, state.showLocalizedNames, state.showAllFileExtensions)};
 }
 
-SelectionStatus ofShownFile(const QString& url) {
+SelectionStatus placeholder(const QString& name = {}) {
+    return {QStringLiteral("----------"), QStringLiteral("-"), QStringLiteral("-"), {}, {}, name};
+}
+
+// The left pane's cursor row when it is the shown file: EDITOR opened on the
+// row under the cursor, and the row stays current as the folder is watched.
+std::optional<FileEntry> cursorRowShowing(const AppState& state, const QString& url) {
+    const PaneState& left = state.pane(PaneSide::left);
+    if (left.treeMode) {
+        return std::nullopt;
+    }
+    const QList<FileEntry> visible = state.visibleEntries(PaneSide::left);
+    if (left.selection < 0 || left.selection >= visible.size() ||
+        visible.at(left.selection).url() != url) {
+        return std::nullopt;
+    }
+    return visible.at(left.selection);
+}
+
+} // namespace
+
+SelectionStatus SelectionStatus::readFromDisk(const QString& url) {
     const SystemPath::Status info = SystemPath::status(url).value_or(SystemPath::Status{});
     const bool isFolder = info.isDirectory;
     const FileAccessMemory::Record rights = FileSystemService::accessRights(url, isFolder, false);
@@ -34,19 +55,31 @@ SelectionStatus ofShownFile(const QString& url) {
             PathUtils::lastPathComponent(url)};
 }
 
-} // namespace
+std::optional<QString> SelectionStatus::shownFile(const AppState& state) {
+    const bool rightShowsFile =
+        state.rightMode == RightPaneMode::viewer || state.rightMode == RightPaneMode::editor;
+    if (state.focusedSide != PaneSide::right || !rightShowsFile || !state.editorURL ||
+        state.editorURL->isEmpty() || state.currentEntry()) {
+        return std::nullopt;
+    }
+    return state.editorURL;
+}
 
 SelectionStatus SelectionStatus::of(const AppState& state) {
     if (const std::optional<FileEntry> entry = state.currentEntry()) {
         return ofEntry(state, *entry);
     }
-    const bool rightShowsFile =
-        state.rightMode == RightPaneMode::viewer || state.rightMode == RightPaneMode::editor;
-    if (state.focusedSide == PaneSide::right && rightShowsFile && state.editorURL &&
-        !state.editorURL->isEmpty()) {
-        return ofShownFile(*state.editorURL);
+    const std::optional<QString> url = shownFile(state);
+    if (!url) {
+        return placeholder();
     }
-    return {QStringLiteral("----------"), QStringLiteral("-"), QStringLiteral("-"), {}, {}, {}};
+    if (const std::optional<FileEntry> row = cursorRowShowing(state, *url)) {
+        return ofEntry(state, *row);
+    }
+    if (state.shownFileStatus && state.shownFileStatus->url == *url) {
+        return state.shownFileStatus->status;
+    }
+    return placeholder(PathUtils::lastPathComponent(*url));
 }
 
 QString freeSpaceLabel(const AppState& state) {

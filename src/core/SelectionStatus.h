@@ -2,6 +2,8 @@
 
 #include <QString>
 
+#include <optional>
+
 class AppState;
 
 // What the status bar tells about the item under the cursor, all as text.
@@ -15,8 +17,16 @@ struct SelectionStatus {
     bool operator==(const SelectionStatus&) const = default;
 
     // The entry under the cursor of the pane commands act on; else the file
-    // shown on the right; else ten hyphens and two single ones.
+    // shown on the right, as its row in the left pane tells or as a worker
+    // last read it; else ten hyphens and two single ones. The disk is never
+    // asked here.
     static SelectionStatus of(const AppState& state);
+    // The file the status line tells about, if it tells about a file and not
+    // a row: the one shown on the right while it has the focus and the pane
+    // commands act on has no cursor row.
+    static std::optional<QString> shownFile(const AppState& state);
+    // The facts of a file as the disk tells them; any thread.
+    static SelectionStatus readFromDisk(const QString& url);
 };
 
 // "空き:" with the free and total size of the active pane's volume and the

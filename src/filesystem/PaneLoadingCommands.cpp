@@ -249,4 +249,5 @@ void AppState::refreshAll() {
     if (rightMode == RightPaneMode::filer) {
         reloadPane(PaneSide::right, true);
     }
+    refreshShownFileStatus();
 }

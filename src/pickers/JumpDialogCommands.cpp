@@ -124,13 +124,21 @@ void AppState::jumpToNumberedBookmark(int number) {
 }
 
 // A bookmark whose folder is gone is reported and dropped in the same step,
-// so that it cures itself by failing once.
+// so that it cures itself by failing once. Whether it is there is asked on a
+// worker: it may stand on a mount that no longer answers.
 void AppState::goToBookmark(const QString& path) {
     const auto side = activeFilerSide();
     if (!side) {
         return;
     }
-    const QString folder = JumpDialog::folderOnDisk(path);
+    lookAtDiskThen([this, path, side = *side]() -> std::function<void()> {
+        return [this, path, side, folder = JumpDialog::folderOnDisk(path)] {
+            goToBookmarkFolder(path, folder, side);
+        };
+    });
+}
+
+void AppState::goToBookmarkFolder(const QString& path, const QString& folder, PaneSide side) {
     if (folder.isEmpty()) {
         reportError(QStringLiteral("Folder not found:\n") + path);
         jumpBookmarks = JumpDialog::withBookmarkRemoved(jumpBookmarks, path);
@@ -138,10 +146,10 @@ void AppState::goToBookmark(const QString& path) {
         notifyChanged();
         return;
     }
-    if (pane(*side).treeMode) {
-        leaveTreeMode(*side);
+    if (pane(side).treeMode) {
+        leaveTreeMode(side);
     }
-    openLocation(FilerLocation::directory(folder), *side, std::nullopt);
+    openLocation(FilerLocation::directory(folder), side, std::nullopt);
 }
 
 void AppState::removeJumpBookmark() {

@@ -134,8 +134,8 @@ QString contentType(const QString& path) {
     return type;
 }
 
-QString kindKey(const QString& path) {
-    if (SystemPath::isDirectory(path)) {
+QString kindKey(const QString& path, bool isFolder) {
+    if (isFolder) {
         return QStringLiteral("/");
     }
     const QString name = PathUtils::lastPathComponent(path);
@@ -176,7 +176,12 @@ void recordChoice(Preferences& preferences, const QString& kindKey, const QStrin
     writeStore(preferences, store);
 }
 
-QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& preferences) {
+QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& preferences,
+                                      bool isFolder) {
+    return openWithCandidates(path, recentApplications(preferences, kindKey(path, isFolder)));
+}
+
+QList<OpenWithApp> openWithCandidates(const QString& path, const QStringList& remembered) {
     const QByteArray type = contentType(path).toUtf8();
     const QString defaultPath = defaultApplication(type);
     QStringList available = applicationsForType(type);
@@ -184,7 +189,7 @@ QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& pr
         available.append(defaultPath);
     }
     QStringList recent;
-    for (const QString& stored : recentApplications(preferences, kindKey(path))) {
+    for (const QString& stored : remembered) {
         if (available.contains(stored)) {
             recent.append(stored);
         }
@@ -227,9 +232,9 @@ void launchInBackground(Background::Executor& executor, const QString& appPath,
         [appPath, filePath] { return launchNow(appPath, filePath); }, std::move(done));
 }
 
-void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath) {
+void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath, bool isFolder) {
     // Remembered before the start, so that a failed start stays remembered too.
-    recordChoice(state.preferences(), kindKey(filePath), app.appURL);
+    recordChoice(state.preferences(), kindKey(filePath, isFolder), app.appURL);
     launchInBackground(state.executor(), app.appURL, filePath, &state,
                        [&state](std::optional<QString> failure) {
                            if (failure) {

@@ -29,8 +29,9 @@ constexpr int recentLimit = 12;
 QString contentType(const QString& path);
 
 // The key the choices are remembered under: "/" for a folder, the extension
-// in lower case, "." for a name without one.
-QString kindKey(const QString& path);
+// in lower case, "." for a name without one. Whether the path is a folder is
+// what its row says, so the key never waits for the disk.
+QString kindKey(const QString& path, bool isFolder = false);
 
 // The applications remembered for a kind of file, newest first.
 QStringList recentApplications(const Preferences& preferences, const QString& kindKey);
@@ -41,7 +42,11 @@ void recordChoice(Preferences& preferences, const QString& kindKey, const QStrin
 // The applications that can open the file: the remembered ones that still
 // can, newest first; then the default if it is not among them; then the rest
 // in the desktop's order. Each stands once.
-QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& preferences);
+QList<OpenWithApp> openWithCandidates(const QString& path, const Preferences& preferences,
+                                      bool isFolder = false);
+// The same with the remembered ones given: it reads the file's head and the
+// desktop's registry, and touches no preferences, so it runs on a worker.
+QList<OpenWithApp> openWithCandidates(const QString& path, const QStringList& recent);
 
 // The name in the desktop entry; failing that, its file name without the
 // extension.
@@ -54,8 +59,10 @@ void launchInBackground(Background::Executor& executor, const QString& appPath,
                         const QString& filePath, QObject* context,
                         std::function<void(std::optional<QString>)> done);
 
-// Remembers the choice, then starts the application. A failure to start is
-// reported later in the state's errorMessage, if the state still stands.
-void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath);
+// Remembers the choice under the file's kind, then starts the application.
+// A failure to start is reported later in the state's errorMessage, if the
+// state still stands.
+void launchWith(AppState& state, const OpenWithApp& app, const QString& filePath,
+                bool isFolder = false);
 
 } // namespace OpenWith

@@ -30,7 +30,7 @@ void AppState::openCursorEntryExternally() {
         closeFilter(true);
     }
     if (!entry->zipArchiveURL() || !entry->zipEntryPath()) {
-        showOpenWithChoices(entry->url(), entry->name);
+        showOpenWithChoices(entry->url(), entry->name, entry->isDirectory);
         return;
     }
     if (entry->isDirectory) {
@@ -52,18 +52,36 @@ void AppState::openCursorEntryExternally() {
     notifyChanged();
 }
 
-void AppState::showOpenWithChoices(const QString& url, const QString& name) {
-    const QList<OpenWithApp> apps = OpenWith::openWithCandidates(url, preferences());
+// Finding the applications reads the file's head for its type, and the
+// desktop's registry: both on a worker. The remembered choices are read here.
+void AppState::showOpenWithChoices(const QString& url, const QString& name, bool isFolder) {
+    const QStringList recent =
+        OpenWith::recentApplications(preferences(), OpenWith::kindKey(url, isFolder));
+    lookAtDiskThen([this, url, name, isFolder, recent]() -> std::function<void()> {
+        return [this, url, name, isFolder, apps = OpenWith::openWithCandidates(url, recent)] {
+            offerOpenWith(url, name, isFolder, apps);
+        };
+    });
+}
+
+// A prompt or picker that came up while the applications were found keeps
+// the screen.
+void AppState::offerOpenWith(const QString& url, const QString& name, bool isFolder,
+                             const QList<OpenWithApp>& apps) {
+    if (anyPromptOrPickerOpen()) {
+        return;
+    }
     if (apps.isEmpty()) {
         reportError(QStringLiteral("No application can open:\n") + name);
         return;
     }
     if (apps.size() == 1) {
-        OpenWith::launchWith(*this, apps.first(), url);
+        OpenWith::launchWith(*this, apps.first(), url, isFolder);
         return;
     }
     openWithPicker.fileURL = url;
     openWithPicker.fileName = name;
+    openWithPicker.fileIsFolder = isFolder;
     openWithPicker.apps = apps;
     openWithPicker.selection = 0;
     showOverlay(Overlay::openWithPicker);
@@ -76,6 +94,7 @@ void AppState::closeOpenWithPicker() {
     openWithPicker.selection = 0;
     openWithPicker.fileURL.reset();
     openWithPicker.fileName.clear();
+    openWithPicker.fileIsFolder = false;
     notifyChanged();
 }
 
@@ -98,6 +117,7 @@ void AppState::confirmOpenWith(std::optional<int> index) {
     }
     const OpenWithApp app = openWithPicker.apps.at(chosen);
     const QString url = *openWithPicker.fileURL;
+    const bool isFolder = openWithPicker.fileIsFolder;
     closeOpenWithPicker();
-    OpenWith::launchWith(*this, app, url);
+    OpenWith::launchWith(*this, app, url, isFolder);
 }

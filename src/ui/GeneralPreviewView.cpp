@@ -26,6 +26,8 @@ namespace {
 // Pages are drawn once at this size at most and scaled down to the pane, so
 // a huge page size in a file cannot make a huge image.
 const QSize kPageRenderBound(1600, 1600);
+// A look at the file that takes longer than this says it is loading.
+constexpr std::chrono::milliseconds kSlowLook(200);
 constexpr int kIconSize = 64;
 constexpr double kLineGap = 4;
 
@@ -85,28 +87,54 @@ QImage GeneralPreviewView::renderFirstPage(const QString& path, const QSize& max
     return page;
 }
 
+// What the card needs from the disk, read on a reader thread: the type by
+// the name and the head of the content, and the size and date.
+GeneralPreviewView::FileLook GeneralPreviewView::lookAt(const QString& path) {
+    return {contentType(path), SystemPath::status(path).value_or(SystemPath::Status{})};
+}
+
+// The file shown before stays until the look at the new one is back, so a
+// quick look shows no step between them; a slow one says it is loading.
 void GeneralPreviewView::setPath(const QString& path) {
     if (path == m_path) {
         return;
     }
     m_path = path;
-    const QMimeType type = contentType(path);
-    showCard(path, type);
+    m_looking = true;
+    m_lookingSlowly = false;
+    const Background::Ticket ticket = m_renders.take();
+    Background::run(
+        m_state.executor(), Background::Pool::diskRead, this, ticket,
+        [path] { return lookAt(path); },
+        [this, path](const FileLook& look) { applyLook(path, look); });
+    m_state.executor().callLater(kSlowLook, this, [this, ticket] {
+        if (ticket.isCurrent() && m_looking) {
+            m_lookingSlowly = true;
+            update();
+        }
+    });
+}
+
+// A look that comes after the cursor moved on holds a stale ticket and never
+// gets here.
+void GeneralPreviewView::applyLook(const QString& path, const FileLook& look) {
+    m_looking = false;
+    m_lookingSlowly = false;
+    m_renderingPage = false;
+    showCard(path, look);
     m_page->setImage({});
     m_page->hide();
-    m_renderingPage = false;
-    m_renders.dropAll();
-    if (type.inherits(QStringLiteral("application/pdf"))) {
+    if (look.type.inherits(QStringLiteral("application/pdf"))) {
         renderPage(path);
     }
     update();
 }
 
-void GeneralPreviewView::showCard(const QString& path, const QMimeType& type) {
-    const SystemPath::Status info = SystemPath::status(path).value_or(SystemPath::Status{});
-    m_icon = iconForType(type);
-    m_cardLines = {ShownFileName::shownName(PathUtils::lastPathComponent(path)), type.comment(),
-                   Formats::formatVerboseSize(info.size), Formats::formatRowDate(info.modified)};
+void GeneralPreviewView::showCard(const QString& path, const FileLook& look) {
+    m_icon = iconForType(look.type);
+    m_cardLines = {ShownFileName::shownName(PathUtils::lastPathComponent(path)),
+                   look.type.comment(), Formats::formatVerboseSize(look.info.size),
+                   Formats::formatRowDate(look.info.modified)};
 }
 
 void GeneralPreviewView::renderPage(const QString& path) {
@@ -133,7 +161,7 @@ bool GeneralPreviewView::showsPage() const {
 void GeneralPreviewView::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.fillRect(rect(), Palette::paneBackground());
-    if (m_renderingPage) {
+    if (m_renderingPage || m_lookingSlowly) {
         PreviewMessage::paint(painter, rect(), QStringLiteral("Loading…"), m_state.uiFontSize,
                               Palette::dimText());
     } else if (!showsPage()) {

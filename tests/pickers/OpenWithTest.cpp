@@ -287,6 +287,7 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     select(QStringLiteral("doc.dvkt"));
     state->isFilterOpen = true; // the filter closes on the way
     state->openCursorEntryExternally();
+    waitForListings(*state);
     ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     EXPECT_FALSE(state->isFilterOpen);
     EXPECT_EQ(state->openWithPicker.fileName, "doc.dvkt");
@@ -340,6 +341,7 @@ TEST_F(OpenWithTest, ThePickerStandsOverFileSearchForTheHit) {
 TEST_F(OpenWithTest, AFailedStartIsReportedLaterAndStaysRemembered) {
     const QString doc = dir.filePath(QStringLiteral("doc.dvkt"));
     state->showOpenWithChoices(doc, QStringLiteral("doc.dvkt"));
+    waitForListings(*state);
     ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
     const QString gone = dir.filePath(QStringLiteral("gone.desktop"));
     state->openWithPicker.apps.append({gone, QStringLiteral("gone"), false, false});

@@ -89,6 +89,7 @@ TEST_F(OverlayTest, ThePromptFieldsMakeOnEnterAndTheBackdropCancels) {
     QTest::keyClicks(prompt->field(), QStringLiteral("made by typing"));
     EXPECT_EQ(state->createItemPrompt.name, QStringLiteral("made by typing"));
     QTest::keyClick(prompt->field(), Qt::Key_Return);
+    ASSERT_TRUE(waitForListings(*state));
     EXPECT_TRUE(QFileInfo(dir.filePath(QStringLiteral("made by typing"))).isDir());
     EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
 

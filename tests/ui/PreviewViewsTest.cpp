@@ -234,7 +234,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPageOtherFilesAndABrokenPDFACard) {
     preview(path);
     auto* general = qobject_cast<GeneralPreviewView*>(body.currentView());
     ASSERT_NE(general, nullptr);
-    ASSERT_TRUE(waitFor([&] { return !general->isRenderingPage(); }));
+    ASSERT_TRUE(waitFor([&] { return !general->isLoading(); }));
     ASSERT_TRUE(general->showsPage());
     const QImage shown = grab(body);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::black), 10000);
@@ -242,6 +242,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPageOtherFilesAndABrokenPDFACard) {
 
     GeneralPreviewView& card = *general;
     card.setPath(dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01')));
+    ASSERT_TRUE(waitFor([&] { return !card.isLoading(); }));
     ASSERT_EQ(card.cardLines().size(), 4);
     EXPECT_EQ(card.cardLines().at(0), "blob.xyzzy");
     EXPECT_EQ(card.cardLines().at(2), "2.9 KB");
@@ -249,7 +250,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPageOtherFilesAndABrokenPDFACard) {
     EXPECT_GT(countColor(grab(card), card.rect(), Palette::fileText()), 0) << "the name is drawn";
 
     card.setPath(dir.makeFile("broken.pdf", QByteArray("%PDF-1.4 then nothing")));
-    ASSERT_TRUE(waitFor([&] { return !card.isRenderingPage(); }));
+    ASSERT_TRUE(waitFor([&] { return !card.isLoading(); }));
     EXPECT_FALSE(card.showsPage());
     EXPECT_EQ(card.cardLines().at(0), "broken.pdf");
 }

@@ -1,0 +1,92 @@
+// The preview card of a file that is neither picture nor film: its type, size
+// and date are read on a reader thread, stepped here by hand, so a test can
+// tell what the card shows before the read, after it, and when it is slow.
+#include "ui/GeneralPreviewView.h"
+
+#include "ScreenTestSupport.h"
+#include "support/SteppedStateFixture.h"
+
+using namespace ScreenTest;
+using namespace std::chrono_literals;
+
+namespace {
+
+class PreviewCardLoad : public SteppedStateFixture {
+protected:
+    void SetUp() override {
+        preferences.setValue(QStringLiteral("uiFontSize"), 13.0);
+        blob = dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01'));
+        other = dir.makeFile("other.xyzzy", QByteArray(5000, '\x02'));
+        start();
+        card = std::make_unique<GeneralPreviewView>(*state);
+        card->resize(400, 300);
+    }
+    void TearDown() override {
+        card.reset();
+        SteppedStateFixture::TearDown();
+    }
+    // Runs the one read the card waits for, and nothing after it.
+    void runTheRead() {
+        ASSERT_EQ(executor.nextPool(), Background::Pool::diskRead);
+        ASSERT_TRUE(executor.runNext());
+    }
+    bool showsLoading() { return countColor(grab(*card), card->rect(), Palette::dimText(), 2) > 0; }
+
+    QString blob;
+    QString other;
+    std::unique_ptr<GeneralPreviewView> card;
+};
+
+// The card the cursor left stays up until the new one is read: a quick read
+// goes straight from one card to the next.
+TEST_F(PreviewCardLoad, TheCardIsReadOnAReaderThreadAndShownWhenTheReadIsBack) {
+    card->setPath(blob);
+    EXPECT_TRUE(card->cardLines().isEmpty()) << "read on the main thread";
+    EXPECT_TRUE(card->isLoading());
+    runTheRead();
+    ASSERT_EQ(card->cardLines().size(), 4);
+    EXPECT_EQ(card->cardLines().at(0), "blob.xyzzy");
+    EXPECT_EQ(card->cardLines().at(2), "2.9 KB");
+    EXPECT_FALSE(card->isLoading());
+
+    const QImage before = grab(*card);
+    card->setPath(other);
+    EXPECT_EQ(card->cardLines().at(0), "blob.xyzzy") << "no step between the cards";
+    EXPECT_EQ(grab(*card), before);
+    runTheRead();
+    EXPECT_EQ(card->cardLines().at(0), "other.xyzzy");
+    EXPECT_EQ(card->cardLines().at(2), "4.9 KB");
+}
+
+TEST_F(PreviewCardLoad, AReadThatComesBackAfterTheCursorMovedOnIsDropped) {
+    card->setPath(blob);
+    card->setPath(other);
+    runTheRead();
+    EXPECT_TRUE(card->cardLines().isEmpty()) << "the stale read was shown";
+    EXPECT_TRUE(card->isLoading());
+    runTheRead();
+    EXPECT_EQ(card->cardLines().at(0), "other.xyzzy");
+}
+
+// A read that takes longer than a moment says so; one that came back in time
+// never does, however long the card then stands.
+TEST_F(PreviewCardLoad, ASlowReadSaysItIsLoading) {
+    const QImage empty = grab(*card);
+    card->setPath(blob);
+    executor.advance(199ms);
+    EXPECT_FALSE(card->isLookingSlowly());
+    EXPECT_EQ(grab(*card), empty);
+    executor.advance(1ms);
+    EXPECT_TRUE(card->isLookingSlowly());
+    EXPECT_GT(countColor(grab(*card), card->rect(), Palette::dimText(), 2), 10);
+    runTheRead();
+    EXPECT_FALSE(card->isLookingSlowly());
+    EXPECT_EQ(card->cardLines().at(0), "blob.xyzzy");
+
+    card->setPath(other);
+    runTheRead();
+    executor.advance(1s);
+    EXPECT_FALSE(card->isLookingSlowly());
+}
+
+} // namespace
