@@ -651,6 +651,11 @@ private:
     // The side's tree read anew from the disk, keeping its cursor and open folders.
     void refreshPaneTree(PaneSide side);
     void cancelTreeLoad(PaneSide side);
+    void openTreeFolder(PaneSide side, const std::shared_ptr<TreeSession>& session);
+    // A step of the search folder box that reads the disk, over a copy of its
+    // tree on a worker (search/SearchTreeBoxCommands.cpp).
+    void changeSearchTreeBox(TreeStep step);
+    void takeSearchTreeBoxFolder(const QString& path, bool readable);
     void moveTreeCursorTo(PaneSide side, int index);
     int treeCursorIndex(PaneSide side) const;
     bool refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command);
