@@ -136,6 +136,7 @@ void AppState::notifyChanged() {
         this,
         [this] {
             m_changeScheduled = false;
+            readUnlistedTagSizes();
             emit changed();
         },
         Qt::QueuedConnection);

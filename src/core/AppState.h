@@ -10,6 +10,7 @@
 #include "core/Result.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -668,12 +669,21 @@ private:
     PaneState::FilterMemo& filterMemo(PaneSide side) const;
     // The tagged size the status line asks for at every redraw, kept until
     // the tags or either pane's list change.
+    // The tags it was made for, and those whose size is still to be read
+    // from the disk (asked of a worker once).
     struct TaggedSizeMemo {
         std::array<int64_t, 2> listEpochs{-1, -1};
         QSet<QString> keys;
         QString label;
+        QStringList unread;
+        bool unreadAsked = false;
     };
-    QString computeTaggedSizeLabel() const;
+    // The sizes of tagged files that neither list shows, read beside these lists.
+    struct TaggedDiskSizes {
+        std::array<int64_t, 2> listEpochs{-1, -1};
+        QHash<QString, std::optional<int64_t>> sizes;
+    };
+    void readUnlistedTagSizes();
 
     static constexpr size_t paneIndex(PaneSide side) { return static_cast<size_t>(side); }
 
@@ -685,6 +695,8 @@ private:
     uint64_t m_liveResizeCount = 0;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
+    mutable TaggedDiskSizes m_taggedDiskSizes;
+    Background::TicketCounter m_taggedSizeReads;
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     // The copy of an archive member VIEWER shows, removed once it shows
