@@ -105,6 +105,14 @@ public:
     // --- Start-up and settings
     // Both panes start in this folder for this run; the stored start folder stays.
     void startIn(const QString& folder);
+    // The same for a folder named on the command line, which is checked on a
+    // worker with the stored start folder before the panes are first listed;
+    // one that can't be started in is handed to refused with the reason, and
+    // the panes start in the start folder (StartFolderCommands.cpp).
+    void startInNamedFolder(const QString& argument,
+                            std::function<void(const QString& reason)> refused);
+    // Whether the start folders are still being checked.
+    bool isCheckingStartFolder() const { return m_startCheck == StartCheck::running; }
     void setUIFontSize(double size);
     void setAppLanguage(AppLanguage language);
     void requestQuit();
@@ -611,6 +619,16 @@ private:
     void readSettings();
     void readJumpBookmarks();
     void resolveStartupDirectory();
+    // The first listing of the panes waits for this check of the start
+    // folders, which runs when that listing is first asked for.
+    enum class StartCheck { none, waiting, running, done };
+    StartCheck m_startCheck = StartCheck::none;
+    QString m_storedStartFolder;
+    std::optional<QString> m_namedStartFolder;
+    std::function<void(const QString&)> m_namedFolderRefused;
+    void checkStartFolders();
+    void settleStartFolders(const QString& stored, const std::optional<QString>& named,
+                            const std::optional<QString>& refusal);
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
     void startListing(PaneSide side, PaneListing request);
     void noteLoadSlow(PaneSide side, const Background::Ticket& ticket,

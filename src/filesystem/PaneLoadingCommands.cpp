@@ -242,6 +242,15 @@ void AppState::reloadPaneInBackground(PaneSide side) {
 }
 
 void AppState::refreshAll() {
+    // The first listing waits for the check of the start folders, which
+    // lists the panes itself when it is done.
+    if (m_startCheck == StartCheck::waiting) {
+        checkStartFolders();
+        return;
+    }
+    if (m_startCheck == StartCheck::running) {
+        return;
+    }
     reloadPane(PaneSide::left, true);
     if (rightMode == RightPaneMode::filer) {
         reloadPane(PaneSide::right, true);
