@@ -74,11 +74,19 @@ void AppState::checkStartFolders() {
     });
 }
 
+// A pane that was sent elsewhere meanwhile stays there.
 void AppState::settleStartFolders(const QString& stored, const std::optional<QString>& named,
                                   const std::optional<QString>& refusal) {
     m_startCheck = StartCheck::done;
+    const FilerLocation taken = FilerLocation::directory(
+        m_namedStartFolder.value_or(PathUtils::standardizedPath(m_storedStartFolder)));
     startupDirectory = stored.isEmpty() ? PathUtils::homeDirectory() : stored;
-    startIn(named.value_or(startupDirectory));
+    const FilerLocation start = FilerLocation::directory(named.value_or(startupDirectory));
+    for (const PaneSide side : {PaneSide::left, PaneSide::right}) {
+        if (pane(side).location == taken) {
+            pane(side).location = start;
+        }
+    }
     if (refusal && m_namedFolderRefused) {
         m_namedFolderRefused(*refusal);
     }

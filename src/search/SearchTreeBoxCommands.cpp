@@ -40,8 +40,6 @@ void AppState::openSearchTreeBox() {
     if (!isFileSearchMode) {
         return;
     }
-    // The form's text field gives up the keyboard while the box stands.
-    releaseTextFocus();
     const QString root = PathUtils::standardizedPath(fileSearchRoot());
     TreeSession session(root, sortMode, showLocalizedNames);
     session.expanded = TreeSession::expandedChain(root, root);
@@ -54,6 +52,8 @@ void AppState::openSearchTreeBox() {
             if (!isFileSearchMode) {
                 return;
             }
+            // The form's text field gives up the keyboard while the box stands.
+            releaseTextFocus();
             searchTreeBox.session = std::make_shared<TreeSession>(std::move(opened));
             showOverlay(Overlay::searchTreeBox);
             askTreeSubfolders();
