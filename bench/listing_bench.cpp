@@ -1,6 +1,7 @@
 // Listing and sorting a folder of 100,000 files, with the rights memory cold
 // (every item's rights read from its stat) and warm (answered by the memory).
 #include "BenchFolder.h"
+#include "BenchMain.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
@@ -66,9 +67,5 @@ BENCHMARK(BM_SortByName)->Unit(benchmark::kMillisecond)->Iterations(5);
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksInQtApplication(argc, argv);
 }

@@ -3,6 +3,7 @@
 // with every file tagged, and a reload after a change on disk, listed on the
 // main thread or on a worker (the CPU column is the main thread's own time).
 #include "BenchFolder.h"
+#include "BenchMain.h"
 #include "core/AppState.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
@@ -84,9 +85,5 @@ BENCHMARK(BM_ReloadOnAWorker)->Unit(benchmark::kMillisecond)->Iterations(5);
 } // namespace
 
 int main(int argc, char** argv) {
-    QCoreApplication application(argc, argv);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
-    return 0;
+    return runBenchmarksInQtApplication(argc, argv);
 }

@@ -159,9 +159,11 @@ void ContentView::rebuildRightHalf() {
 }
 
 // The window's close button leaves the program; unsaved EDITOR text is asked
-// about first, and the window stays while the question stands.
+// about first, and the window stays while the question stands or a write
+// (EDITOR's save above all) is under way.
 void ContentView::closeEvent(QCloseEvent* event) {
-    if (m_state.rightMode == RightPaneMode::editor && m_state.isDirty) {
+    if ((m_state.rightMode == RightPaneMode::editor && m_state.isDirty) ||
+        m_state.isWritingToDisk()) {
         event->ignore();
         m_state.quitNow();
         return;

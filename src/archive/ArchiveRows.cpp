@@ -1,6 +1,7 @@
 #include "archive/ArchiveRows.h"
 
 #include "filesystem/FileSystemService.h"
+#include "text/ShownFileName.h"
 
 #include <QMap>
 
@@ -36,7 +37,8 @@ FileEntry memberRow(const QString& archive, const QString& name, const ArchiveMe
     FileEntry row;
     row.setId(memberRowId(archive, member.path));
     row.name = name;
-    row.setLocalizedName(row.name);
+    // A name kept as the archive's bytes reads as a file name on disk does.
+    row.setLocalizedName(ShownFileName::shownName(name));
     row.setUrl(archive);
     row.isDirectory = member.isDirectory;
     row.isHidden = name.startsWith(QLatin1Char('.'));

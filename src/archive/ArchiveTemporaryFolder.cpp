@@ -2,10 +2,10 @@
 
 #include "core/FileDescriptor.h"
 #include "core/SystemPath.h"
+#include "filesystem/FolderNames.h"
+#include "filesystem/ItemTree.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QMutex>
 #include <QMutexLocker>
 #include <QSet>
@@ -105,13 +105,56 @@ QString fileName(const QString& head, QString tail) {
     return head + tail;
 }
 
+// Removed by the exact bytes of every name in it: an unpacked member's name
+// need not be UTF-8.
 void removePath(const QString& path) {
-    const QFileInfo info(path);
-    if (info.isDir() && !info.isSymLink()) {
-        QDir(path).removeRecursively();
-    } else {
-        QFile::remove(path);
+    const qsizetype slash = path.lastIndexOf(QLatin1Char('/'));
+    if (slash <= 0) {
+        return;
     }
+    if (auto parent = ItemTree::openFolder(toSystemPath(path.first(slash)))) {
+        (void)ItemTree::removeMade(parent->get(), toSystemPath(path.mid(slash + 1)));
+    }
+}
+
+// How deep the walk for an unpacked file goes: far beyond any archive's folders.
+constexpr int deepestFolder = 64;
+
+// The paths of the regular files named name in the folder and the folders
+// below it, by their exact bytes; links are not followed.
+void collectFilesNamed(int folder, const QString& path, const QByteArray& name, int depth,
+                       QStringList& found) {
+    const int own = ::openat(folder, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* dir = own < 0 ? nullptr : ::fdopendir(own);
+    if (!dir) {
+        if (own >= 0) {
+            ::close(own);
+        }
+        return;
+    }
+    const auto names = FileSystemService::readNames(dir);
+    if (!names) {
+        ::closedir(dir);
+        return;
+    }
+    for (const QByteArray& child : *names) {
+        struct stat st {};
+        if (::fstatat(::dirfd(dir), child.constData(), &st, AT_SYMLINK_NOFOLLOW) != 0) {
+            continue;
+        }
+        const QString childPath = path + QLatin1Char('/') + fromSystemPath(child);
+        if (S_ISREG(st.st_mode) && child == name) {
+            found.append(childPath);
+        } else if (S_ISDIR(st.st_mode) && depth < deepestFolder) {
+            const int inner = ::openat(::dirfd(dir), child.constData(),
+                                       O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+            if (inner >= 0) {
+                collectFilesNamed(inner, childPath, name, depth + 1, found);
+                ::close(inner);
+            }
+        }
+    }
+    ::closedir(dir);
 }
 
 } // namespace
@@ -169,6 +212,16 @@ void remove(const QString& path) {
         }
     }
     removePath(path);
+}
+
+QStringList filesNamed(const QString& folder, const QString& name) {
+    QStringList found;
+    const FileDescriptor root(
+        ::open(toSystemPath(folder).constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (root.isOpen()) {
+        collectFilesNamed(root.get(), folder, toSystemPath(name), 0, found);
+    }
+    return found;
 }
 
 void removeAll() {

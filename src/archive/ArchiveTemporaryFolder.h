@@ -3,6 +3,7 @@
 #include "core/Result.h"
 
 #include <QString>
+#include <QStringList>
 
 // The folder where copies of archive members live while something shows or
 // opens them, and where LHA members are unpacked: "Dorvik-archive-" + the
@@ -37,6 +38,10 @@ FolderResult createWorkFolder(const QString& prefix);
 // Removes a file or work folder this process made in the folder. Anything
 // else, and an empty path, is left alone.
 void remove(const QString& path);
+
+// The regular files named name in a work folder and the folders below it,
+// found by the exact bytes of their names; links are not followed.
+QStringList filesNamed(const QString& folder, const QString& name);
 
 // Removes every file and work folder this process made; done at exit too.
 void removeAll();

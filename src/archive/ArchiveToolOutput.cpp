@@ -1,18 +1,45 @@
 #include "archive/ArchiveToolOutput.h"
 
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QJsonValue>
-#include <QRegularExpression>
 
 #include <algorithm>
 
 namespace ArchiveToolOutput {
 
 namespace {
+
+// The byte an escaped unit of the lossless text form stands for, or -1.
+int escapedByte(QChar c) {
+    const char16_t unit = c.unicode();
+    return unit >= 0xDC80 && unit <= 0xDCFF ? int(unit - 0xDC00) : -1;
+}
+
+bool isShiftJisLead(int byte) {
+    return (byte >= 0x81 && byte <= 0x9F) || (byte >= 0xE0 && byte <= 0xFC);
+}
+
+// The words of a line split at white space. Done by hand: a regular
+// expression refuses text that holds the escapes of bytes that are not UTF-8.
+QStringList words(const QString& line) {
+    QStringList result;
+    qsizetype start = -1;
+    for (qsizetype i = 0; i <= line.size(); ++i) {
+        const bool space = i == line.size() || line[i].isSpace();
+        if (space && start >= 0) {
+            result.append(line.mid(start, i - start));
+            start = -1;
+        } else if (!space && start < 0) {
+            start = i;
+        }
+    }
+    return result;
+}
 
 // lsar writes its flags as JSON booleans or as the numbers 0 and 1, depending
 // on its version and on the format: both mean the same.
@@ -178,15 +205,20 @@ std::optional<QByteArray> nameDataBytes(const QJsonValue& value) {
     return std::nullopt;
 }
 
-QList<ArchiveMember> parseLhaList(const QByteArray& output) {
-    QString text;
-    if (auto sjis = TextDecoding::decodeStrict(output, TextFileEncoding::shiftJIS)) {
-        text = *sjis;
-    } else if (auto utf8 = TextDecoding::decodeStrict(output, TextFileEncoding::utf8)) {
-        text = *utf8;
-    } else {
-        text = TextDecoding::decodeUTF8WithRepair(output);
+QString withForwardSlashes(const QString& path) {
+    QString result = path;
+    for (qsizetype i = 0; i < result.size(); ++i) {
+        if (isShiftJisLead(escapedByte(result[i]))) {
+            ++i; // the trail byte, a "\\" among them, belongs to the character
+        } else if (result[i] == QLatin1Char('\\')) {
+            result[i] = QLatin1Char('/');
+        }
     }
+    return result;
+}
+
+QList<ArchiveMember> parseLhaList(const QByteArray& output) {
+    const QString text = fromSystemPath(output);
     QList<ArchiveMember> members;
     for (const QString& piece : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
         const QString line = piece.trimmed();
@@ -196,16 +228,13 @@ QList<ArchiveMember> parseLhaList(const QByteArray& output) {
             lower.startsWith(QLatin1String("lha:"))) {
             continue;
         }
-        const QStringList tokens =
-            line.split(QRegularExpression(QStringLiteral("\\s+")), Qt::SkipEmptyParts);
+        const QStringList tokens = words(line);
         if (tokens.isEmpty() || tokens.last() == QLatin1String("NAME")) {
             continue;
         }
-        QString path = tokens.last();
-        const bool isDirectory = path.endsWith(QLatin1Char('/')) ||
-                                 path.endsWith(QLatin1Char('\\')) ||
-                                 lower.contains(QLatin1String(" directory"));
-        path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        QString path = withForwardSlashes(tokens.last());
+        const bool isDirectory =
+            path.endsWith(QLatin1Char('/')) || lower.contains(QLatin1String(" directory"));
         while (path.startsWith(QLatin1Char('/'))) {
             path.remove(0, 1);
         }
@@ -233,11 +262,10 @@ QByteArray lhaPrintedMember(const QByteArray& output) {
 }
 
 QList<ArchiveMember> parseTarList(const QByteArray& output) {
-    const QString text = QString::fromUtf8(output);
+    const QString text = fromSystemPath(output);
     QList<ArchiveMember> members;
     for (const QString& piece : text.split(QLatin1Char('\n'), Qt::SkipEmptyParts)) {
-        QString path = piece.trimmed();
-        path.replace(QLatin1Char('\\'), QLatin1Char('/'));
+        QString path = withForwardSlashes(piece.trimmed());
         if (path.startsWith(QLatin1String("./"))) {
             path.remove(0, 2);
         }
@@ -253,8 +281,7 @@ QList<ArchiveMember> parseTarList(const QByteArray& output) {
 }
 
 QString normalizedMemberPath(const QString& path) {
-    QString result = path;
-    result.replace(QLatin1Char('\\'), QLatin1Char('/'));
+    QString result = withForwardSlashes(path);
     while (result.startsWith(QLatin1String("./"))) {
         result.remove(0, 2);
     }

@@ -53,6 +53,13 @@ bool isPlausibleName(const QString& name);
 // byte as one character up to U+00FF), a base64 text, or an array of byte values.
 std::optional<QByteArray> nameDataBytes(const QJsonValue& value);
 
+// Names printed by tar and lha are the archive's bytes: they are read in the
+// lossless text form of SystemPath, so a name that is not UTF-8 keeps its
+// bytes, to be shown as file names are and to be given back to the tool.
+// In such a name "\\" becomes "/", except where it is the second byte of a Shift_JIS
+// character whose first byte is not UTF-8 ("表" is 0x95 0x5C).
+QString withForwardSlashes(const QString& path);
+
 // The members of `lha l` output. Names are the last word of each line.
 QList<ArchiveMember> parseLhaList(const QByteArray& output);
 
@@ -66,7 +73,8 @@ QByteArray lhaPrintedMember(const QByteArray& output);
 // The members of `tar -tf` output: names only, so size 0 and no date.
 QList<ArchiveMember> parseTarList(const QByteArray& output);
 
-// "\\" becomes "/", leading "./" and "/" go, one trailing "/" goes.
+// "\\" becomes "/" (as withForwardSlashes), leading "./" and "/" go, one
+// trailing "/" goes.
 QString normalizedMemberPath(const QString& path);
 
 } // namespace ArchiveToolOutput

@@ -10,9 +10,8 @@
 #include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFileInfo>
+#include <QFile>
 #include <QProcess>
 
 #include <algorithm>
@@ -32,7 +31,8 @@ constexpr qsizetype errorHeadLimit = 65536;
 QStringList toolFolders() {
     QStringList folders = {QStringLiteral("/usr/bin"), QStringLiteral("/bin"),
                            QStringLiteral("/usr/local/bin"), QStringLiteral("/opt/homebrew/bin")};
-    const QString path = qEnvironmentVariable("PATH");
+    // The folders of PATH are bytes like any path.
+    const QString path = fromSystemPath(qgetenv("PATH"));
     for (const QString& folder : path.split(QLatin1Char(':'), Qt::SkipEmptyParts)) {
         if (!folders.contains(folder)) {
             folders.append(folder);
@@ -134,9 +134,11 @@ QProcessEnvironment toolEnvironment() {
 std::optional<QString> findTool(const QStringList& names) {
     for (const QString& folder : toolFolders()) {
         for (const QString& name : names) {
-            const QString candidate = QDir(folder).filePath(name);
-            const QFileInfo info(candidate);
-            if (info.isFile() && ::access(toSystemPath(candidate).constData(), X_OK) == 0) {
+            const QString candidate = folder.endsWith(QLatin1Char('/'))
+                                          ? folder + name
+                                          : folder + QLatin1Char('/') + name;
+            if (SystemPath::isRegularFile(candidate) &&
+                ::access(toSystemPath(candidate).constData(), X_OK) == 0) {
                 return candidate;
             }
         }

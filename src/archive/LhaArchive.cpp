@@ -6,14 +6,15 @@
 
 #include "archive/ArchiveTemporaryFolder.h"
 #include "archive/ArchiveToolOutput.h"
+#include "core/FileDescriptor.h"
 #include "core/PathUtils.h"
+#include "core/SystemPath.h"
 
-#include <QDir>
-#include <QDirIterator>
 #include <QFile>
-#include <QFileInfo>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
 #include <limits>
 
 namespace ArchiveService {
@@ -113,6 +114,12 @@ ArchiveResult<MemberHead> nonEmpty(ArchiveResult<MemberHead> output, const QStri
     return output;
 }
 
+// The path with every link and "." or ".." resolved; empty when it leads nowhere.
+QByteArray resolved(const QByteArray& path) {
+    char buffer[PATH_MAX];
+    return ::realpath(path.constData(), buffer) ? QByteArray(buffer) : QByteArray();
+}
+
 // A fresh folder for one extraction in the private temporary folder, removed
 // with its content whichever way the extraction ends.
 class ExtractionFolder {
@@ -133,17 +140,17 @@ public:
     // At most maxBytes of a regular file that really lies inside the folder:
     // a member named "../x" or a link the tool made never leads out of it.
     std::optional<MemberHead> readInside(const QString& candidate, int64_t maxBytes) const {
-        const QFileInfo info(candidate);
-        const QString root = QFileInfo(*m_path).canonicalFilePath() + QLatin1Char('/');
-        if (!info.isFile() || !info.canonicalFilePath().startsWith(root)) {
+        const QByteArray root = resolved(toSystemPath(*m_path));
+        const QByteArray file = resolved(toSystemPath(candidate));
+        if (root.isEmpty() || !file.startsWith(root + '/')) {
             return std::nullopt;
         }
-        QFile file(candidate);
-        if (!file.open(QIODevice::ReadOnly)) {
+        auto opened = openRegularQFile(fromSystemPath(file));
+        if (!opened) {
             return std::nullopt;
         }
-        MemberHead head{file.read(maxBytes), std::nullopt, false};
-        head.isCut = !file.atEnd();
+        MemberHead head{(*opened)->read(maxBytes), std::nullopt, false};
+        head.isCut = !(*opened)->atEnd();
         return head;
     }
 
@@ -179,14 +186,9 @@ ArchiveResult<MemberHead> extractThroughFolder(const QString& unar, const QStrin
             return std::move(*bytes);
         }
     }
-    QDirIterator walk(folder.path(), QDir::Files | QDir::Hidden | QDir::System,
-                      QDirIterator::Subdirectories);
-    while (walk.hasNext()) {
-        const QString found = walk.next();
-        if (walk.fileName() == name) {
-            if (auto bytes = folder.readInside(found, maxBytes)) {
-                return std::move(*bytes);
-            }
+    for (const QString& found : ArchiveTemporaryFolder::filesNamed(folder.path(), name)) {
+        if (auto bytes = folder.readInside(found, maxBytes)) {
+            return std::move(*bytes);
         }
     }
     return fail(notFound);

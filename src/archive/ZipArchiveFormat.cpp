@@ -4,6 +4,7 @@
 // decides an allocation by itself.
 #include "archive/ZipArchiveService.h"
 
+#include "core/SystemPath.h"
 #include "text/TextDecoding.h"
 
 #include <QHash>
@@ -492,7 +493,8 @@ QString decodeEntryName(QByteArrayView name, bool utf8Flag) {
             return *text;
         }
     }
-    return TextDecoding::decodeUTF8WithRepair(name);
+    // Neither: the bytes are kept, as a file name on disk that is not UTF-8.
+    return fromSystemPath(name);
 }
 
 std::optional<QDateTime> dosDateTime(uint16_t date, uint16_t time) {

@@ -136,7 +136,8 @@ ZipResult<QList<ZipMember>> parseArchive(QByteArrayView archive);
 ZipResult<QByteArray> memberData(QByteArrayView archive, const ZipMember& member,
                                  int64_t maxBytes = wholeMember);
 // Never fails: UTF-8 when flagged or well formed, else CP932, Shift_JIS, and
-// last UTF-8 with U+FFFD for each invalid sequence.
+// last the bytes in the lossless text form of SystemPath, as a file name on
+// disk that is not UTF-8.
 QString decodeEntryName(QByteArrayView name, bool utf8Flag);
 // The DOS date and time fields as a local time. Impossible values are
 // carried over as a calendar would (month 13 is January of the next year).

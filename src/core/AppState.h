@@ -26,6 +26,7 @@
 #include <memory>
 #include <optional>
 #include <stop_token>
+#include <vector>
 
 struct KeyCommand;
 class Preferences;
@@ -165,6 +166,14 @@ public:
     void cancelDiskLook();
     // A key while a command reads the disk; true when the key was taken here.
     bool holdKeyWhileLooking(const KeyEvent& event);
+    // Commands whose step writes to the disk (a new folder or file, a
+    // rename, EDITOR's save) take the same road and hold keys the same way.
+    // A write cannot be taken back, so its steps always come: Esc and Q wait
+    // their turn with the other keys until no write is under way.
+    void writeToDiskThen(DiskLook write);
+    bool isWritingToDisk() const;
+    // Runs then once no write is under way, at once when none is.
+    void whenWritesAreDone(std::function<void()> then);
 
     // Schedules one changed() for everything changed in this turn of the loop.
     void notifyChanged();
@@ -498,6 +507,8 @@ public:
     std::optional<QString> editorURL;
     QString editorText;
     bool isDirty = false;
+    // A save of EDITOR's text is being written; the text waits for it.
+    bool isEditorSaving = false;
     int64_t editorFocusNonce = 0;
 
     // --- Viewer
@@ -724,14 +735,19 @@ private:
     bool m_changeScheduled = false;
     // The commands reading the disk, oldest first, each with its steps once
     // its read is back, and the keys typed since the first began.
+    enum class DiskAccess { read, write };
     struct PendingDiskLook {
         uint64_t id = 0;
+        DiskAccess access = DiskAccess::read;
         std::function<void()> then;
     };
     std::deque<PendingDiskLook> m_diskLooks;
     uint64_t m_lastDiskLook = 0;
     QList<KeyEvent> m_keysHeldForLook;
+    std::vector<std::function<void()>> m_afterWrites;
+    void startDiskLook(DiskAccess access, DiskLook look);
     void finishDiskLook(uint64_t id, std::function<void()> then);
+    void replayHeldKeys();
     // What waits for the answer to the save question, if anything.
     std::function<void()> m_afterEditorSaveQuestion;
 };

@@ -2,7 +2,10 @@
 // command's visible steps when it is back, and the keys typed meanwhile after them.
 #include "core/AppState.h"
 
+#include "core/TextInputHost.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace {
 
@@ -14,14 +17,37 @@ bool isQuitKey(const KeyEvent& event) {
 } // namespace
 
 // The listing pool: a read stuck on a dead mount keeps its thread, and this
-// pool has threads to spare and is not the one previews read with.
-void AppState::lookAtDiskThen(DiskLook look) {
+// pool has threads to spare and is not the one previews read with. A write
+// to such a mount sticks the same way, so writes go there too.
+void AppState::startDiskLook(DiskAccess access, DiskLook look) {
     const uint64_t id = ++m_lastDiskLook;
-    m_diskLooks.push_back({id, nullptr});
+    m_diskLooks.push_back({id, access, nullptr});
     Background::run(
         m_executor, Background::Pool::listing, this, std::move(look),
         [this, id](std::function<void()> then) { finishDiskLook(id, std::move(then)); });
     notifyChanged();
+}
+
+void AppState::lookAtDiskThen(DiskLook look) {
+    startDiskLook(DiskAccess::read, std::move(look));
+}
+
+void AppState::writeToDiskThen(DiskLook write) {
+    startDiskLook(DiskAccess::write, std::move(write));
+}
+
+bool AppState::isWritingToDisk() const {
+    return std::any_of(m_diskLooks.begin(), m_diskLooks.end(), [](const PendingDiskLook& look) {
+        return look.access == DiskAccess::write;
+    });
+}
+
+void AppState::whenWritesAreDone(std::function<void()> then) {
+    if (!isWritingToDisk()) {
+        then();
+        return;
+    }
+    m_afterWrites.push_back(std::move(then));
 }
 
 // The commands take their steps in the order they were asked for, whichever
@@ -40,14 +66,30 @@ void AppState::finishDiskLook(uint64_t id, std::function<void()> then) {
         m_diskLooks.pop_front();
         next();
     }
-    while (!m_keysHeldForLook.isEmpty() && m_diskLooks.empty()) {
-        handleKeyDown(m_keysHeldForLook.takeFirst());
+    replayHeldKeys();
+    if (!isWritingToDisk()) {
+        for (const std::function<void()>& after : std::exchange(m_afterWrites, {})) {
+            after();
+        }
     }
     notifyChanged();
 }
 
+// A key that no command takes is what the user typed into the focused text
+// field (EDITOR's text while it was being saved): it goes there now.
+void AppState::replayHeldKeys() {
+    while (!m_keysHeldForLook.isEmpty() && m_diskLooks.empty()) {
+        const KeyEvent key = m_keysHeldForLook.takeFirst();
+        if (!handleKeyDown(key) && m_textInputHost) {
+            m_textInputHost->typeIntoFocusedField(key);
+        }
+    }
+}
+
+// Esc drops the reads under way, unless a write is among them: then it waits
+// with the other keys, and the write's steps and the keys come in order.
 void AppState::cancelDiskLook() {
-    if (m_diskLooks.empty()) {
+    if (m_diskLooks.empty() || isWritingToDisk()) {
         return;
     }
     m_diskLooks.clear();
@@ -63,11 +105,12 @@ bool AppState::holdKeyWhileLooking(const KeyEvent& event) {
     if (m_diskLooks.empty()) {
         return false;
     }
-    if (event.keyCode == KeyCode::escape) {
+    const bool writing = isWritingToDisk();
+    if (event.keyCode == KeyCode::escape && !writing) {
         cancelDiskLook();
         return true;
     }
-    if (isQuitKey(event)) {
+    if (isQuitKey(event) && !writing) {
         return false;
     }
     m_keysHeldForLook.append(event);

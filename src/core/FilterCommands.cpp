@@ -103,6 +103,11 @@ void AppState::closeFilter(bool keepCursorRow) {
     }
     isFilterOpen = false;
     filterQuery.clear();
+    // The folded names of a large folder are worth keeping only while a
+    // query may ask for them.
+    for (PaneState& each : m_panes) {
+        each.filterMemo = {};
+    }
     ++treeRevision;
     notifyChanged();
     releaseTextFocus();

@@ -4,6 +4,7 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/StoredPath.h"
 #include "core/UiFontSize.h"
 #include "filesystem/FileSystemService.h"
 #include "pickers/JumpDialog.h"
@@ -36,7 +37,8 @@ void AppState::readSettings() {
 }
 
 void AppState::readJumpBookmarks() {
-    const QStringList stored = m_preferences.stringListElements(PreferenceKeys::jumpBookmarks);
+    const QStringList stored = StoredPath::readPathList(
+        m_preferences, PreferenceKeys::jumpBookmarks, PreferenceKeys::jumpBookmarksStored);
     if (stored.isEmpty()) {
         return;
     }
@@ -48,7 +50,8 @@ void AppState::readJumpBookmarks() {
     }
     jumpBookmarks = normalized;
     if (normalized != stored) {
-        m_preferences.setValue(PreferenceKeys::jumpBookmarks, normalized);
+        StoredPath::writePathList(m_preferences, PreferenceKeys::jumpBookmarks,
+                                  PreferenceKeys::jumpBookmarksStored, normalized);
     }
 }
 

@@ -8,6 +8,7 @@
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
 #include "core/StartFolder.h"
+#include "core/StoredPath.h"
 #include "pickers/JumpDialog.h"
 
 namespace {
@@ -40,7 +41,8 @@ StartFolders lookAtStartFolders(const QString& stored, const std::optional<QStri
 // folder that has gone falls back to the home folder then.
 void AppState::resolveStartupDirectory() {
     startupDirectory = PathUtils::homeDirectory();
-    m_storedStartFolder = m_preferences.stringValue(PreferenceKeys::startupDirectory);
+    m_storedStartFolder = StoredPath::readPath(m_preferences, PreferenceKeys::startupDirectory,
+                                               PreferenceKeys::startupDirectoryStored);
     if (!m_storedStartFolder.isEmpty()) {
         startupDirectory = PathUtils::standardizedPath(m_storedStartFolder);
         m_startCheck = StartCheck::waiting;

@@ -56,6 +56,22 @@ void reloadAfterNameChange(AppState& s, const QString& path) {
     });
 }
 
+// A tag follows its file, and so does the file shown in EDITOR.
+void finishRename(AppState& s, const QString& source, const FsResult<QString>& renamed) {
+    if (!renamed) {
+        s.reportError(renamed.error().description());
+        return;
+    }
+    if (s.taggedKeys.remove(source)) {
+        s.taggedKeys.insert(*renamed);
+    }
+    if (s.editorURL == source) {
+        s.editorURL = *renamed;
+    }
+    reloadAfterNameChange(s, *renamed);
+    s.syncPreview();
+}
+
 } // namespace
 
 void AppState::openCreateItemPrompt(CreateItemKind kind) {
@@ -103,14 +119,21 @@ void AppState::commitCreateItem() {
     closeOverlay(Overlay::createItemPrompt);
     createItemPrompt.name.clear();
     releaseTextFocus();
-    const FsResult<QString> created = kind == CreateItemKind::folder
-                                          ? FileSystemService::createFolder(name, parent)
-                                          : FileSystemService::createFile(name, parent);
-    if (!created) {
-        reportError(created.error().description());
-        return;
-    }
-    reloadAfterNameChange(*this, *created);
+    // The check for an item of that name and the creation run on a worker: a
+    // folder on a slow or dead mount never holds the window.
+    writeToDiskThen([this, kind, name, parent]() -> std::function<void()> {
+        const FsResult<QString> created = kind == CreateItemKind::folder
+                                              ? FileSystemService::createFolder(name, parent)
+                                              : FileSystemService::createFile(name, parent);
+        return [this, created] {
+            if (!created) {
+                reportError(created.error().description());
+                return;
+            }
+            reloadAfterNameChange(*this, *created);
+        };
+    });
+    notifyChanged();
 }
 
 void AppState::openRenamePrompt() {
@@ -156,20 +179,12 @@ void AppState::commitRename() {
     const QString name = unchanged ? renamePrompt.sourceName : renamePrompt.name;
     closeOverlay(Overlay::renamePrompt);
     releaseTextFocus();
-    const FsResult<QString> renamed = FileSystemService::renameItem(source, name);
-    if (!renamed) {
-        reportError(renamed.error().description());
-        return;
-    }
-    // A tag follows its file, and so does the file shown in EDITOR.
-    if (taggedKeys.remove(source)) {
-        taggedKeys.insert(*renamed);
-    }
-    if (editorURL == source) {
-        editorURL = *renamed;
-    }
-    reloadAfterNameChange(*this, *renamed);
-    syncPreview();
+    writeToDiskThen([this, source, name]() -> std::function<void()> {
+        return [this, source, renamed = FileSystemService::renameItem(source, name)] {
+            finishRename(*this, source, renamed);
+        };
+    });
+    notifyChanged();
 }
 
 void AppState::setPromptText(const QString& text) {

@@ -396,6 +396,10 @@ FsResult<Done> remove(int folder, const QByteArray& name) {
     return removeTree(folder, name, Removal::asFound);
 }
 
+FsResult<Done> removeMade(int folder, const QByteArray& name) {
+    return removeTree(folder, name, Removal::ownCopy);
+}
+
 FsResult<Done> replace(int fromFolder, const QByteArray& from, int toFolder, const QByteArray& to) {
     auto fresh = itemAt(fromFolder, from);
     if (!fresh) {

@@ -53,6 +53,10 @@ FsResult<Done> copy(int fromFolder, const QByteArray& name, const struct stat& s
 
 // Removes the item for good, a folder with everything in it.
 FsResult<Done> remove(int folder, const QByteArray& name);
+// The same for an item the program made itself (a copy, an unpacked
+// archive): a folder in it that its owner may not change is opened to the
+// owner first, as it is the program's own.
+FsResult<Done> removeMade(int folder, const QByteArray& name);
 
 // Puts the item at from in the place of the one at to. Plain items change
 // places in one rename; where a folder is involved the two are exchanged and

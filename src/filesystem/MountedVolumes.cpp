@@ -4,15 +4,18 @@
 #include "core/NaturalOrder.h"
 #include "core/PathUtils.h"
 #include "core/SystemPath.h"
+#include "filesystem/FolderNames.h"
+#include "text/ShownFileName.h"
 
-#include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QMap>
 #include <QSet>
 #include <QUrl>
 
 #include <algorithm>
+#include <climits>
+#include <cstdlib>
+#include <fcntl.h>
 #include <unistd.h>
 
 namespace FileSystemService {
@@ -105,32 +108,59 @@ MountedVolume volumeAt(const QString& path, const QString& label) {
     const bool isRoot = path == QLatin1String("/");
     QString name = label.trimmed();
     if (name.isEmpty()) {
-        name = isRoot ? kRootName : PathUtils::lastPathComponent(path);
+        name = isRoot ? kRootName : ShownFileName::shownName(PathUtils::lastPathComponent(path));
     }
     return {name, path, isRoot};
 }
 
-// The children of the media folders, links resolved; what the mount table
-// already gave is not repeated.
+// The path with every link resolved; empty when it leads nowhere. Mount
+// points, media folders and device links are named by bytes like any other
+// path, so they are read and resolved through the SystemPath pair.
+QString resolvedPath(const QString& path) {
+    char buffer[PATH_MAX];
+    return ::realpath(toSystemPath(path).constData(), buffer) ? fromSystemPath(buffer) : QString();
+}
+
+// The names in a folder, sorted by their bytes; none when it can't be read.
+std::vector<QByteArray> sortedNamesIn(const QString& folder) {
+    const int fd = ::open(toSystemPath(folder).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    DIR* dir = fd < 0 ? nullptr : ::fdopendir(fd);
+    if (!dir) {
+        if (fd >= 0) {
+            ::close(fd);
+        }
+        return {};
+    }
+    auto names = readNames(dir);
+    ::closedir(dir);
+    if (!names) {
+        return {};
+    }
+    std::sort(names->begin(), names->end());
+    return std::move(*names);
+}
+
+// The children of the media folders, hidden ones left out and links
+// resolved; what the mount table already gave is not repeated.
 void addMediaChildren(const QStringList& mediaFolders, const QMap<QString, QString>& labels,
                       QMap<QString, MountedVolume>& byPath) {
     for (const QString& folder : mediaFolders) {
-        const QFileInfoList children =
-            QDir(folder).entryInfoList(QDir::Dirs | QDir::NoDotAndDotDot, QDir::Name);
-        for (const QFileInfo& child : children) {
-            if (child.fileName().startsWith(QLatin1String("com.apple.TimeMachine"))) {
+        for (const QByteArray& bytes : sortedNamesIn(folder)) {
+            const QString name = fromSystemPath(bytes);
+            if (name.startsWith(QLatin1Char('.')) ||
+                name.startsWith(QLatin1String("com.apple.TimeMachine"))) {
                 continue;
             }
-            const QString resolved = child.canonicalFilePath();
-            if (resolved.isEmpty() || !QFileInfo(resolved).isDir()) {
+            const QString resolved = resolvedPath(folder + QLatin1Char('/') + name);
+            if (resolved.isEmpty() || !SystemPath::isDirectory(resolved)) {
                 continue;
             }
             const QString path = PathUtils::standardizedPath(resolved);
             if (isUnder(path, QStringLiteral("/System/Volumes")) || byPath.contains(path)) {
                 continue;
             }
-            const QString label = labels.value(
-                path, isGvfsFolder(folder) ? gvfsShareName(child.fileName()) : QString());
+            const QString label =
+                labels.value(path, isGvfsFolder(folder) ? gvfsShareName(name) : QString());
             byPath.insert(path, volumeAt(path, label));
         }
     }
@@ -196,14 +226,15 @@ QString unescapedField(const QByteArray& field) {
 // The labels of block devices by their device path, as udev names them in
 // /dev/disk/by-label ("\x20" stands for a blank).
 QMap<QString, QString> deviceLabels() {
+    const QString folder = QStringLiteral("/dev/disk/by-label");
     QMap<QString, QString> labels;
-    const QFileInfoList links =
-        QDir(QStringLiteral("/dev/disk/by-label"))
-            .entryInfoList(QDir::System | QDir::Files | QDir::NoDotAndDotDot);
-    for (const QFileInfo& link : links) {
-        QString label = link.fileName();
-        label.replace(QLatin1String("\\x20"), QLatin1String(" "));
-        labels.insert(link.canonicalFilePath(), label);
+    for (const QByteArray& bytes : sortedNamesIn(folder)) {
+        const QString name = fromSystemPath(bytes);
+        const QString device = resolvedPath(folder + QLatin1Char('/') + name);
+        if (!device.isEmpty()) {
+            labels.insert(device,
+                          QString(name).replace(QLatin1String("\\x20"), QLatin1String(" ")));
+        }
     }
     return labels;
 }
@@ -260,7 +291,7 @@ QList<MountedVolume> mountedVolumes() {
     const QMap<QString, QString> labels = deviceLabels();
     for (MountRecord& mount : mounts) {
         if (mount.device.startsWith(QLatin1Char('/'))) {
-            mount.name = labels.value(QFileInfo(mount.device).canonicalFilePath());
+            mount.name = labels.value(resolvedPath(mount.device));
         }
     }
     const QString user = QString::fromLocal8Bit(qgetenv("USER"));

@@ -4,6 +4,7 @@
 #include "core/AppState.h"
 
 #include "archive/ArchiveLocation.h"
+#include "core/HeapRelease.h"
 #include "core/PathUtils.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
@@ -206,7 +207,9 @@ void AppState::showListing(PaneSide side, Rows rows) {
         notifyChanged();
         return;
     }
+    const qsizetype rowsBefore = pane(side).entries.size();
     pane(side).replaceEntries(std::move(rows).value());
+    HeapRelease::afterRowsReplaced(rowsBefore, pane(side).entries.size());
     setSelection(pane(side).selection, side);
     watchPaneFolder(side);
     // Pictures that came or went show in the grid at once.

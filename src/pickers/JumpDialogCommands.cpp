@@ -5,6 +5,7 @@
 #include "core/PathUtils.h"
 #include "core/PreferenceKeys.h"
 #include "core/Preferences.h"
+#include "core/StoredPath.h"
 #include "core/SystemPath.h"
 #include "filesystem/FileSystemService.h"
 #include "pickers/JumpDialog.h"
@@ -23,7 +24,8 @@ QStringList AppState::jumpRows() const {
 }
 
 void AppState::saveJumpBookmarks() {
-    m_preferences.setValue(PreferenceKeys::jumpBookmarks, jumpBookmarks);
+    StoredPath::writePathList(m_preferences, PreferenceKeys::jumpBookmarks,
+                              PreferenceKeys::jumpBookmarksStored, jumpBookmarks);
 }
 
 void AppState::openJumpDialog() {
@@ -176,7 +178,8 @@ void AppState::storeStartupDirectory(const QString& path) {
     lookAtDiskThen([this, path, folder]() -> std::function<void()> {
         return [this, path, folder, found = isExistingFolder(folder)] {
             if (found) {
-                m_preferences.setValue(PreferenceKeys::startupDirectory, folder);
+                StoredPath::writePath(m_preferences, PreferenceKeys::startupDirectory,
+                                      PreferenceKeys::startupDirectoryStored, folder);
                 startupDirectory = folder;
             } else {
                 reportError(QStringLiteral("Folder not found:\n") + path);

@@ -301,48 +301,76 @@ std::optional<QString> saveRefusal(const AppState& state) {
     return std::nullopt;
 }
 
-// Writes EDITOR's text in the label's encoding. A failure is reported and
-// keeps the text and the changed mark, so nothing typed is lost.
-bool writeEditorText(AppState& state) {
+// Writes EDITOR's text in the label's encoding on a worker, then runs
+// then(saved) on the main thread. A failure is reported and keeps the text
+// and the changed mark, so nothing typed is lost. The keys typed meanwhile
+// wait, and Esc does not stop a save half-way: it is short and ends whole.
+// False, with then never run, when the save is refused or one is under way.
+bool startEditorSave(AppState& state, std::function<void(bool)> then) {
     if (const std::optional<QString> refusal = saveRefusal(state)) {
         state.reportError(*refusal);
         return false;
     }
-    const TextFileEncoding encoding =
-        TextDecoding::textFileEncoding(state.textEncodingLabel).value_or(TextFileEncoding::utf8);
-    const FsResult<Done> written =
-        FileSystemService::writeText(state.editorText, *state.editorURL, encoding);
-    if (!written) {
-        state.reportError(written.error().description());
+    if (state.isEditorSaving) {
         return false;
     }
-    state.isDirty = false;
-    state.refreshAll();
+    const TextFileEncoding encoding =
+        TextDecoding::textFileEncoding(state.textEncodingLabel).value_or(TextFileEncoding::utf8);
+    state.isEditorSaving = true;
+    state.writeToDiskThen([&state, text = state.editorText, path = *state.editorURL, encoding,
+                           then = std::move(then)]() -> std::function<void()> {
+        return [&state, text, then, written = FileSystemService::writeText(text, path, encoding)] {
+            state.isEditorSaving = false;
+            if (!written) {
+                state.reportError(written.error().description());
+                then(false);
+                return;
+            }
+            // Text that changed after the save began is still unsaved.
+            state.isDirty = state.editorText != text;
+            state.refreshAll();
+            then(true);
+        };
+    });
     return true;
 }
 
 } // namespace
 
 void AppState::saveEditor() {
-    writeEditorText(*this);
+    startEditorSave(*this, [](bool) {});
     notifyChanged();
 }
 
 void AppState::finishExitEditor(bool save) {
     pendingExitEditorToViewer = false;
     std::function<void()> then = std::exchange(m_afterEditorSaveQuestion, nullptr);
-    if (save && !writeEditorText(*this)) {
-        notifyChanged();
+    const auto leave = [this, then = std::move(then)] {
+        isDirty = false;
+        exitEditorToViewer();
+        if (then) {
+            then();
+        }
+    };
+    if (!save) {
+        leave();
         return;
     }
-    isDirty = false;
-    exitEditorToViewer();
-    if (then) {
-        then();
-    }
+    startEditorSave(*this, [this, leave](bool saved) {
+        if (saved) {
+            leave();
+        }
+        notifyChanged();
+    });
+    notifyChanged();
 }
 
 void AppState::whenEditorTextIsSafe(std::function<void()> then) {
+    // A save under way decides whether anything is left to ask.
+    if (isEditorSaving) {
+        whenWritesAreDone([this, then = std::move(then)] { whenEditorTextIsSafe(then); });
+        return;
+    }
     if (rightMode != RightPaneMode::editor || !isDirty) {
         then();
         return;
@@ -353,8 +381,9 @@ void AppState::whenEditorTextIsSafe(std::function<void()> then) {
     notifyChanged();
 }
 
+// A write under way, EDITOR's save above all, ends before the program does.
 void AppState::quitNow() {
-    whenEditorTextIsSafe([] { QCoreApplication::exit(0); });
+    whenWritesAreDone([this] { whenEditorTextIsSafe([] { QCoreApplication::exit(0); }); });
 }
 
 bool AppState::canChangeSaveEncoding() const {

@@ -132,6 +132,9 @@ QList<HeaderBar::Item> EditorPaneView::leadingItems() const {
     if (editing && m_state.isDirty) {
         items.append({QStringLiteral("*"), Palette::titleText()});
     }
+    if (editing && m_state.isEditorSaving) {
+        items.append({QStringLiteral("Saving…"), Palette::dimText()});
+    }
     return items;
 }
 

@@ -31,6 +31,9 @@ QString EditorTextView::text() const {
 
 void EditorTextView::refresh() {
     TextEditStyle::applyFontSize(*this, m_state.uiFontSize);
+    // The text being written stays as it is until the save ends; the keys
+    // typed meanwhile wait in the core and come after.
+    setReadOnly(m_state.isEditorSaving);
     if (m_state.editorText != m_stateText) {
         m_stateText = m_state.editorText;
         const QScopedValueRollback<bool> applying(m_applying, true);

@@ -114,6 +114,28 @@ Qt::KeyboardModifier modifierOfKey(int key) {
     }
 }
 
+// The Qt key of a key the core knows: a named key by its code, any other by
+// the character it gives without modifiers, as Qt names letter keys.
+int qtKeyOf(const KeyEvent& key) {
+    for (const auto& [qtKey, code] : kNamedKeys) {
+        if (key.keyCode == code) {
+            return qtKey;
+        }
+    }
+    const QString text =
+        key.charactersIgnoringModifiers.value_or(key.characters.value_or(QString()));
+    return text.isEmpty() ? Qt::Key_unknown : int(text.at(0).toUpper().unicode());
+}
+
+Qt::KeyboardModifiers qtModifiersOf(KeyModifiers modifiers) {
+    Qt::KeyboardModifiers qt;
+    qt.setFlag(Qt::ShiftModifier, modifiers.testFlag(KeyModifier::shift));
+    qt.setFlag(Qt::ControlModifier, modifiers.testFlag(KeyModifier::command));
+    qt.setFlag(Qt::MetaModifier, modifiers.testFlag(KeyModifier::control));
+    qt.setFlag(Qt::AltModifier, modifiers.testFlag(KeyModifier::option));
+    return qt;
+}
+
 bool isTextInputWidget(const QWidget* widget) {
     return qobject_cast<const QLineEdit*>(widget) || qobject_cast<const QTextEdit*>(widget) ||
            qobject_cast<const QPlainTextEdit*>(widget);
@@ -245,6 +267,22 @@ bool KeyEventFilter::hasMarkedText() const {
         }
     }
     return focus == m_composingReceiver;
+}
+
+QKeyEvent KeyEventFilter::qtKeyEventFrom(const KeyEvent& key) {
+    return QKeyEvent(QEvent::KeyPress, qtKeyOf(key), qtModifiersOf(key.modifiers),
+                     key.characters.value_or(QString()));
+}
+
+// Sent to the field itself, the key does not pass the window again, so the
+// core does not see it twice.
+void KeyEventFilter::typeIntoFocusedField(const KeyEvent& key) {
+    QWidget* focus = QApplication::focusWidget();
+    if (!focus || !isTextInputWidget(focus)) {
+        return;
+    }
+    QKeyEvent event = qtKeyEventFrom(key);
+    QCoreApplication::sendEvent(focus, &event);
 }
 
 void KeyEventFilter::releaseTextFocus() {

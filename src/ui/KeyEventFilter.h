@@ -16,7 +16,7 @@ class QKeyEvent;
 // handleFlagsChanged. While a menu is open, or the menu bar is walked from
 // the keyboard, keys go to it and not to the core; F10 opens the menu bar. It
 // also answers the core's questions about text input: whether an input method
-// is composing, and giving the keyboard back.
+// is composing, giving the keyboard back, and typing a key that waited.
 class KeyEventFilter : public QObject, public TextInputHost {
     Q_OBJECT
 
@@ -30,6 +30,9 @@ public:
 
     bool hasMarkedText() const override;
     void releaseTextFocus() override;
+    void typeIntoFocusedField(const KeyEvent& key) override;
+    // The Qt key event that would have given this key, for typing it again.
+    static QKeyEvent qtKeyEventFrom(const KeyEvent& key);
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;

@@ -88,7 +88,15 @@ void VideoPreviewView::setPath(const QString& path) {
     m_currentPath = path;
     m_error.clear();
     m_player->stop();
-    m_player->setSource(QUrl::fromLocalFile(path));
+    auto source = MediaSource::open(path);
+    if (!source) {
+        m_player->setSource(QUrl());
+        m_source.reset();
+        showError(source.error().description());
+        return;
+    }
+    m_player->setSource(source->url());
+    m_source = std::move(*source);
     showPlaybackState();
 }
 

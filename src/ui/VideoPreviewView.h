@@ -1,7 +1,11 @@
 #pragma once
 
+#include "preview/MediaSource.h"
+
 #include <QString>
 #include <QWidget>
+
+#include <optional>
 
 class AppState;
 class QAudioOutput;
@@ -38,6 +42,8 @@ private:
     const AppState& m_state;
     QString m_currentPath;
     QString m_error;
+    // The file being played, held open for the player.
+    std::optional<MediaSource> m_source;
     QMediaPlayer* m_player;
     QAudioOutput* m_audio;
     QVideoWidget* m_video;

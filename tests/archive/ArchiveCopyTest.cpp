@@ -3,6 +3,7 @@
 // the program ends.
 #include "archive/ArchiveService.h"
 #include "archive/ArchiveTemporaryFolder.h"
+#include "core/FileDescriptor.h"
 #include "core/SystemPath.h"
 
 #include "ZipFixtures.h"
@@ -12,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -122,6 +125,52 @@ TEST_F(ArchiveCopies, AFolderThatIsALinkOrAnotherUsersIsNeverUsed) {
     ASSERT_TRUE(copy) << copy.error().description().toStdString();
     EXPECT_EQ(statusOf(privateFolder).st_mode & 07777, 0700u);
     ArchiveTemporaryFolder::remove(*copy);
+}
+
+void makeRawFile(const QByteArray& path, const QByteArray& bytes) {
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
+    ASSERT_GE(fd, 0) << path.toStdString();
+    ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
+    ::close(fd);
+}
+
+QByteArray readThroughPair(const QString& path) {
+    auto file = openRegularQFile(path);
+    return file ? (*file)->readAll() : QByteArray("(cannot open)");
+}
+
+// Unpacked members and copies whose names are not UTF-8 ("bad\xff\xfe" and
+// "ソフト" in Shift_JIS, made with their raw bytes): the walk for an unpacked
+// file finds one by its bytes, and removal takes them all, also from a
+// folder the tool left closed to writing.
+TEST_F(ArchiveCopies, NamesThatAreNotUtf8AreFoundAndRemovedByTheirBytes) {
+    const QByteArray sjis("\x83\x5c\x83\x74\x83\x67.txt");
+    const auto work = ArchiveTemporaryFolder::createWorkFolder(QStringLiteral("Dorvik-lha-"));
+    ASSERT_TRUE(work) << work.error().toStdString();
+    const QByteArray root = toSystemPath(*work);
+    makeRawFile(root + "/bad\xff\xfe.txt", "bad");
+    ASSERT_EQ(::mkdir((root + "/sub\xff").constData(), 0700), 0);
+    makeRawFile(root + "/sub\xff/" + sjis, "sjis");
+    ASSERT_EQ(::chmod((root + "/sub\xff").constData(), 0500), 0);
+    // A link the tool made to a folder elsewhere is not walked.
+    const QString elsewhere = dir.makeFolder("elsewhere");
+    makeRawFile(toSystemPath(elsewhere) + '/' + sjis, "outside");
+    ASSERT_EQ(::symlink(toSystemPath(elsewhere).constData(), (root + "/link").constData()), 0);
+
+    const QStringList found = ArchiveTemporaryFolder::filesNamed(*work, fromSystemPath(sjis));
+    ASSERT_EQ(found, QStringList{fromSystemPath(root + "/sub\xff/" + sjis)});
+    EXPECT_EQ(readThroughPair(found.first()), "sjis");
+    ArchiveTemporaryFolder::remove(*work);
+    struct stat gone {};
+    EXPECT_NE(::lstat(root.constData(), &gone), 0);
+    EXPECT_EQ(readThroughPair(elsewhere + '/' + fromSystemPath(sjis)), "outside");
+
+    const auto copy = ArchiveTemporaryFolder::createFile(fromSystemPath("bad\xff\xfe.txt"));
+    ASSERT_TRUE(copy) << copy.error().toStdString();
+    ::close(copy->fd);
+    EXPECT_TRUE(toSystemPath(copy->path).endsWith("-bad\xff\xfe.txt"));
+    ArchiveTemporaryFolder::remove(copy->path);
+    EXPECT_NE(::lstat(toSystemPath(copy->path).constData(), &gone), 0);
 }
 
 // A child process copies members and exits; what it copied is gone after.

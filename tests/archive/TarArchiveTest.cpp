@@ -1,6 +1,11 @@
 // tar and tar.gz archives through the real tar: listing, the "./" retry, and
 // member names that try to pass for options or to leave the folder.
+#include "archive/ArchiveRows.h"
 #include "archive/ArchiveService.h"
+#include "archive/ArchiveTemporaryFolder.h"
+#include "core/FileDescriptor.h"
+#include "core/SystemPath.h"
+#include "text/ShownFileName.h"
 
 #include "ZipFixtures.h"
 #include "support/CountingExecutor.h"
@@ -10,6 +15,9 @@
 #include <QThread>
 
 #include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 using ZipFixtures::InFolder;
 
@@ -85,6 +93,54 @@ TEST_F(TarArchiveTest, NamesComeAsTheirBytesWhateverTheProgramsLocale) {
                                            {tabbed, false, 0, std::nullopt}};
     EXPECT_EQ(*members, expected);
     EXPECT_EQ(bytes, "nihongo");
+}
+
+// Members whose names are not UTF-8, stored by tar with the bytes of files
+// made with raw names: "bad\xff\xfe.txt" and "bad\xfe\xff.txt" (two names
+// that differ only in bytes that are not UTF-8), and "ソフト.txt" in
+// Shift_JIS, whose "ソ" ends in 0x5C, a backslash. They list as their
+// bytes, stay apart, show as a folder's rows do, and are read and copied
+// by those bytes.
+TEST_F(TarArchiveTest, NamesThatAreNotUtf8KeepTheirBytesFromListingToCopy) {
+    const QByteArray sjis("\x83\x5c\x83\x74\x83\x67.txt");
+    const QList<std::pair<QByteArray, QByteArray>> files = {
+        {"bad\xff\xfe.txt", "first"}, {"bad\xfe\xff.txt", "second"}, {sjis, "sofuto"}};
+    const QByteArray src = toSystemPath(dir.makeFolder(QStringLiteral("src")));
+    for (const auto& [name, bytes] : files) {
+        const int fd = ::open((src + '/' + name).constData(), O_WRONLY | O_CREAT, 0600);
+        ASSERT_GE(fd, 0);
+        ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
+        ::close(fd);
+    }
+    const QString archive = makeTar(QStringLiteral("names.tar"), {"-cf"}, {"."});
+    const auto members = ArchiveService::listMembers(archive);
+    ASSERT_TRUE(members) << members.error().description().toStdString();
+    QStringList paths;
+    for (const ArchiveMember& member : *members) {
+        paths.append(member.path);
+    }
+    for (const auto& [name, bytes] : files) {
+        SCOPED_TRACE(name.toHex().toStdString());
+        ASSERT_TRUE(paths.contains(fromSystemPath(name)));
+        EXPECT_EQ(extracted(archive, fromSystemPath(name)), bytes);
+        const auto copy =
+            ArchiveService::extractMemberToTemporaryFile(archive, fromSystemPath(name));
+        ASSERT_TRUE(copy) << copy.error().description().toStdString();
+        EXPECT_TRUE(toSystemPath(*copy).endsWith('-' + name));
+        auto file = openRegularQFile(*copy);
+        ASSERT_TRUE(file);
+        EXPECT_EQ((*file)->readAll(), bytes);
+        ArchiveTemporaryFolder::remove(*copy);
+    }
+    const QList<FileEntry> rows = ArchiveRows::entriesFromMembers(
+        archive, *members, {}, true, FilerSortMode::name, true, std::nullopt);
+    QStringList shown;
+    for (const FileEntry& row : rows) {
+        shown.append(row.localizedName());
+    }
+    const QStringList expected = {"..", "bad\\xFE\\xFF.txt", "bad\\xFF\\xFE.txt",
+                                  QStringLiteral("ソフト.txt") + ShownFileName::legacyMark};
+    EXPECT_EQ(shown, expected);
 }
 
 TEST_F(TarArchiveTest, MemberNamesThatLookLikeOptionsAreReadAsNames) {

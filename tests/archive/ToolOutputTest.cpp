@@ -1,6 +1,7 @@
 // Reading what lsar, lha and tar print: shapes of the JSON, names garbled by
 // a Western guess and their repair, and the line formats.
 #include "archive/ArchiveToolOutput.h"
+#include "core/SystemPath.h"
 
 #include <QJsonArray>
 #include <QJsonValue>
@@ -143,27 +144,34 @@ TEST(ToolOutputTest, LhaListingLines) {
                               "LHa: Warning: something\n"
                               "---------- ----------- ------- ------ ------------ ----------\n"
                               " Total         5 files      10  80.0% Jan  1 2020\n";
-    const QList<ArchiveMember> expected = {{QStringLiteral("sub/"), true, 0, std::nullopt},
-                                           {QStringLiteral("sub/表.txt"), false, 0, std::nullopt},
-                                           {QStringLiteral("win/path.txt"), false, 0, std::nullopt},
-                                           {QStringLiteral("notes.txt"), false, 0, std::nullopt},
-                                           {QStringLiteral("folder/"), true, 0, std::nullopt}};
+    const QList<ArchiveMember> expected = {
+        {QStringLiteral("sub/"), true, 0, std::nullopt},
+        {fromSystemPath("sub/\x95\x5c.txt"), false, 0, std::nullopt},
+        {QStringLiteral("win/path.txt"), false, 0, std::nullopt},
+        {QStringLiteral("notes.txt"), false, 0, std::nullopt},
+        {QStringLiteral("folder/"), true, 0, std::nullopt}};
     EXPECT_EQ(parseLhaList(output), expected);
-    // Not Shift_JIS: UTF-8, and last UTF-8 with repair.
+    // Names are the printed bytes: UTF-8 reads as it is, anything else keeps its bytes.
     EXPECT_EQ(parseLhaList("[generic] 1 Jan 1 2020 a\xf0\x9f\x98\x80\n").first().path,
               QStringLiteral("a\U0001F600"));
     EXPECT_EQ(parseLhaList("[generic] 1 Jan 1 2020 a\xff\xfe\n").first().path,
-              QStringLiteral("a\uFFFD\uFFFD"));
+              fromSystemPath("a\xff\xfe"));
 }
 
 TEST(ToolOutputTest, TarListingAndMemberPaths) {
-    const QByteArray output = "./\n./a.txt\r\n/abs/b\n\n  ./././c  \nwin\\d\\\n";
-    const QList<ArchiveMember> expected = {{QStringLiteral("a.txt"), false, 0, std::nullopt},
-                                           {QStringLiteral("abs/b"), false, 0, std::nullopt},
-                                           {QStringLiteral("././c"), false, 0, std::nullopt},
-                                           {QStringLiteral("win/d/"), true, 0, std::nullopt}};
+    // "表" in Shift_JIS is 0x95 0x5C: its backslash is no separator.
+    const QByteArray output =
+        "./\n./a.txt\r\n/abs/b\n\n  ./././c  \nwin\\d\\\n\x95\x5c\\\x95\x5c.txt\n";
+    const QList<ArchiveMember> expected = {
+        {QStringLiteral("a.txt"), false, 0, std::nullopt},
+        {QStringLiteral("abs/b"), false, 0, std::nullopt},
+        {QStringLiteral("././c"), false, 0, std::nullopt},
+        {QStringLiteral("win/d/"), true, 0, std::nullopt},
+        {fromSystemPath("\x95\x5c/\x95\x5c.txt"), false, 0, std::nullopt}};
     EXPECT_EQ(parseTarList(output), expected);
     EXPECT_EQ(normalizedMemberPath(QStringLiteral("././/a\\b/")), QStringLiteral("a/b"));
+    EXPECT_EQ(normalizedMemberPath(fromSystemPath("x/\x95\x5c.txt")),
+              fromSystemPath("x/\x95\x5c.txt"));
     EXPECT_EQ(normalizedMemberPath(QStringLiteral("../x")), QStringLiteral("../x"));
 }
 

@@ -1,8 +1,12 @@
 // Finding and running the archive tools: search order, pipes, failures.
 #include "archive/ArchiveService.h"
+#include "core/SystemPath.h"
 #include "support/TestDir.h"
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -56,6 +60,14 @@ TEST(ToolRunTest, ToolsAreFoundInTheFixedFoldersFirstThenInPath) {
     EXPECT_EQ(ArchiveService::findTool({QStringLiteral("not-executable")}), std::nullopt);
     dir.makeFolder(QStringLiteral("bin/a-folder"));
     EXPECT_EQ(ArchiveService::findTool({QStringLiteral("a-folder")}), std::nullopt);
+
+    // A folder of PATH whose name is not UTF-8 ("bad\xff\xfe") is searched by its bytes.
+    const QByteArray badFolder = toSystemPath(dir.path()) + "/bad\xff\xfe";
+    ASSERT_EQ(::mkdir(badFolder.constData(), 0700), 0);
+    ASSERT_EQ(::symlink("/bin/true", (badFolder + "/dorvik-elsewhere").constData()), 0);
+    qputenv("PATH", badFolder);
+    EXPECT_EQ(ArchiveService::findTool({QStringLiteral("dorvik-elsewhere")}),
+              fromSystemPath(badFolder + "/dorvik-elsewhere"));
     qputenv("PATH", savedPath);
 }
 

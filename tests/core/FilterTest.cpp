@@ -64,7 +64,7 @@ TEST_F(FilterTest, QueryNarrowsTheActivePaneOnly) {
 
 // The views and commands ask for the filtered rows many times per key: the
 // answer is kept, not worked out again, until the list or the query changes.
-TEST_F(FilterTest, TheFilteredRowsAreKeptUntilTheListOrTheQueryChanges) {
+TEST_F(FilterTest, TheFilteredRowsAreKeptUntilTheListOrTheQueryChangesAndDroppedOnClose) {
     state->openFilter();
     type(QStringLiteral("file"));
     const QList<FileEntry> first = state->visibleEntries(PaneSide::left);
@@ -79,6 +79,11 @@ TEST_F(FilterTest, TheFilteredRowsAreKeptUntilTheListOrTheQueryChanges) {
     type(QStringLiteral("file-n"));
     ASSERT_EQ(state->visibleEntries(PaneSide::left).size(), 2);
     EXPECT_EQ(state->visibleEntries(PaneSide::left).at(1).name, QStringLiteral("file-new.txt"));
+
+    // Closed, the filter keeps none of a large folder's folded names.
+    state->closeFilter(false);
+    EXPECT_TRUE(state->pane(PaneSide::left).filterMemo.foldedNames.isEmpty());
+    EXPECT_TRUE(state->pane(PaneSide::left).filterMemo.kept.isEmpty());
 }
 
 TEST_F(FilterTest, TypingKeepsTheIndexAndPullsBackACursorBeyondTheList) {

@@ -6,14 +6,17 @@
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "core/StartFolder.h"
+#include "core/SystemPath.h"
 #include "core/UiFontSize.h"
 #include "support/ListingWait.h"
 #include "support/TestDir.h"
 
 #include <QDir>
+#include <QFile>
 
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
 #include <unistd.h>
 #include <vector>
 
@@ -231,6 +234,48 @@ TEST(SettingsTest, SettingsSurviveARealSettingsFile) {
     EXPECT_EQ(state.jumpBookmarks, QStringList{"/only/one"});
     EXPECT_FALSE(state.showLocalizedNames);
     EXPECT_EQ(state.uiFontSize, 18);
+}
+
+// Folders whose names are not UTF-8 ("bad\xff\xfe" and "ソフト" in Shift_JIS,
+// made with their raw bytes) are remembered as bookmarks and as the start
+// folder, and the settings file gives them back after a restart. The file
+// is read under a new name: Qt keeps what this process wrote to a settings
+// file in memory, and only a fresh read shows what the file really holds.
+TEST(SettingsTest, FoldersWhoseNamesAreNotUtf8SurviveARestart) {
+    TestDir dir;
+    QStringList folders;
+    for (const QByteArray& name :
+         {QByteArray("bad\xff\xfe"), QByteArray("\x83\x5c\x83\x74\x83\x67"),
+          QByteArray("100%25 done")}) {
+        const QByteArray path = toSystemPath(dir.path()) + '/' + name;
+        ASSERT_EQ(::mkdir(path.constData(), 0700), 0);
+        folders.append(fromSystemPath(path));
+    }
+    const QString ini = dir.filePath("Dorvik.ini");
+    {
+        SettingsPreferences preferences(ini);
+        AppState state(preferences);
+        state.jumpBookmarks = folders;
+        state.saveJumpBookmarks();
+        state.openJumpDialog();
+        state.moveJumpSelection(1);
+        state.setStartupFromJumpSelection();
+        waitForListings(state);
+        ASSERT_EQ(state.startupDirectory, folders.first());
+    }
+    const QString restartedIni = dir.filePath("Restarted.ini");
+    ASSERT_TRUE(QFile::copy(ini, restartedIni));
+    SettingsPreferences preferences(restartedIni);
+    AppState restarted(preferences);
+    EXPECT_EQ(restarted.jumpBookmarks, folders);
+    EXPECT_EQ(restarted.startupDirectory, folders.first());
+    // Settings written before the lossless form are still read.
+    MemoryPreferences older;
+    older.setValue("jumpBookmarks", QStringList{dir.path()});
+    older.setValue("startupDirectory", dir.path());
+    AppState fromOlder(older);
+    EXPECT_EQ(fromOlder.jumpBookmarks, QStringList{dir.path()});
+    EXPECT_EQ(fromOlder.startupDirectory, dir.path());
 }
 
 TEST(SettingsTest, QuitIsAskedOnlyWhenNothingElseStands) {

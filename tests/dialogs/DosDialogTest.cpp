@@ -178,19 +178,15 @@ TEST_F(DosDialogTest, AStaleIndexIsClampedAtTheFirstKeyAndArrowsWrapAround) {
     EXPECT_EQ(state.dosDialogActionIndex, 1);
 }
 
-TEST_F(DosDialogTest, AnErrorSwallowsYAndClosesOnEnterOrEsc) {
+TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
+    // An error has no letters: Y is swallowed, Enter closes it.
     state.errorMessage = QStringLiteral("No item to rename");
     EXPECT_TRUE(key(QStringLiteral("y")));
     EXPECT_TRUE(press(KeyCode::home));
     EXPECT_TRUE(state.errorMessage.has_value());
     EXPECT_TRUE(press(KeyCode::returnKey));
     EXPECT_FALSE(state.errorMessage.has_value());
-    state.errorMessage = QStringLiteral("again");
-    EXPECT_TRUE(press(KeyCode::escape));
-    EXPECT_FALSE(state.errorMessage.has_value());
-}
 
-TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
     state.pendingQuit = true;
     EXPECT_TRUE(key(QStringLiteral("yy")));
     EXPECT_TRUE(state.pendingQuit) << "a key of two characters matches nothing";
@@ -220,18 +216,16 @@ TEST_F(DosDialogTest, LettersAnswerTheQuestionThatHasThem) {
     EXPECT_TRUE(preferences.boolValue(QStringLiteral("hideFullDiskAccessTip")));
 }
 
-TEST_F(DosDialogTest, EveryButtonHasItsCaption) {
+TEST_F(DosDialogTest, ButtonsHaveTheirCaptionsAndLongMessagesBreakBetweenWords) {
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("yes"), QStringLiteral("Switch"), true}),
               QStringLiteral(" Y:OK "));
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("skip"), QStringLiteral("Skip"), false}),
               QStringLiteral(" S:取消 "));
     EXPECT_EQ(dosDialogButtonText({QStringLiteral("later"), QStringLiteral("Later"), false}),
               QStringLiteral(" Later "));
-}
 
-// One cell a character: lines break after the last word that fits, and only a
-// word longer than the box is cut inside.
-TEST_F(DosDialogTest, LongMessagesBreakBetweenWords) {
+    // One cell a character: lines break after the last word that fits, and only a
+    // word longer than the box is cut inside.
     const auto cells = [](const QString& text) { return double(text.size()); };
     const struct {
         const char* message;

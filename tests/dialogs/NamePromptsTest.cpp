@@ -1,6 +1,5 @@
 // The create and rename prompts against real folders: what lands on disk,
 // what the user reads when it can't, and where the cursor and tags end up.
-#include "filesystem/FileSystemService.h"
 #include "support/PaneRows.h"
 #include "support/StateFixture.h"
 
@@ -109,14 +108,13 @@ TEST_F(NamePromptsTest, RenameWithoutChangeOrOntoAnotherItem) {
     EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("c.txt"))));
 }
 
-TEST_F(NamePromptsTest, TheParentRowCannotBeRenamed) {
+TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnotherNorRenameTheParentRow) {
     state->setSelection(0, PaneSide::left);
     state->openRenamePrompt();
     EXPECT_EQ(state->errorMessage, QStringLiteral("No item to rename"));
     EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
-}
+    state->errorMessage.reset();
 
-TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
     state->openWildcardPrompt();
     state->openCreateItemPrompt(CreateItemKind::folder);
     EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
@@ -129,20 +127,6 @@ TEST_F(NamePromptsTest, APromptDoesNotOpenOverAnother) {
     EXPECT_FALSE(state->isOpen(Overlay::renamePrompt));
     state->cancelCreateItemPrompt();
     EXPECT_FALSE(state->isOpen(Overlay::createItemPrompt));
-}
-
-TEST_F(NamePromptsTest, RenamingAFolderMovesWhatIsInIt) {
-    dir.makeFile(QStringLiteral("old/inner.txt"), "x");
-    const auto renamed =
-        FileSystemService::renameItem(dir.filePath(QStringLiteral("old")), QStringLiteral("new"));
-    ASSERT_TRUE(renamed.ok());
-    EXPECT_EQ(*renamed, dir.filePath(QStringLiteral("new")));
-    EXPECT_TRUE(QFileInfo::exists(dir.filePath(QStringLiteral("new/inner.txt"))));
-    const auto missing = FileSystemService::renameItem(dir.filePath(QStringLiteral("gone")),
-                                                       QStringLiteral("other"));
-    ASSERT_FALSE(missing.ok());
-    EXPECT_EQ(missing.error().kind, FileSystemError::Kind::system);
-    EXPECT_EQ(missing.error().systemError.code, ENOENT);
 }
 
 } // namespace

@@ -8,26 +8,24 @@
 
 namespace {
 
-TEST(JumpRowsTest, FilterKeepsStoredOrderAndIgnoresCaseAndWidth) {
+TEST(JumpRowsTest, TheFilterIgnoresCaseAndWidthAndAddingPutsInFrontKeepingFifty) {
     const QStringList marks{"/home/u/Projects", "/srv/data", "/home/u/ＰＨＯＴＯＳ"};
     EXPECT_EQ(JumpDialog::jumpRows(marks, " \n"), marks);
     EXPECT_EQ(JumpDialog::jumpRows(marks, "HOME"),
               (QStringList{"/home/u/Projects", "/home/u/ＰＨＯＴＯＳ"}));
     EXPECT_EQ(JumpDialog::jumpRows(marks, " photos "), QStringList{"/home/u/ＰＨＯＴＯＳ"});
     EXPECT_TRUE(JumpDialog::jumpRows(marks, "nowhere").isEmpty());
-}
 
-TEST(JumpRowsTest, AddingPutsInFrontWithoutDuplicatesAndKeepsFifty) {
-    QStringList marks;
+    QStringList full;
     for (int i = 0; i < 50; ++i) {
-        marks.append(QStringLiteral("/b/%1").arg(i));
+        full.append(QStringLiteral("/b/%1").arg(i));
     }
-    const QStringList added = JumpDialog::withBookmarkAdded(marks, "/b/7/");
+    const QStringList added = JumpDialog::withBookmarkAdded(full, "/b/7/");
     EXPECT_EQ(added.size(), 50);
     EXPECT_EQ(added.first(), "/b/7");
     EXPECT_EQ(added.count("/b/7"), 1);
     EXPECT_EQ(added.last(), "/b/49");
-    const QStringList fresh = JumpDialog::withBookmarkAdded(marks, "/new");
+    const QStringList fresh = JumpDialog::withBookmarkAdded(full, "/new");
     EXPECT_EQ(fresh.first(), "/new");
     EXPECT_EQ(fresh.last(), "/b/48");
 }
@@ -49,7 +47,7 @@ protected:
     QStringList stored() const { return preferences.stringListElements("jumpBookmarks"); }
 };
 
-TEST_F(JumpDialogTest, WalkingTheRows) {
+TEST_F(JumpDialogTest, WalkingTheRowsAndNotOpeningOverAPicker) {
     const int64_t nonce = state->jumpDialog.focusNonce;
     state->moveJumpSelection(-1); // Up in the filter field stays there
     EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
@@ -62,6 +60,12 @@ TEST_F(JumpDialogTest, WalkingTheRows) {
     state->moveJumpSelection(-1); // Up from the first row: back to the field
     EXPECT_EQ(state->jumpDialog.selectedPath, std::nullopt);
     EXPECT_GT(state->jumpDialog.focusNonce, nonce);
+
+    // It does not open over a picker.
+    state->closeJumpDialog();
+    state->showOverlay(Overlay::sortPicker);
+    state->openJumpDialog();
+    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 TEST_F(JumpDialogTest, EnterGoesToTheOnlyRowAFilterLeavesAndDigitsCountTheFilteredRows) {
@@ -182,13 +186,6 @@ TEST_F(JumpDialogTest, InsideAnArchiveBookmarkAndStartFolderAreRefused) {
               ArchiveLocation::refusalText(ArchiveLocation::ReadOnlyCommand::setStartup));
     EXPECT_EQ(stored().size(), 3);
     EXPECT_EQ(state->startupDirectory, dir.filePath("start"));
-}
-
-TEST_F(JumpDialogTest, DoesNotOpenOverThePickers) {
-    state->closeJumpDialog();
-    state->showOverlay(Overlay::sortPicker);
-    state->openJumpDialog();
-    EXPECT_FALSE(state->isOpen(Overlay::jumpDialog));
 }
 
 } // namespace

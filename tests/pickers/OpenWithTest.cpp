@@ -23,7 +23,6 @@
 
 namespace {
 
-using KeyTest::named;
 using KeyTest::typed;
 
 const QString kTestType = QStringLiteral("application/x-dorvik-test");
@@ -190,7 +189,7 @@ TEST_F(OpenWithTest, RecentChoicesComeFirstThenTheDefaultThenTheRest) {
     EXPECT_FALSE(apps.at(2).isRecent);
 }
 
-TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
+TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirstInADictionary) {
     for (int i = 1; i <= 13; ++i) {
         OpenWith::recordChoice(preferences, "txt", QStringLiteral("/apps/%1.desktop").arg(i));
     }
@@ -207,9 +206,8 @@ TEST_F(OpenWithTest, EachKindRemembersTwelveNewestFirst) {
     EXPECT_EQ(txt.first(), "/apps/5.desktop");
     EXPECT_EQ(txt.count(QStringLiteral("/apps/5.desktop")), 1);
     EXPECT_EQ(OpenWith::recentApplications(preferences, "md"), QStringList{"/apps/md.desktop"});
-}
 
-TEST_F(OpenWithTest, ChoicesAreStoredAsADictionaryAndTheOldJsonTextIsReadOnce) {
+    // Stored as a dictionary; the old JSON text is read once.
     const QString key = PreferenceKeys::openWithRecentByExtension;
     // As earlier versions left it: one JSON text.
     preferences.setValue(key,
@@ -295,18 +293,14 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     EXPECT_EQ(state->openWithPicker.fileURL, dir.filePath(QStringLiteral("doc.dvkt")));
     ASSERT_EQ(state->openWithPicker.apps.size(), 3);
 
-    state->handleKeyDown(named(KeyCode::up));
-    waitForListings(*state);
+    state->moveOpenWithSelection(-1);
     EXPECT_EQ(state->openWithPicker.selection, 2);
-    state->handleKeyDown(named(KeyCode::down));
-    waitForListings(*state);
-    state->handleKeyDown(named(KeyCode::down));
-    waitForListings(*state);
+    state->moveOpenWithSelection(1);
+    state->moveOpenWithSelection(1);
     EXPECT_EQ(state->openWithPicker.selection, 1);
 
     const OpenWithApp chosen = state->openWithPicker.apps.at(1);
-    state->handleKeyDown(named(KeyCode::returnKey));
-    waitForListings(*state);
+    state->confirmOpenWith(std::nullopt); // Enter: the selected row
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_EQ(desktop.opened(chosen.appURL), dir.filePath(QStringLiteral("doc.dvkt")));
 
@@ -317,17 +311,16 @@ TEST_F(OpenWithTest, ThePickerMovesRoundOpensTheChosenAndRemembersIt) {
     EXPECT_TRUE(state->openWithPicker.apps.first().isRecent);
     EXPECT_EQ(state->openWithPicker.selection, 0);
 
-    state->handleKeyDown(named(KeyCode::escape));
-    waitForListings(*state);
+    state->closeOpenWithPicker();
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_FALSE(state->openWithPicker.fileURL);
     state->confirmOpenWith(0); // closed: nothing
     EXPECT_FALSE(state->errorMessage);
 }
 
-// X on a search hit puts the picker over the form, and the keys are the
-// picker's until it closes; Esc then leaves the form standing.
-TEST_F(OpenWithTest, ThePickerOverFileSearchTakesTheKeys) {
+// X on a search hit puts the picker for that hit over the form; closing it
+// leaves the form standing.
+TEST_F(OpenWithTest, ThePickerStandsOverFileSearchForTheHit) {
     state->enterFileSearchMode();
     state->fileSearchQuery = QStringLiteral("doc");
     state->fileSearchDebounceMilliseconds = 0;
@@ -338,11 +331,8 @@ TEST_F(OpenWithTest, ThePickerOverFileSearchTakesTheKeys) {
     state->handleKeyDown(typed(QStringLiteral("x")));
     waitForListings(*state);
     ASSERT_TRUE(state->isOpen(Overlay::openWithPicker));
-    state->handleKeyDown(named(KeyCode::down));
-    waitForListings(*state);
-    EXPECT_EQ(state->openWithPicker.selection, 1);
-    state->handleKeyDown(named(KeyCode::escape));
-    waitForListings(*state);
+    EXPECT_EQ(state->openWithPicker.fileURL, dir.filePath(QStringLiteral("doc.dvkt")));
+    state->closeOpenWithPicker();
     EXPECT_FALSE(state->isOpen(Overlay::openWithPicker));
     EXPECT_TRUE(state->isFileSearchMode);
 }

@@ -15,7 +15,7 @@ namespace {
 using FileSystemService::collectVolumes;
 using FileSystemService::MountRecord;
 
-TEST(CollectVolumes, UserDisksOnlyRootFirstThenByName) {
+TEST(CollectVolumes, UserDisksAndMediaFoldersOnlyRootFirstThenByName) {
     const QList<MountRecord> mounts = {
         {"/proc", "proc", "proc", ""},
         {"/sys/fs/cgroup", "cgroup2", "cgroup2", ""},
@@ -30,27 +30,24 @@ TEST(CollectVolumes, UserDisksOnlyRootFirstThenByName) {
         {"/var/lib/docker", "/dev/sda1", "ext4", "docker"},
         {"/home", "/dev/sda2", "ext4", "Home"},
     };
-    const QList<MountedVolume> volumes = collectVolumes(mounts, {});
     const QList<MountedVolume> expected = {
         {"Macintosh HD", "/", true},    {"Backup", "/mnt/backup", false}, {"Home", "/home", false},
         {"share", "/mnt/share", false}, {"USB", "/media/me/USB", false},
     };
-    EXPECT_EQ(volumes, expected);
-}
+    EXPECT_EQ(collectVolumes(mounts, {}), expected);
 
-TEST(CollectVolumes, MediaFolderChildrenJoinWithoutRepeats) {
+    // The folders of a media folder join, without repeats.
     TestDir media;
     media.makeFolder("Stick");
     media.makeFolder("com.apple.TimeMachine.localsnapshots");
     media.makeLink("Startup", "/");
     media.makeFile("not-a-folder");
-    const QList<MountRecord> mounts = {{"/", "/dev/sda1", "ext4", "System"}};
-    const QList<MountedVolume> volumes = collectVolumes(mounts, {media.path(), "/no/such"});
-    const QList<MountedVolume> expected = {
+    const QList<MountedVolume> withMedia = {
         {"System", "/", true},
         {"Stick", media.filePath("Stick"), false},
     };
-    EXPECT_EQ(volumes, expected);
+    EXPECT_EQ(collectVolumes({{"/", "/dev/sda1", "ext4", "System"}}, {media.path(), "/no/such"}),
+              withMedia);
 }
 
 // Made from the mount table of a desktop machine, with the remote mounts a
@@ -86,9 +83,8 @@ TEST(CollectVolumes, RemoteAndUserMountsJoinTheDisksAndInternalsStayOut) {
         {"x", "/mnt/x", false},
     };
     EXPECT_EQ(collectVolumes(mounts, {}), expected);
-}
 
-TEST(CollectVolumes, GvfsShareNamesTellTheShareAndItsHost) {
+    // A GVFS share is named by the share and its host.
     using FileSystemService::gvfsShareName;
     EXPECT_EQ(gvfsShareName("smb-share:server=nas,share=music"), "music on nas");
     EXPECT_EQ(gvfsShareName("sftp:host=example.org,user=me"), "example.org");

@@ -1,6 +1,6 @@
-// Every reader of a picture's or a document's bytes refuses a FIFO named
-// like one without waiting for a writer: each runs on a thread of its own
-// and must be done well before a writer comes to let a stuck one go.
+// Every reader of a picture's, a text's or a document's bytes refuses a FIFO
+// named like one without waiting for a writer: each runs on a thread of its
+// own and must be done well before a writer comes to let a stuck one go.
 #include "core/SystemPath.h"
 #include "preview/AnimatedImageSupport.h"
 #include "preview/GalleryThumbnail.h"
@@ -8,6 +8,7 @@
 #include "preview/PreviewSelection.h"
 #include "preview/StillImageReading.h"
 #include "support/TestDir.h"
+#include "text/TextPreviewLoading.h"
 
 #include <gtest/gtest.h>
 
@@ -18,8 +19,14 @@
 #include <unistd.h>
 
 using namespace std::chrono_literals;
+using TextOutcome = TextPreviewLoading::TextPreviewLoadResult::Outcome;
 
 namespace {
+
+bool classifiedAsPreview(const char* name, const QString& path) {
+    return PreviewSelection::classifyFile(QString::fromLatin1(name), path) ==
+           ViewerContentKind::preview;
+}
 
 TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
     TestDir dir;
@@ -42,6 +49,20 @@ TEST(FifoReadingTest, EachReaderRefusesAFifoAtOnce) {
         {"frames.gif",
          [](const QString& p) { return AnimatedImageSupport::loadAllFrames(p).isEmpty(); }},
         {"thumb.jpg", [](const QString& p) { return !GalleryThumbnail::fromFile(p); }},
+        // Neither read for VIEWER's text nor handed to a converter, which
+        // would wait in open() as well.
+        {"notes.txt",
+         [](const QString& p) {
+             return TextPreviewLoading::readTextHead(p).outcome == TextOutcome::ioFailed;
+         }},
+        {"styled.rtf",
+         [](const QString& p) {
+             return TextPreviewLoading::extractDocumentText(p).outcome == TextOutcome::ioFailed;
+         }},
+        // Named like a document or like nothing, it goes to the graphic
+        // preview unread.
+        {"pipe.doc", [](const QString& p) { return classifiedAsPreview("pipe.doc", p); }},
+        {"pipe", [](const QString& p) { return classifiedAsPreview("pipe", p); }},
         {"letter.docx",
          [](const QString& p) {
              return PreviewSelection::sniffFileHead(p) == PreviewSelection::FileHead::other;

@@ -10,7 +10,6 @@
 #include "support/StateFixture.h"
 #include "support/ToolRun.h"
 
-#include <QImage>
 
 #include <gtest/gtest.h>
 

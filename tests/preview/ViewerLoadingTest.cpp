@@ -10,7 +10,6 @@
 #include "support/ListingWait.h"
 
 #include <QFile>
-#include <QProcess>
 #include <QThreadPool>
 #include <QTest>
 

@@ -13,6 +13,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 using namespace std::chrono_literals;
 
 namespace {
@@ -79,25 +81,28 @@ protected:
     QByteArray m_path;
 };
 
-TEST_F(ViewerMemberStop, ANewerLoadEndsTheToolOfTheOlder) {
-    const pid_t helper = startStuckLoad();
-    ASSERT_GT(helper, 0);
-    EXPECT_FALSE(hasEnded(helper));
-    EXPECT_TRUE(state->isViewerLoading);
-
-    state->loadViewerContent(dir.makeFile(QStringLiteral("other.txt"), "other\n"));
-    EXPECT_TRUE(QTest::qWaitFor([&] { return hasEnded(helper); }, 5000));
-    EXPECT_TRUE(QTest::qWaitFor([] { return ChildProcesses::runningCount() == 0; }, 5000));
-}
-
-TEST_F(ViewerMemberStop, ClosingTheViewerEndsTheTool) {
-    const pid_t helper = startStuckLoad();
-    ASSERT_GT(helper, 0);
-    EXPECT_FALSE(hasEnded(helper));
-
-    state->setLayoutMode(LayoutMode::dualFiler);
-    EXPECT_TRUE(QTest::qWaitFor([&] { return hasEnded(helper); }, 5000));
-    EXPECT_TRUE(QTest::qWaitFor([] { return ChildProcesses::runningCount() == 0; }, 5000));
+TEST_F(ViewerMemberStop, ANewerLoadOrClosingTheViewerEndsTheTool) {
+    const struct {
+        const char* way;
+        std::function<void(AppState&)> stop;
+    } ways[] = {
+        {"a newer load",
+         [this](AppState& s) {
+             s.loadViewerContent(dir.makeFile(QStringLiteral("other.txt"), "other\n"));
+         }},
+        {"VIEWER closed", [](AppState& s) { s.setLayoutMode(LayoutMode::dualFiler); }},
+    };
+    for (const auto& way : ways) {
+        SCOPED_TRACE(way.way);
+        QFile::remove(pidFile());
+        const pid_t helper = startStuckLoad();
+        ASSERT_GT(helper, 0);
+        EXPECT_FALSE(hasEnded(helper));
+        EXPECT_TRUE(state->isViewerLoading);
+        way.stop(*state);
+        EXPECT_TRUE(QTest::qWaitFor([&] { return hasEnded(helper); }, 5000));
+        EXPECT_TRUE(QTest::qWaitFor([] { return ChildProcesses::runningCount() == 0; }, 5000));
+    }
     EXPECT_FALSE(state->isViewerLoading);
 }
 

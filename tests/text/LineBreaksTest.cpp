@@ -20,8 +20,8 @@ TEST(LineBreaksTest, EveryEndingIsFoundAndKept) {
                          QChar(0xFDD0) + QStringLiteral("f");
     const LineBreaks::Lines split = LineBreaks::split(text);
     EXPECT_EQ(split.lines, lines({"a", "b", "c", "d", "e", "f"}));
-    EXPECT_EQ(split.endings, (QStringList{"\n", "\r\n", "\r", QString(kParagraph),
-                                          QString(QChar(0xFDD0))}));
+    EXPECT_EQ(split.endings,
+              (QStringList{"\n", "\r\n", "\r", QString(kParagraph), QString(QChar(0xFDD0))}));
     EXPECT_EQ(LineBreaks::rejoin(text, split.lines), text) << "unchanged lines come back whole";
     EXPECT_EQ(LineBreaks::split(QString()).lines, QStringList{QString()});
 }

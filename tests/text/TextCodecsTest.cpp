@@ -18,7 +18,7 @@ QString u(const char* utf8) {
 
 } // namespace
 
-TEST(TextCodecs, AsciiAndJapaneseTextRoundTripInEveryEncoding) {
+TEST(TextCodecs, AsciiAndJapaneseTextRoundTripInEveryEncodingByItsExactLabel) {
     QByteArray ascii;
     for (int byte = 0; byte < 0x80; ++byte) {
         ascii.append(char(byte));
@@ -26,11 +26,16 @@ TEST(TextCodecs, AsciiAndJapaneseTextRoundTripInEveryEncoding) {
     const QString text = u("日本語のテキスト、カタカナ・ｶﾀｶﾅ。\r\nASCII ~\\ line\n");
     for (TextFileEncoding encoding : allEncodings) {
         SCOPED_TRACE(TextDecoding::label(encoding).toStdString());
+        EXPECT_EQ(TextDecoding::textFileEncoding(TextDecoding::label(encoding)), encoding);
         EXPECT_EQ(decodeStrict(ascii, encoding), QString::fromLatin1(ascii));
         EXPECT_EQ(encodedBytes(QString::fromLatin1(ascii), encoding), ascii);
         const auto bytes = encodedBytes(text, encoding);
         ASSERT_TRUE(bytes);
         EXPECT_EQ(decodeStrict(*bytes, encoding), text);
+    }
+    // Labels are matched exactly.
+    for (const char* other : {"utf-8", "UTF8", "SJIS", "Shift-JIS", "EUC-JP ", ""}) {
+        EXPECT_EQ(TextDecoding::textFileEncoding(QString::fromLatin1(other)), std::nullopt);
     }
 }
 
@@ -96,13 +101,4 @@ TEST(TextCodecs, SaveRefusesCharactersTheEncodingCannotHold) {
     EXPECT_EQ(encodedBytes(u("〜"), TextFileEncoding::cp932), std::nullopt);
     EXPECT_EQ(encodedBytes(u("①"), TextFileEncoding::shiftJIS), std::nullopt);
     EXPECT_EQ(encodedBytes(QString(QChar(0xD800)), TextFileEncoding::utf8), std::nullopt);
-}
-
-TEST(TextCodecs, LabelsMatchExactly) {
-    for (TextFileEncoding encoding : allEncodings) {
-        EXPECT_EQ(TextDecoding::textFileEncoding(TextDecoding::label(encoding)), encoding);
-    }
-    for (const char* other : {"utf-8", "UTF8", "SJIS", "Shift-JIS", "EUC-JP ", ""}) {
-        EXPECT_EQ(TextDecoding::textFileEncoding(QString::fromLatin1(other)), std::nullopt);
-    }
 }

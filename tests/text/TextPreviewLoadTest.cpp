@@ -1,59 +1,21 @@
 // Loading text for the viewer: the head of a plain file, converted documents,
-// and the race of a worker against the time limit.
-#include "core/SystemPath.h"
+// and the race of a worker against the time limit. A FIFO is refused with
+// the other readers in the preview tests.
 #include "text/TextPreviewLoading.h"
 #include "support/CountingExecutor.h"
 #include "support/TestDir.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
-#include <QProcess>
 #include <QTest>
 #include <QTimer>
-#include <QtConcurrent>
 
 #include <gtest/gtest.h>
 
 #include <future>
 
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 using namespace TextPreviewLoading;
 using Outcome = TextPreviewLoadResult::Outcome;
 using namespace std::chrono_literals;
-
-namespace {
-
-// Opening the FIFO for writing and closing it again gives a reader blocked
-// in open() or read() its end of file, so no worker stays stuck after a test.
-void releaseReaders(const QString& fifo) {
-    const int fd = ::open(toSystemPath(fifo).constData(), O_WRONLY | O_NONBLOCK);
-    if (fd >= 0) {
-        ::close(fd);
-    }
-}
-
-QString makeFifo(const TestDir& dir, const QString& name) {
-    const QString path = dir.filePath(name);
-    EXPECT_EQ(::mkfifo(toSystemPath(path).constData(), 0644), 0);
-    return path;
-}
-
-// Whether any process has the path among its arguments.
-bool processMentions(const QString& path) {
-    for (const QString& pid : QDir("/proc").entryList(QDir::Dirs)) {
-        QFile cmdline("/proc/" + pid + "/cmdline");
-        if (cmdline.open(QIODevice::ReadOnly) && cmdline.readAll().contains(path.toUtf8())) {
-            return true;
-        }
-    }
-    return false;
-}
-
-} // namespace
 
 TEST(TextPreviewLoad, AHeadOfAtMost65536BytesIsReadButTheFullSizeIsKept) {
     TestDir dir;
@@ -79,23 +41,6 @@ TEST(TextPreviewLoad, ConvertedTextIsCutOnACharacterBoundary) {
     // Only converters installed for the extension are used.
     TestDir dir;
     EXPECT_EQ(extractDocumentText(dir.makeFile("notes.pages", "x")).outcome, Outcome::ioFailed);
-}
-
-TEST(TextPreviewLoad, AFifoIsNeitherReadNorGivenToAConverter) {
-    TestDir dir;
-    // Each of these would wait in open() for a writer that never comes.
-    for (const char* name : {"stuck.txt", "stuck.rtf", "stuck.odt"}) {
-        SCOPED_TRACE(name);
-        const QString fifo = makeFifo(dir, name);
-        auto pending = QtConcurrent::run([&] {
-            return QString(name).endsWith(".txt") ? readTextHead(fifo) : extractDocumentText(fifo);
-        });
-        ASSERT_TRUE(QTest::qWaitFor([&] { return pending.isFinished(); }, 5000));
-        releaseReaders(fifo);
-        pending.waitForFinished();
-        EXPECT_EQ(pending.result().outcome, Outcome::ioFailed);
-        EXPECT_FALSE(processMentions(fifo));
-    }
 }
 
 TEST(TextPreviewLoad, TheTimeLimitEndsABlockedLoadWhileEventsGoOn) {
@@ -155,14 +100,4 @@ TEST(TextPreviewLoad, ACancelledLoadReportsCancelledOnceAndNothingAfter) {
     EXPECT_EQ(outcomes, QList<Outcome>{Outcome::loaded});
     executor.advance(2s);
     EXPECT_EQ(outcomes, QList<Outcome>{Outcome::loaded});
-
-    // A worker slower than the limit: the time-out is told, its result never.
-    outcomes.clear();
-    start(executor, readHead, 300ms, &context,
-          [&](const TextPreviewLoadResult& r) { outcomes << r.outcome; });
-    executor.advance(299ms);
-    EXPECT_TRUE(outcomes.isEmpty());
-    executor.advance(1ms);
-    executor.runAll();
-    EXPECT_EQ(outcomes, QList<Outcome>{Outcome::timedOut});
 }

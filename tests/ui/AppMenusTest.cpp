@@ -1,4 +1,4 @@
-// The menu bar: every item with its Ctrl shortcut runs its command, and the
+// The menu bar: items run their commands, wait while files are being moved, and the
 // language and font size menus mark the current choice.
 #include "support/StateFixture.h"
 #include "ui/AppMenus.h"
@@ -35,30 +35,6 @@ protected:
 
     std::unique_ptr<AppMenus> menus;
 };
-
-TEST_F(AppMenusTest, ItemsCarryTheirCtrlShortcuts) {
-    const struct {
-        const char* title;
-        QKeySequence shortcut;
-    } items[] = {
-        {"Search Files…", QKeySequence(Qt::CTRL | Qt::Key_F)},
-        {"Save", QKeySequence(Qt::CTRL | Qt::Key_S)},
-        {"Quit", QKeySequence(Qt::CTRL | Qt::Key_Q)},
-        {"Layout: 2 Filers", QKeySequence()},
-        {"Layout: Viewer", QKeySequence()},
-        {"Layout: Gallery", QKeySequence()},
-        {"Right Pane: Editor", QKeySequence(Qt::CTRL | Qt::Key_E)},
-        {"Right Pane: Filer", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_F)},
-        {"Toggle Right Pane Mode", QKeySequence(Qt::CTRL | Qt::Key_1)},
-        {"Refresh Filer", QKeySequence(Qt::CTRL | Qt::Key_R)},
-        {"Refresh All Filers", QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_R)},
-    };
-    for (const auto& item : items) {
-        const QAction* action = findAction(*menus, QString::fromUtf8(item.title));
-        ASSERT_NE(action, nullptr) << item.title;
-        EXPECT_EQ(action->shortcut(), item.shortcut) << item.title;
-    }
-}
 
 TEST_F(AppMenusTest, ItemsRunTheirCommandsPastAStandingDialog) {
     dir.makeFile(QStringLiteral("a.txt"));

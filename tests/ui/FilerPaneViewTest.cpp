@@ -6,7 +6,6 @@
 #include "support/ListingWait.h"
 
 #include <QLineEdit>
-#include <QPropertyAnimation>
 
 using namespace ScreenTest;
 
@@ -132,27 +131,6 @@ TEST_F(FilerPaneViewTest, ClicksMoveTheCursorAndDoubleClicksOpen) {
     waitForListings(*state);
     EXPECT_EQ(state->pane(PaneSide::left).location,
               FilerLocation::directory(dir.filePath(QStringLiteral("folder"))));
-}
-
-TEST_F(FilerPaneViewTest, ALargeFolderKeepsTheCursorRowInView) {
-    for (int i = 0; i < 3000; ++i) {
-        dir.makeFile(QStringLiteral("many/f%1").arg(i, 5, 10, QLatin1Char('0')));
-    }
-    state->openLocation(FilerLocation::directory(dir.filePath(QStringLiteral("many"))),
-                        PaneSide::left, std::nullopt);
-    waitForListings(*state);
-    state->setSelection(2500, PaneSide::left);
-    // The scroll eases in; it has ended when its animation stands still.
-    auto* scroll = view->findChild<QPropertyAnimation*>();
-    ASSERT_NE(scroll, nullptr);
-    EXPECT_TRUE(QTest::qWaitFor([&] {
-        return scroll->state() == QAbstractAnimation::Stopped &&
-               view->rect().contains(view->rowRect(2500).center());
-    }));
-    const QRect row = view->rowRect(2500);
-    EXPECT_EQ(countColor(grab(*view), QRect(row.left() + 3, row.center().y(), 1, 1),
-                         Palette::cursorFill(), 2),
-              1);
 }
 
 TEST_F(FilerPaneViewTest, TheFilterBarTakesTheKeyboardAndNarrowsTheList) {

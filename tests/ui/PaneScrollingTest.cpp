@@ -60,7 +60,7 @@ TEST_F(PaneScrollingTest, ANewPaneAndANewFontSizeShowTheCursorInTheMiddle) {
     EXPECT_NEAR(view->rowRect(150).center().y(), listArea(*view).center().y(), biggerRow);
 }
 
-TEST_F(PaneScrollingTest, TheTopRowIsAlwaysWhole) {
+TEST_F(PaneScrollingTest, TheCursorRowIsInViewAndTheTopRowIsAlwaysWhole) {
     auto view = showPane();
     const QRect area = listArea(*view);
     for (const int selection : {40, 41, 97, 150, 299}) {
@@ -71,6 +71,12 @@ TEST_F(PaneScrollingTest, TheTopRowIsAlwaysWhole) {
             ++top;
         }
         EXPECT_GE(view->rowRect(top).top(), area.top() - 1) << selection;
+        const QRect row = view->rowRect(selection);
+        EXPECT_TRUE(area.contains(row.center())) << selection;
+        EXPECT_EQ(countColor(grab(*view), QRect(row.left() + 3, row.center().y(), 1, 1),
+                             Palette::cursorFill(), 2),
+                  1)
+            << selection;
     }
 }
 

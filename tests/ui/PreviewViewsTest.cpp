@@ -40,6 +40,17 @@ protected:
         ScreenFixture::SetUp();
         makeState();
     }
+    void TearDown() override {
+        bodyView.reset();
+        ScreenFixture::TearDown();
+    }
+
+    PreviewBodyView& shownBody(QSize size) {
+        bodyView.emplace(*state);
+        bodyView->resize(size);
+        bodyView->show();
+        return *bodyView;
+    }
 
     QString writeImage(const QString& name, const QSize& size, const QColor& colour,
                        const char* format = "PNG") {
@@ -72,6 +83,8 @@ protected:
         state->notifyChanged();
         QApplication::processEvents();
     }
+
+    std::optional<PreviewBodyView> bodyView;
 };
 
 TEST_F(PreviewViewsTest, AFittedPictureKeepsItsShapeAndNeverGrows) {
@@ -83,9 +96,7 @@ TEST_F(PreviewViewsTest, AFittedPictureKeepsItsShapeAndNeverGrows) {
 }
 
 TEST_F(PreviewViewsTest, AnAnimatedPictureIsPagedFromItsStripAndWraps) {
-    PreviewBodyView body(*state);
-    body.resize(600, 300);
-    body.show();
+    PreviewBodyView& body = shownBody({600, 300});
     preview(writeAPNG());
     auto* paged = qobject_cast<StaticImagePreviewView*>(body.currentView());
     ASSERT_NE(paged, nullptr);
@@ -170,9 +181,7 @@ TEST_F(PreviewViewsTest, AOneFrameGIFIsAStillPictureAndJunkSaysItCannotBeRead) {
     run("convert", {"-size", "30x20", "xc:blue", "one.gif"});
     const QString path = dir.filePath("one.gif");
     EXPECT_FALSE(AnimatedImageSupport::animatedImageInfo(path));
-    PreviewBodyView body(*state);
-    body.resize(300, 200);
-    body.show();
+    PreviewBodyView& body = shownBody({300, 200});
     preview(path);
     auto* still = qobject_cast<StillImagePreviewView*>(body.currentView());
     ASSERT_NE(still, nullptr);
@@ -212,7 +221,7 @@ TEST_F(PreviewViewsTest, APictureReadForTheFileBeforeIsDropped) {
     EXPECT_EQ(still.image().size(), QSize(20, 10));
 }
 
-TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
+TEST_F(PreviewViewsTest, APDFShowsItsFirstPageOtherFilesAndABrokenPDFACard) {
     const QString path = dir.filePath("doc.pdf");
     {
         QPdfWriter writer(path);
@@ -221,9 +230,7 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
         painter.fillRect(QRect(0, 0, writer.width() / 2, writer.height()), Qt::black);
         writer.newPage();
     }
-    PreviewBodyView body(*state);
-    body.resize(400, 400);
-    body.show();
+    PreviewBodyView& body = shownBody({400, 400});
     preview(path);
     auto* general = qobject_cast<GeneralPreviewView*>(body.currentView());
     ASSERT_NE(general, nullptr);
@@ -232,13 +239,9 @@ TEST_F(PreviewViewsTest, APDFShowsItsFirstPage) {
     const QImage shown = grab(body);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::black), 10000);
     EXPECT_GT(countColor(shown, shown.rect(), Qt::white), 10000);
-}
 
-TEST_F(PreviewViewsTest, OtherFilesGetACardAndSoDoesABrokenPDF) {
-    const QString blob = dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01'));
-    GeneralPreviewView card(*state);
-    card.resize(400, 300);
-    card.setPath(blob);
+    GeneralPreviewView& card = *general;
+    card.setPath(dir.makeFile("blob.xyzzy", QByteArray(3000, '\x01')));
     ASSERT_EQ(card.cardLines().size(), 4);
     EXPECT_EQ(card.cardLines().at(0), "blob.xyzzy");
     EXPECT_EQ(card.cardLines().at(2), "2.9 KB");
@@ -268,9 +271,7 @@ QByteArray silentWave(int samples) {
 }
 
 TEST_F(PreviewViewsTest, TheFilmPlayerSurvivesRedrawsAndTellsWhyAFileDoesNotPlay) {
-    PreviewBodyView body(*state);
-    body.resize(400, 300);
-    body.show();
+    PreviewBodyView& body = shownBody({400, 300});
     const QString movie = dir.makeFile("clip.mov", QByteArray(4096, '\x07'));
     preview(movie);
     auto* video = qobject_cast<VideoPreviewView*>(body.currentView());

@@ -4,7 +4,6 @@
 
 #include "ui/ScreenFont.h"
 
-#include <QApplication>
 #include <QImage>
 #include <QPainter>
 
@@ -12,7 +11,7 @@
 
 namespace {
 
-TEST(ScreenTextTest, WideCharactersTakeTwoCellsAndMarksNone) {
+TEST(ScreenTextTest, WideCharactersTakeTwoCellsAndMarksNoneAlsoWhenElided) {
     const ScreenText text(ScreenFont::font(13));
     EXPECT_EQ(text.cellCount(QStringLiteral("abc")), 3);
     EXPECT_EQ(text.cellCount(QStringLiteral("日本a")), 5);
@@ -23,10 +22,8 @@ TEST(ScreenTextTest, WideCharactersTakeTwoCellsAndMarksNone) {
     // with its kana although it is listed as wide.
     EXPECT_EQ(text.cellCount(QStringLiteral("\u30BF\u3099")), 2);
     EXPECT_DOUBLE_EQ(text.width(QStringLiteral("写真")), 4 * text.cellWidth());
-}
 
-TEST(ScreenTextTest, ElidingCountsCellsAtHeadMiddleAndTail) {
-    const ScreenText text(ScreenFont::font(13));
+    // Eliding counts cells at the head, the middle and the tail.
     const QString name = QStringLiteral("日本語のファイル名.txt"); // 18 + 4 cells
     const int ellipsis = text.cellCount(QStringLiteral("…"));
     const double room = (10 + ellipsis) * text.cellWidth();
