@@ -112,6 +112,9 @@ public:
     // the panes start in the start folder (StartFolderCommands.cpp).
     void startInNamedFolder(const QString& argument,
                             std::function<void(const QString& reason)> refused);
+    // The first listing of both panes, when the window shows: the start
+    // folders are checked on a worker first, and the panes listed after.
+    void startUp();
     // Whether the start folders are still being checked.
     bool isCheckingStartFolder() const { return m_startCheck == StartCheck::running; }
     void setUIFontSize(double size);
@@ -630,8 +633,8 @@ private:
     void readSettings();
     void readJumpBookmarks();
     void resolveStartupDirectory();
-    // The first listing of the panes waits for this check of the start
-    // folders, which runs when that listing is first asked for.
+    // The check of the start folders that startUp runs before the first
+    // listing; until then the panes stand on the folder they are to start in.
     enum class StartCheck { none, waiting, running, done };
     StartCheck m_startCheck = StartCheck::none;
     QString m_storedStartFolder;

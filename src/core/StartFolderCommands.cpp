@@ -65,6 +65,14 @@ void AppState::startInNamedFolder(const QString& argument,
     startIn(folder);
 }
 
+void AppState::startUp() {
+    if (m_startCheck == StartCheck::waiting) {
+        checkStartFolders();
+    } else {
+        refreshAll();
+    }
+}
+
 // The keys typed meanwhile wait for the panes' rows; Esc gives up the check
 // and starts in the home folder.
 void AppState::checkStartFolders() {

@@ -245,12 +245,7 @@ void AppState::reloadPaneInBackground(PaneSide side) {
 }
 
 void AppState::refreshAll() {
-    // The first listing waits for the check of the start folders, which
-    // lists the panes itself when it is done.
-    if (m_startCheck == StartCheck::waiting) {
-        checkStartFolders();
-        return;
-    }
+    // The check of the start folders lists the panes itself when it is done.
     if (m_startCheck == StartCheck::running) {
         return;
     }

@@ -109,14 +109,14 @@ TEST(SettingsTest, AStoredFalseIsToldApartFromAMissingKey) {
     EXPECT_EQ(AppState(preferences).sortMode, FilerSortMode::name);
 }
 
-// The start folder is checked on a worker when the panes are first listed.
+// The start folder is checked on a worker when the window first shows.
 TEST(SettingsTest, StartFolderIsTheStoredFolderOnlyWhenItStillExists) {
     TestDir dir;
     MemoryPreferences preferences;
     const auto checkedStartFolder = [&preferences] {
         Background::ManualExecutor executor;
         AppState state(preferences, executor);
-        state.refreshAll();
+        state.startUp();
         executor.runNext();
         return state.startupDirectory;
     };
@@ -147,7 +147,7 @@ TEST(SettingsTest, TheStartFoldersAreCheckedOnAWorkerBeforeTheFirstListing) {
     QStringList refusals;
     state.startInNamedFolder(dir.filePath("gone"),
                              [&refusals](const QString& reason) { refusals.append(reason); });
-    state.refreshAll();
+    state.startUp();
     EXPECT_TRUE(state.isCheckingStartFolder());
     EXPECT_EQ(state.pane(PaneSide::left).location, FilerLocation::directory(dir.filePath("gone")));
     state.handleKeyDown(KeyTest::named(KeyCode::down));
@@ -164,7 +164,7 @@ TEST(SettingsTest, TheStartFoldersAreCheckedOnAWorkerBeforeTheFirstListing) {
 
     AppState given(preferences, executor);
     given.startInNamedFolder(dir.path(), nullptr);
-    given.refreshAll();
+    given.startUp();
     given.handleKeyDown(KeyTest::named(KeyCode::escape));
     EXPECT_FALSE(given.isCheckingStartFolder());
     ASSERT_TRUE(waitForListings(given, executor));

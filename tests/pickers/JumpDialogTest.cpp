@@ -169,7 +169,7 @@ TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart)
     // As an earlier version stored it: decomposed.
     preferences.setValue("startupDirectory", folder.normalized(QString::NormalizationForm_D));
     AppState fromDecomposed(preferences);
-    fromDecomposed.refreshAll();
+    fromDecomposed.startUp();
     ASSERT_TRUE(waitForListings(fromDecomposed));
     EXPECT_EQ(fromDecomposed.startupDirectory, folder);
 }
