@@ -67,7 +67,7 @@ void ContentView::showEvent(QShowEvent* event) {
     }
     m_hasAppeared = true;
     placeInitialFrame();
-    m_state.refreshAll();
+    m_state.startUp();
 }
 
 // A window that comes up smaller than the minimum gets the default size,

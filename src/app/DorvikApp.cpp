@@ -4,7 +4,6 @@
 #include "core/AppState.h"
 #include "core/ChildProcesses.h"
 #include "core/Preferences.h"
-#include "core/StartFolder.h"
 #include "filesystem/FileAccessMemory.h"
 #include "ui/KeyEventFilter.h"
 
@@ -25,15 +24,14 @@ DorvikApp::~DorvikApp() {
     FileAccessMemory::attach(nullptr);
 }
 
+// The folder is checked on a worker once the window shows; a refusal is
+// told on standard error, and the panes start in the start folder.
 void DorvikApp::startIn(const QString& folder) {
-    const auto start = StartFolder::fromArgument(folder);
-    if (start) {
-        m_state->startIn(*start);
-        return;
-    }
-    const QString message = QStringLiteral("dorvik: %1; starting in %2\n")
-                                .arg(start.error(), m_state->startupDirectory);
-    std::fputs(message.toLocal8Bit().constData(), stderr);
+    m_state->startInNamedFolder(folder, [this](const QString& reason) {
+        const QString message =
+            QStringLiteral("dorvik: %1; starting in %2\n").arg(reason, m_state->startupDirectory);
+        std::fputs(message.toLocal8Bit().constData(), stderr);
+    });
 }
 
 int DorvikApp::run(QApplication& application) {

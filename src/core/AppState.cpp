@@ -137,6 +137,7 @@ void AppState::notifyChanged() {
         [this] {
             m_changeScheduled = false;
             noteShownFile();
+            readUnlistedTagSizes();
             emit changed();
         },
         Qt::QueuedConnection);

@@ -11,6 +11,7 @@
 #include "core/SelectionStatus.h"
 
 #include <QDateTime>
+#include <QHash>
 #include <QList>
 #include <QObject>
 #include <QSet>
@@ -106,6 +107,17 @@ public:
     // --- Start-up and settings
     // Both panes start in this folder for this run; the stored start folder stays.
     void startIn(const QString& folder);
+    // The same for a folder named on the command line, which is checked on a
+    // worker with the stored start folder before the panes are first listed;
+    // one that can't be started in is handed to refused with the reason, and
+    // the panes start in the start folder (StartFolderCommands.cpp).
+    void startInNamedFolder(const QString& argument,
+                            std::function<void(const QString& reason)> refused);
+    // The first listing of both panes, when the window shows: the start
+    // folders are checked on a worker first, and the panes listed after.
+    void startUp();
+    // Whether the start folders are still being checked.
+    bool isCheckingStartFolder() const { return m_startCheck == StartCheck::running; }
     void setUIFontSize(double size);
     void setAppLanguage(AppLanguage language);
     void requestQuit();
@@ -637,6 +649,16 @@ private:
     void readSettings();
     void readJumpBookmarks();
     void resolveStartupDirectory();
+    // The check of the start folders that startUp runs before the first
+    // listing; until then the panes stand on the folder they are to start in.
+    enum class StartCheck { none, waiting, running, done };
+    StartCheck m_startCheck = StartCheck::none;
+    QString m_storedStartFolder;
+    std::optional<QString> m_namedStartFolder;
+    std::function<void(const QString&)> m_namedFolderRefused;
+    void checkStartFolders();
+    void settleStartFolders(const QString& stored, const std::optional<QString>& named,
+                            const std::optional<QString>& refusal);
     void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
     void startListing(PaneSide side, PaneListing request);
     void noteLoadSlow(PaneSide side, const Background::Ticket& ticket,
@@ -678,6 +700,11 @@ private:
     // The side's tree read anew from the disk, keeping its cursor and open folders.
     void refreshPaneTree(PaneSide side);
     void cancelTreeLoad(PaneSide side);
+    void openTreeFolder(PaneSide side, const std::shared_ptr<TreeSession>& session);
+    // A step of the search folder box that reads the disk, over a copy of its
+    // tree on a worker (search/SearchTreeBoxCommands.cpp).
+    void changeSearchTreeBox(TreeStep step);
+    void takeSearchTreeBoxFolder(const QString& path, bool readable);
     void moveTreeCursorTo(PaneSide side, int index);
     int treeCursorIndex(PaneSide side) const;
     bool refuseInsideArchive(PaneSide side, ArchiveLocation::ReadOnlyCommand command);
@@ -690,12 +717,21 @@ private:
     PaneState::FilterMemo& filterMemo(PaneSide side) const;
     // The tagged size the status line asks for at every redraw, kept until
     // the tags or either pane's list change.
+    // The tags it was made for, and those whose size is still to be read
+    // from the disk (asked of a worker once).
     struct TaggedSizeMemo {
         std::array<int64_t, 2> listEpochs{-1, -1};
         QSet<QString> keys;
         QString label;
+        QStringList unread;
+        bool unreadAsked = false;
     };
-    QString computeTaggedSizeLabel() const;
+    // The sizes of tagged files that neither list shows, read beside these lists.
+    struct TaggedDiskSizes {
+        std::array<int64_t, 2> listEpochs{-1, -1};
+        QHash<QString, std::optional<int64_t>> sizes;
+    };
+    void readUnlistedTagSizes();
 
     static constexpr size_t paneIndex(PaneSide side) { return static_cast<size_t>(side); }
 
@@ -707,6 +743,8 @@ private:
     uint64_t m_liveResizeCount = 0;
     TextInputHost* m_textInputHost = nullptr;
     mutable TaggedSizeMemo m_taggedSizeMemo;
+    mutable TaggedDiskSizes m_taggedDiskSizes;
+    Background::TicketCounter m_taggedSizeReads;
     // The running preview load, if any; its type lives with the loading code.
     std::shared_ptr<struct PreviewLoadTask> m_previewLoadTask;
     // The copy of an archive member VIEWER shows, removed once it shows

@@ -94,6 +94,10 @@ void AppState::cancelDiskLook() {
     }
     m_diskLooks.clear();
     m_keysHeldForLook.clear();
+    // A start folder that does not answer is given up for the home folder.
+    if (m_startCheck == StartCheck::running) {
+        settleStartFolders({}, std::nullopt, std::nullopt);
+    }
     notifyChanged();
 }
 

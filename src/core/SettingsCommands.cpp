@@ -18,25 +18,6 @@ bool boolSetting(const Preferences& preferences, const QString& key, bool fallba
 
 } // namespace
 
-void AppState::resolveStartupDirectory() {
-    startupDirectory = PathUtils::homeDirectory();
-    const QString stored = StoredPath::readPath(m_preferences, PreferenceKeys::startupDirectory,
-                                                PreferenceKeys::startupDirectoryStored);
-    if (stored.isEmpty()) {
-        return;
-    }
-    if (const QString folder = JumpDialog::folderOnDisk(stored); !folder.isEmpty()) {
-        startupDirectory = folder;
-    }
-}
-
-void AppState::startIn(const QString& folder) {
-    const FilerLocation location = FilerLocation::directory(PathUtils::standardizedPath(folder));
-    pane(PaneSide::left).location = location;
-    pane(PaneSide::right).location = location;
-    notifyChanged();
-}
-
 void AppState::readSettings() {
     const Preferences& p = m_preferences;
     sortMode =

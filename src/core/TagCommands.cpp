@@ -3,11 +3,9 @@
 // leaves it alone; only a change of location clears them all.
 #include "core/AppState.h"
 
-#include "core/Formats.h"
 #include "core/PathUtils.h"
 #include "core/SystemPath.h"
 
-#include <QHash>
 #include <QRegularExpression>
 
 #include <algorithm>
@@ -18,35 +16,6 @@ const QString kArchiveKeyPrefix = QStringLiteral("zip:");
 
 bool isTaggable(const FileEntry& entry) {
     return !entry.isParent && !entry.isDirectory && !entry.isInsideArchive();
-}
-
-// The size of each tagged key from the first row that has it, left list
-// before right, in one pass over both lists.
-QHash<QString, std::optional<int64_t>> listedSizesOfKeys(const QSet<QString>& keys,
-                                                         const QList<FileEntry>& left,
-                                                         const QList<FileEntry>& right) {
-    QHash<QString, std::optional<int64_t>> sizes;
-    for (const QList<FileEntry>* list : {&left, &right}) {
-        for (const FileEntry& entry : *list) {
-            if (sizes.size() == keys.size()) {
-                return sizes;
-            }
-            const QString key = AppState::tagKey(entry);
-            if (keys.contains(key) && !sizes.contains(key)) {
-                sizes.insert(key, entry.size);
-            }
-        }
-    }
-    return sizes;
-}
-
-// A key that no list shows is asked of the file system.
-std::optional<int64_t> sizeOnDisk(const QString& key) {
-    if (key.startsWith(kArchiveKeyPrefix)) {
-        return std::nullopt;
-    }
-    const auto info = SystemPath::status(key);
-    return info && info->isRegularFile ? std::optional<int64_t>(info->size) : std::nullopt;
 }
 
 } // namespace
@@ -220,28 +189,4 @@ QStringList AppState::taggedFileURLs(const TaggedFileCandidates& candidates) {
         return {*candidates.cursorFile};
     }
     return {};
-}
-
-QString AppState::taggedSizeLabel() const {
-    if (taggedKeys.isEmpty()) {
-        return {};
-    }
-    TaggedSizeMemo& memo = m_taggedSizeMemo;
-    const std::array<int64_t, 2> currentEpochs{pane(PaneSide::left).listEpoch,
-                                               pane(PaneSide::right).listEpoch};
-    if (memo.listEpochs != currentEpochs || memo.keys != taggedKeys) {
-        memo = {currentEpochs, taggedKeys, computeTaggedSizeLabel()};
-    }
-    return memo.label;
-}
-
-QString AppState::computeTaggedSizeLabel() const {
-    const auto listed =
-        listedSizesOfKeys(taggedKeys, pane(PaneSide::left).entries, pane(PaneSide::right).entries);
-    int64_t total = 0;
-    for (const QString& key : taggedKeys) {
-        const auto found = listed.constFind(key);
-        total += (found != listed.constEnd() ? *found : sizeOnDisk(key)).value_or(0);
-    }
-    return QStringLiteral("タグ:") + Formats::formatCompactSize(total);
 }

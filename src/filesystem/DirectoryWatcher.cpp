@@ -7,6 +7,7 @@
 
 #include <cerrno>
 #include <sys/inotify.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -15,6 +16,15 @@ namespace {
 constexpr uint32_t kWatchMask = IN_CREATE | IN_DELETE | IN_MOVED_FROM | IN_MOVED_TO | IN_ATTRIB |
                                 IN_MODIFY | IN_CLOSE_WRITE | IN_DELETE_SELF | IN_MOVE_SELF |
                                 IN_ONLYDIR;
+
+// The device and inode of a folder; none when it can't be read.
+std::optional<std::pair<dev_t, ino_t>> folderIdentity(const QString& path) {
+    struct stat st;
+    if (::stat(toSystemPath(path).constData(), &st) != 0) {
+        return std::nullopt;
+    }
+    return std::pair{st.st_dev, st.st_ino};
+}
 
 } // namespace
 
@@ -35,6 +45,14 @@ DirectoryWatcher::~DirectoryWatcher() {
 
 void DirectoryWatcher::start(const QString& url, std::function<void()> onChange) {
     const QString path = PathUtils::standardizedPath(url);
+    // Arming a watch costs the kernel a walk over every item of the folder
+    // it knows, some milliseconds in a folder of 100,000 items on the main
+    // thread; the watch on the very same folder is kept instead. A folder
+    // replaced under the same path is another one, and is watched afresh.
+    if (isWatching() && !m_folderLeft && path == m_path && m_folder == folderIdentity(path)) {
+        m_onChange = std::move(onChange);
+        return;
+    }
     // Re-arming on the same folder (every reload does) keeps a change seen
     // while the reload was listing: its call is still owed.
     const bool owed = m_debounce.isActive() && path == m_path;
@@ -49,6 +67,7 @@ void DirectoryWatcher::start(const QString& url, std::function<void()> onChange)
     }
     m_fileDescriptor = fd;
     m_path = path;
+    m_folder = folderIdentity(path);
     m_onChange = std::move(onChange);
     m_source = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
     QObject::connect(m_source.get(), &QSocketNotifier::activated, [this] { drainEvents(); });
@@ -65,11 +84,15 @@ void DirectoryWatcher::stop() {
     }
     m_fileDescriptor = -1;
     m_path.clear();
+    m_folder.reset();
+    m_folderLeft = false;
     m_onChange = nullptr;
 }
 
-// Which events came does not matter, only that some did: the reload lists
-// the whole folder anyway.
+// Which events came hardly matters, since the reload lists the whole folder
+// anyway; only one that ends the watch of the folder itself (deleted, moved
+// away) is noted, so that the next start watches afresh even a folder that
+// came back with the same inode.
 void DirectoryWatcher::drainEvents() {
     alignas(struct inotify_event) char buffer[16384];
     for (;;) {
@@ -79,6 +102,13 @@ void DirectoryWatcher::drainEvents() {
         }
         if (got <= 0) {
             break;
+        }
+        for (ssize_t at = 0; at + ssize_t(sizeof(inotify_event)) <= got;) {
+            const auto* event = reinterpret_cast<const inotify_event*>(buffer + at);
+            if (event->mask & (IN_DELETE_SELF | IN_MOVE_SELF | IN_IGNORED)) {
+                m_folderLeft = true;
+            }
+            at += ssize_t(sizeof(inotify_event)) + ssize_t(event->len);
         }
     }
     m_debounce.start();

@@ -6,6 +6,10 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
+#include <utility>
+
+#include <sys/types.h>
 
 class QSocketNotifier;
 
@@ -24,7 +28,7 @@ public:
     DirectoryWatcher& operator=(const DirectoryWatcher&) = delete;
 
     // Starts afresh on the folder: any earlier watch ends, and so does its
-    // pending call unless the folder is the same one.
+    // pending call unless the folder is the same one, whose watch is kept.
     void start(const QString& url, std::function<void()> onChange);
     void stop();
 
@@ -37,6 +41,11 @@ private:
 
     std::unique_ptr<QSocketNotifier> m_source;
     int m_fileDescriptor = -1;
+    // The device and inode of the folder watched, to tell it from another
+    // one made under the same path.
+    std::optional<std::pair<dev_t, ino_t>> m_folder;
+    // The folder itself was deleted or moved away since the watch began.
+    bool m_folderLeft = false;
     QTimer m_debounce;
     QString m_path;
     std::function<void()> m_onChange;

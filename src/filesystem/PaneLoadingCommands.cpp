@@ -245,6 +245,10 @@ void AppState::reloadPaneInBackground(PaneSide side) {
 }
 
 void AppState::refreshAll() {
+    // The check of the start folders lists the panes itself when it is done.
+    if (m_startCheck == StartCheck::running) {
+        return;
+    }
     reloadPane(PaneSide::left, true);
     if (rightMode == RightPaneMode::filer) {
         reloadPane(PaneSide::right, true);

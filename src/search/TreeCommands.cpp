@@ -105,11 +105,7 @@ void AppState::activateTreeSelection() {
         return;
     }
     if (!session->focusOnFiles) {
-        const QString path = session->selectedPath();
-        if (FileSystemService::accessRights(path, true, false).readable) {
-            openLocation(FilerLocation::directory(path), *side, std::nullopt);
-            leaveTreeMode(*side);
-        }
+        openTreeFolder(*side, session);
         return;
     }
     const QList<FileEntry> visible = visibleTreeFiles(session->files);
@@ -126,6 +122,24 @@ void AppState::activateTreeSelection() {
     } else {
         showEntryInViewer(entry);
     }
+}
+
+// Enter on the tree: the folder's rights are read on a worker, and a readable
+// folder is opened in the pane if the tree still stands on it then.
+void AppState::openTreeFolder(PaneSide side, const std::shared_ptr<TreeSession>& session) {
+    const std::weak_ptr<TreeSession> target = session;
+    lookAtDiskThen([this, side, target, path = session->selectedPath()]() -> std::function<void()> {
+        const bool readable = FileSystemService::accessRights(path, true, false).readable;
+        return [this, side, target, path, readable] {
+            const std::shared_ptr<TreeSession> live = target.lock();
+            if (!readable || !live || live != pane(side).treeSession ||
+                live->selectedPath() != path) {
+                return;
+            }
+            openLocation(FilerLocation::directory(path), side, std::nullopt);
+            leaveTreeMode(side);
+        };
+    });
 }
 
 // Moves the cursor of the list that has the keys to an index, clamped. A move
@@ -264,16 +278,17 @@ void AppState::putTreeCursorOn(PaneSide side, const QString& path) {
 // After file work or a change of a setting: every open tree is listed anew
 // with the current hidden-files setting. A session keeps the order it was
 // entered with, so a new sort mode or name setting leaves its lists alone.
-// The search folder box is a short list of its own and is read at once.
+// The search folder box is read anew the same way.
 void AppState::refreshTreeSessions() {
     refreshPaneTree(PaneSide::left);
     refreshPaneTree(PaneSide::right);
     if (const auto& session = searchTreeBox.session) {
         session->forgetSubfolderAnswers();
-        session->rebuildRows(showHiddenFiles);
-        session->reloadFiles(showHiddenFiles);
-        askTreeSubfolders();
-        ++treeRevision;
+        changeSearchTreeBox([](TreeSession& copy, bool showHidden) {
+            copy.rebuildRows(showHidden);
+            copy.reloadFiles(showHidden);
+            return true;
+        });
     }
     notifyChanged();
 }

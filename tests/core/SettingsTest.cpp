@@ -1,6 +1,8 @@
 // Reading the user's settings at start-up: defaults, clamps, normalising and
 // the writes that start-up makes (and must not make).
+#include "core/KeyTestSupport.h"
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/PathUtils.h"
 #include "core/Preferences.h"
 #include "core/StartFolder.h"
@@ -107,18 +109,68 @@ TEST(SettingsTest, AStoredFalseIsToldApartFromAMissingKey) {
     EXPECT_EQ(AppState(preferences).sortMode, FilerSortMode::name);
 }
 
+// The start folder is checked on a worker when the window first shows.
 TEST(SettingsTest, StartFolderIsTheStoredFolderOnlyWhenItStillExists) {
     TestDir dir;
     MemoryPreferences preferences;
+    const auto checkedStartFolder = [&preferences] {
+        Background::ManualExecutor executor;
+        AppState state(preferences, executor);
+        state.startUp();
+        executor.runNext();
+        return state.startupDirectory;
+    };
     preferences.setValue("startupDirectory", dir.path() + QStringLiteral("//sub/.."));
-    EXPECT_EQ(AppState(preferences).startupDirectory, dir.path());
+    EXPECT_EQ(checkedStartFolder(), dir.path());
 
     const QString file = dir.makeFile(QStringLiteral("file"));
     for (const QString& stored : {dir.filePath("gone"), file, QString()}) {
         preferences.setValue("startupDirectory", stored);
-        EXPECT_EQ(AppState(preferences).startupDirectory, PathUtils::homeDirectory());
+        EXPECT_EQ(checkedStartFolder(), PathUtils::homeDirectory());
         EXPECT_EQ(preferences.stringValue("startupDirectory"), stored);
     }
+}
+
+// The window shows at once: the panes stand on the folders they are to start
+// in, and are listed once a worker has found those folders; the keys typed
+// meanwhile run on the rows. A named folder that can't be started in is told
+// with its reason, and Esc gives up a check that does not answer.
+TEST(SettingsTest, TheStartFoldersAreCheckedOnAWorkerBeforeTheFirstListing) {
+    TestDir dir;
+    const QString start = dir.makeFolder(QStringLiteral("start"));
+    dir.makeFile(QStringLiteral("start/a.txt"));
+    dir.makeFile(QStringLiteral("start/b.txt"));
+    MemoryPreferences preferences;
+    preferences.setValue("startupDirectory", start);
+    Background::ManualExecutor executor;
+    AppState state(preferences, executor);
+    QStringList refusals;
+    state.startInNamedFolder(dir.filePath("gone"),
+                             [&refusals](const QString& reason) { refusals.append(reason); });
+    state.startUp();
+    EXPECT_TRUE(state.isCheckingStartFolder());
+    EXPECT_EQ(state.pane(PaneSide::left).location, FilerLocation::directory(dir.filePath("gone")));
+    state.handleKeyDown(KeyTest::named(KeyCode::down));
+    state.handleKeyDown(KeyTest::named(KeyCode::down));
+    EXPECT_TRUE(state.pane(PaneSide::left).entries.isEmpty());
+    EXPECT_EQ(executor.nextPool(), Background::Pool::listing);
+    ASSERT_TRUE(waitForListings(state, executor));
+    EXPECT_EQ(
+        refusals,
+        QStringList{
+            QStringLiteral("cannot open %1: No such file or directory").arg(dir.filePath("gone"))});
+    EXPECT_EQ(state.pane(PaneSide::left).location, FilerLocation::directory(start));
+    EXPECT_EQ(state.currentEntry()->name, QStringLiteral("b.txt"));
+
+    AppState given(preferences, executor);
+    given.startInNamedFolder(dir.path(), nullptr);
+    given.startUp();
+    given.handleKeyDown(KeyTest::named(KeyCode::escape));
+    EXPECT_FALSE(given.isCheckingStartFolder());
+    ASSERT_TRUE(waitForListings(given, executor));
+    EXPECT_EQ(given.startupDirectory, PathUtils::homeDirectory());
+    EXPECT_EQ(given.pane(PaneSide::left).location,
+              FilerLocation::directory(PathUtils::homeDirectory()));
 }
 
 // A folder named on the command line holds for one run: both panes start in

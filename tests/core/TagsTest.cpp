@@ -2,11 +2,15 @@
 #include "core/KeyTestSupport.h"
 
 #include "core/AppState.h"
+#include "core/Background.h"
 #include "core/Preferences.h"
 #include "filesystem/FileAccessMemory.h"
 #include "support/PaneRows.h"
 #include "support/TestDir.h"
 #include "support/ListingWait.h"
+
+#include <QCoreApplication>
+#include <QTest>
 
 #include <gtest/gtest.h>
 
@@ -125,7 +129,10 @@ TEST_F(TagsTest, TaggedFilesAreExistingPlainFilesSortedElseTheCursorFile) {
     state->taggedKeys = {dir.filePath("axb"), dir.filePath("a.txt"), dir.filePath("folder.txt"),
                          dir.filePath("gone.txt")};
     EXPECT_EQ(state->taggedFileURLs(), QStringList({dir.filePath("a.txt"), dir.filePath("axb")}));
-    EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:10"));
+    // The file that has gone is not listed: its size is asked of the disk.
+    state->notifyChanged();
+    EXPECT_TRUE(QTest::qWaitFor(
+        [&] { return state->taggedSizeLabel() == QStringLiteral("タグ:10"); }, 10000));
     state->taggedKeys = {dir.filePath("folder.txt")};
     state->setSelection(rowOf(QStringLiteral("a.b")), PaneSide::left);
     EXPECT_EQ(state->taggedFileURLs(), QStringList({dir.filePath("a.b")}));
@@ -147,6 +154,41 @@ TEST_F(TagsTest, TheTaggedSizeIsKeptUntilTheTagsOrTheListsChange) {
     EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:7"));
     state->taggedKeys.insert(dir.filePath("axb"));
     EXPECT_EQ(state->taggedSizeLabel(), QStringLiteral("タグ:12"));
+}
+
+// A tagged file that no pane lists has its size read on a worker: the line
+// keeps what it showed until the answer comes.
+TEST(TaggedSizeTest, SizesNoListShowsAreReadOnAWorker) {
+    TestDir dir;
+    MemoryPreferences preferences;
+    FileAccessMemory::attach(&preferences);
+    dir.makeFile(QStringLiteral("shown.txt"), "12");
+    dir.makeFile(QStringLiteral("sub/unlisted.txt"), "1234567");
+    preferences.setValue(QStringLiteral("startupDirectory"), dir.path());
+    Background::ManualExecutor executor;
+    AppState state(preferences, executor);
+    state.refreshAll();
+    executor.runAll();
+    state.taggedKeys = {dir.filePath("shown.txt")};
+    EXPECT_EQ(state.taggedSizeLabel(), QStringLiteral("タグ:2"));
+
+    state.taggedKeys.insert(dir.filePath("sub/unlisted.txt"));
+    state.notifyChanged();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(state.taggedSizeLabel(), QStringLiteral("タグ:2"));
+    EXPECT_EQ(executor.nextPool(), Background::Pool::listing);
+    executor.runAll();
+    EXPECT_EQ(state.taggedSizeLabel(), QStringLiteral("タグ:9"));
+
+    // A size read beside older lists is read again once the pane is listed anew.
+    dir.makeFile(QStringLiteral("sub/unlisted.txt"), "123");
+    state.reloadPane(PaneSide::left, false);
+    ASSERT_TRUE(waitForListings(state, executor));
+    state.notifyChanged();
+    QCoreApplication::processEvents();
+    executor.runAll();
+    EXPECT_EQ(state.taggedSizeLabel(), QStringLiteral("タグ:5"));
+    FileAccessMemory::attach(nullptr);
 }
 
 TEST_F(TagsTest, TagsSurviveReloadSortAndLayoutButNotAChangeOfFolder) {

@@ -9,6 +9,7 @@
 #include "support/ListingWait.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QTest>
@@ -90,6 +91,26 @@ TEST(DirectoryWatcher, ReArmingTheSameFolderKeepsTheCallOwedAndAnotherFolderDrop
     watcher.start(dir.filePath("elsewhere"), [&] { ++calls; });
     runEventsFor(300ms);
     EXPECT_EQ(calls, 1);
+}
+
+// A reload of the same folder keeps its watch; a folder deleted and made
+// anew under the same path (perhaps with the same inode) is watched afresh.
+TEST(DirectoryWatcher, AFolderMadeAnewUnderTheSamePathIsWatchedAfresh) {
+    TestDir dir;
+    const QString sub = dir.makeFolder("sub");
+    DirectoryWatcher watcher(20ms);
+    int calls = 0;
+    watcher.start(sub, [&] { ++calls; });
+    watcher.start(sub, [&] { ++calls; });
+    dir.makeFile("sub/a.txt");
+    ASSERT_TRUE(QTest::qWaitFor([&] { return calls == 1; }, 2000)) << calls;
+
+    ASSERT_TRUE(QDir(sub).removeRecursively());
+    ASSERT_TRUE(QTest::qWaitFor([&] { return calls == 2; }, 2000)) << calls;
+    dir.makeFolder("sub");
+    watcher.start(sub, [&] { ++calls; });
+    dir.makeFile("sub/b.txt");
+    EXPECT_TRUE(QTest::qWaitFor([&] { return calls == 3; }, 2000)) << calls;
 }
 
 class PaneWatchingTest : public ::testing::Test {

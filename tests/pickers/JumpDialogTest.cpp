@@ -169,6 +169,8 @@ TEST_F(JumpDialogTest, AFolderWithVoicedKanaOpensAgainFromItsBookmarkAndAtStart)
     // As an earlier version stored it: decomposed.
     preferences.setValue("startupDirectory", folder.normalized(QString::NormalizationForm_D));
     AppState fromDecomposed(preferences);
+    fromDecomposed.startUp();
+    ASSERT_TRUE(waitForListings(fromDecomposed));
     EXPECT_EQ(fromDecomposed.startupDirectory, folder);
 }
 

@@ -264,15 +264,57 @@ TEST_F(FileSearchModeTest, AnUnreadableFolderIsRefusedWithTheBoxOpen) {
     dir.setMode(QStringLiteral("docs"), 0);
     state->enterFileSearchMode();
     state->openSearchTreeBox();
+    waitForListings(*state, executor);
     const int status = runAsUnprivilegedUser([&] {
         // The listing above ran as root and remembered the folder as readable.
         FileAccessMemory::forget(dir.filePath(QStringLiteral("docs")));
         state->selectSearchTreeBoxRow(1);
+        waitForListings(*state, executor);
         state->confirmSearchTreeBox();
+        waitForListings(*state, executor);
         return state->errorMessage == QStringLiteral("Cannot open folder") &&
                state->isOpen(Overlay::searchTreeBox) && state->fileSearchScopePath == dir.path();
     });
     EXPECT_EQ(status, 0);
+}
+
+// The box's folders are read on a worker: until they come the box does not
+// stand, the keys typed meanwhile wait for it, and Esc drops a step.
+TEST_F(FileSearchModeTest, TheFolderBoxReadsOnAWorkerAndHoldsTheKeys) {
+    state->enterFileSearchMode();
+    executor.runAll();
+    state->openSearchTreeBox();
+    state->handleKeyDown(named(KeyCode::down));
+    state->handleKeyDown(named(KeyCode::down));
+    EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
+    EXPECT_EQ(executor.nextPool(), Background::Pool::listing);
+    ASSERT_TRUE(waitForListings(*state, executor));
+    ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
+    EXPECT_EQ(state->searchTreeBox.session->selectedPath(), dir.filePath("music"));
+
+    // Right would open music; Esc drops it before its folders come.
+    state->handleKeyDown(named(KeyCode::right));
+    EXPECT_EQ(state->searchTreeBoxRowCount(), 3);
+    state->handleKeyDown(named(KeyCode::escape));
+    executor.runAll();
+    EXPECT_EQ(state->searchTreeBoxRowCount(), 3);
+    ASSERT_TRUE(state->isOpen(Overlay::searchTreeBox));
+
+    // The folder taken waits for its rights to be read.
+    const QString scope = state->fileSearchScopePath;
+    state->confirmSearchTreeBox();
+    EXPECT_TRUE(state->isOpen(Overlay::searchTreeBox));
+    EXPECT_EQ(state->fileSearchScopePath, scope);
+    ASSERT_TRUE(waitForListings(*state, executor));
+    EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
+    EXPECT_EQ(state->fileSearchScopePath, dir.filePath("music"));
+
+    // The form left while the box's folders are read: the box never stands.
+    state->openSearchTreeBox();
+    state->exitFileSearchMode();
+    executor.runAll();
+    EXPECT_FALSE(state->isOpen(Overlay::searchTreeBox));
+    EXPECT_FALSE(state->searchTreeBox.session);
 }
 
 } // namespace

@@ -194,4 +194,26 @@ TEST_F(TreeLoadingTest, AChangeOnDiskDuringALoadIsReadOnceTheLoadIsIn) {
     EXPECT_EQ(session().selectedPath(), at("Music"));
 }
 
+// Enter on a tree row reads the folder's rights on a worker; the keys typed
+// meanwhile run in the folder it opens, and Esc leaves the tree as it was.
+TEST_F(TreeLoadingTest, EnterOnARowOpensTheFolderOnceItsRightsAreRead) {
+    openTree();
+    state->selectTreeRow(PaneSide::left, 2);
+    executor.runAll();
+    press(named(KeyCode::returnKey));
+    press(named(KeyCode::escape));
+    executor.runAll();
+    EXPECT_TRUE(left().treeMode);
+    EXPECT_EQ(session().selectedPath(), at("Photos"));
+
+    press(named(KeyCode::returnKey));
+    press(named(KeyCode::down));
+    EXPECT_TRUE(left().treeMode);
+    EXPECT_EQ(executor.nextPool(), Background::Pool::listing);
+    ASSERT_TRUE(waitForListings(*state, executor));
+    EXPECT_FALSE(left().treeMode);
+    EXPECT_EQ(left().location, FilerLocation::directory(at("Photos")));
+    EXPECT_EQ(state->currentEntry()->name, QStringLiteral("cat.png"));
+}
+
 } // namespace

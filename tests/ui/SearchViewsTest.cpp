@@ -193,7 +193,9 @@ TEST_F(SearchViewsTest, TheTreePaneFilterBarTakesTheKeyboardAndNarrowsBothLists)
 TEST_F(SearchViewsTest, TheFolderBoxShowsTheTreeWithItsCursor) {
     state->enterFileSearchMode();
     state->openSearchTreeBox();
+    waitForListings(*state);
     state->moveSearchTreeBoxRow(2);
+    waitForListings(*state);
     SearchTreeBoxView box(*state);
     box.resize(box.sizeHint());
     box.show();
