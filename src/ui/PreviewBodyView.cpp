@@ -1,6 +1,8 @@
 #include "ui/PreviewBodyView.h"
 
 #include "core/AppState.h"
+#include "core/FileDescriptor.h"
+#include "core/PathUtils.h"
 #include "preview/PreviewSelection.h"
 #include "ui/GeneralPreviewView.h"
 #include "ui/Palette.h"
@@ -8,15 +10,31 @@
 #include "ui/StillImagePreviewView.h"
 #include "ui/VideoPreviewView.h"
 
-#include <QFileInfo>
+#include <QFile>
 #include <QMimeDatabase>
 #include <QVBoxLayout>
 
 namespace {
 
-bool isPlayedMedia(const QString& path) {
-    const QString type = QMimeDatabase().mimeTypeForFile(path).name();
-    return type.startsWith(QLatin1String("video/")) || type.startsWith(QLatin1String("audio/"));
+bool isPlayedType(const QMimeType& type) {
+    const QString name = type.name();
+    return name.startsWith(QLatin1String("video/")) || name.startsWith(QLatin1String("audio/"));
+}
+
+// The type a name alone gives, or none when the name says nothing.
+std::optional<QMimeType> typeByName(const QString& name) {
+    const QMimeType type = QMimeDatabase().mimeTypeForFile(name, QMimeDatabase::MatchExtension);
+    if (!type.isValid() || type.isDefault()) {
+        return std::nullopt;
+    }
+    return type;
+}
+
+// Reads the file's first bytes: for a reader thread. The file is opened as
+// every reader of the program opens one, so a FIFO never holds the thread.
+bool isPlayedByContent(const QString& path) {
+    const auto file = openRegularQFile(path);
+    return file && isPlayedType(QMimeDatabase().mimeTypeForData(file->get()));
 }
 
 } // namespace
@@ -34,18 +52,20 @@ PreviewBodyView::PreviewBodyView(AppState& state, QWidget* parent)
     sync();
 }
 
-PreviewBodyView::Kind PreviewBodyView::kindFor(const QString& path, bool animated) {
-    const QString name = QFileInfo(path).fileName();
+std::optional<PreviewBodyView::Kind> PreviewBodyView::kindByName(const QString& path,
+                                                                 bool animated) {
+    const QString name = PathUtils::lastPathComponent(path);
     if (animated) {
         return Kind::pagedImage;
     }
-    if (PreviewSelection::isGalleryImage(name, path)) {
+    if (PreviewSelection::isGalleryImage(name, std::nullopt)) {
         return Kind::stillImage;
     }
-    if (PreviewSelection::isVideoFile(name, path) || isPlayedMedia(path)) {
+    const auto type = typeByName(name);
+    if (PreviewSelection::isVideoFile(name, std::nullopt) || (type && isPlayedType(*type))) {
         return Kind::video;
     }
-    return Kind::general;
+    return type ? std::optional(Kind::general) : std::nullopt;
 }
 
 // Runs on every change of the state, so it looks at the file only when the
@@ -62,16 +82,41 @@ void PreviewBodyView::sync() {
     }
     m_path = path;
     m_info = info;
-    const Kind kind = path ? kindFor(*path, info.has_value()) : Kind::none;
-    if (kind != m_kind) {
-        replaceView(kind);
+    m_contentLooks.take();
+    if (!path) {
+        replaceView(Kind::none);
+        return;
     }
-    if (path) {
-        showFile(*path);
+    const auto kind = kindByName(*path, info.has_value());
+    showAs(*path, kind.value_or(Kind::general));
+    if (!kind) {
+        lookAtContent(*path);
     }
 }
 
+void PreviewBodyView::showAs(const QString& path, Kind kind) {
+    replaceView(kind);
+    showFile(path);
+}
+
+// A name that says nothing leaves the choice between the card and the film
+// player to the first bytes, read on a reader thread: the card stands until
+// they tell it is sound or a film.
+void PreviewBodyView::lookAtContent(const QString& path) {
+    Background::run(
+        m_state.executor(), Background::Pool::diskRead, this, m_contentLooks.take(),
+        [path] { return isPlayedByContent(path); },
+        [this, path](bool played) {
+            if (played && m_path == path) {
+                showAs(path, Kind::video);
+            }
+        });
+}
+
 void PreviewBodyView::replaceView(Kind kind) {
+    if (kind == m_kind) {
+        return;
+    }
     delete m_view;
     m_view = nullptr;
     m_kind = kind;

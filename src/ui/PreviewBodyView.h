@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "core/Model.h"
 
 #include <QString>
@@ -24,12 +25,15 @@ public:
     // The view now standing in the body; null when nothing is previewed.
     QWidget* currentView() const { return m_view; }
 
-    // The view a file calls for. A multi-frame picture is paged; sound plays
-    // in the film player too.
-    static Kind kindFor(const QString& path, bool animated);
+    // The view a file's name calls for, without touching the file; none when
+    // the name says nothing. A multi-frame picture is paged; sound plays in
+    // the film player too.
+    static std::optional<Kind> kindByName(const QString& path, bool animated);
 
 private:
     void sync();
+    void showAs(const QString& path, Kind kind);
+    void lookAtContent(const QString& path);
     void replaceView(Kind kind);
     void showFile(const QString& path);
 
@@ -38,4 +42,6 @@ private:
     std::optional<QString> m_path;
     std::optional<AnimatedImageInfo> m_info;
     QWidget* m_view = nullptr;
+    // The look at a nameless file's first bytes under way.
+    Background::TicketCounter m_contentLooks;
 };

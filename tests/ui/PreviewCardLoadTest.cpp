@@ -2,6 +2,7 @@
 // and date are read on a reader thread, stepped here by hand, so a test can
 // tell what the card shows before the read, after it, and when it is slow.
 #include "ui/GeneralPreviewView.h"
+#include "ui/PreviewBodyView.h"
 
 #include "ScreenTestSupport.h"
 #include "support/SteppedStateFixture.h"
@@ -87,6 +88,33 @@ TEST_F(PreviewCardLoad, ASlowReadSaysItIsLoading) {
     runTheRead();
     executor.advance(1s);
     EXPECT_FALSE(card->isLookingSlowly());
+}
+
+// A name that says nothing leaves film or card to the first bytes, read on a
+// reader thread: the card stands until they tell it is sound; a stale look
+// is dropped once another file is shown.
+TEST_F(PreviewCardLoad, ANamelessSoundIsToldByItsFirstBytesOnAReaderThread) {
+    // The head of a RIFF WAVE file is all the type sniffing looks at.
+    const QString sound =
+        dir.makeFile("recording", QByteArray("RIFF\x24\0\0\0WAVEfmt ", 16) + QByteArray(64, '\0'));
+    PreviewBodyView body(*state);
+    const auto preview = [&](const QString& path) {
+        state->viewerKind = ViewerContentKind::preview;
+        state->editorURL = path;
+        state->notifyChanged();
+        QCoreApplication::processEvents();
+    };
+    preview(sound);
+    EXPECT_EQ(body.kind(), PreviewBodyView::Kind::general)
+        << "the file was read on the main thread";
+    executor.runAll();
+    EXPECT_EQ(body.kind(), PreviewBodyView::Kind::video);
+
+    preview(blob);
+    preview(sound);
+    preview(blob);
+    executor.runAll();
+    EXPECT_EQ(body.kind(), PreviewBodyView::Kind::general) << "a stale look was taken";
 }
 
 } // namespace
