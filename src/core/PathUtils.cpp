@@ -1,5 +1,7 @@
 #include "core/PathUtils.h"
 
+#include "core/SystemPath.h"
+
 #include <QDir>
 
 namespace PathUtils {
@@ -42,10 +44,11 @@ QString standardizedPath(const QString& path) {
         return path;
     }
     if (path.isEmpty()) {
-        return QDir::cleanPath(QDir::currentPath());
+        return QDir::cleanPath(SystemPath::currentFolder());
     }
-    const QString absolute =
-        path.startsWith(QLatin1Char('/')) ? path : QDir::currentPath() + QLatin1Char('/') + path;
+    const QString absolute = path.startsWith(QLatin1Char('/'))
+                                 ? path
+                                 : SystemPath::currentFolder() + QLatin1Char('/') + path;
     QString clean = QDir::cleanPath(absolute);
     // There is nothing above the root: "/../x" is "/x".
     while (clean == QLatin1String("/..") || clean.startsWith(QLatin1String("/../"))) {

@@ -1,6 +1,8 @@
 #include "core/SystemPath.h"
 
+#include <climits>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -163,6 +165,14 @@ std::optional<Status> status(QStringView path) {
     found.modified = QDateTime::fromMSecsSinceEpoch(
         qint64(st.st_mtim.tv_sec) * 1000 + st.st_mtim.tv_nsec / 1'000'000, Qt::UTC);
     return found;
+}
+
+QString currentFolder() {
+    char buffer[PATH_MAX];
+    if (::getcwd(buffer, sizeof buffer) == nullptr) {
+        return QString();
+    }
+    return fromSystemPath(QByteArrayView(buffer));
 }
 
 } // namespace SystemPath

@@ -47,4 +47,8 @@ struct Status {
 };
 std::optional<Status> status(QStringView path);
 
+// The process's current folder, its bytes kept; empty when it can't be read
+// (deleted, or beyond the buffer's size).
+QString currentFolder();
+
 } // namespace SystemPath

@@ -352,7 +352,7 @@ FsResult<QString> resolveDestinationFolder(const QString& text,
     } else if (base) {
         path = *base + QLatin1Char('/') + expanded;
     } else {
-        path = QDir::currentPath() + QLatin1Char('/') + expanded;
+        path = SystemPath::currentFolder() + QLatin1Char('/') + expanded;
     }
     path = PathUtils::standardizedPath(path);
     struct stat st;

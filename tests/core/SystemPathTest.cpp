@@ -1,12 +1,18 @@
 // The lossless text form of file names and paths, and how a name that is not
 // UTF-8 reads on the screen.
 #include "core/SystemPath.h"
+
+#include "core/PathUtils.h"
 #include "text/ShownFileName.h"
 
 #include <QRandomGenerator>
 #include <QSet>
+#include <QTemporaryDir>
 
 #include <gtest/gtest.h>
+
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -41,7 +47,7 @@ TEST(SystemPath, AnyBytesComeBackExactlyAndDistinctBytesStayDistinctText) {
 
 TEST(SystemPath, ValidUtf8IsPlainTextAndEachBadByteItsOwnEscape) {
     for (const QString& text : {QStringLiteral("/home/ユーザー/ファイル.txt"),
-                               QStringLiteral("emoji \U0001F600 and \u00e9"), QString()}) {
+                                QStringLiteral("emoji \U0001F600 and \u00e9"), QString()}) {
         EXPECT_EQ(fromSystemPath(text.toUtf8()), text);
         EXPECT_EQ(toSystemPath(text), text.toUtf8());
         EXPECT_FALSE(SystemPath::hasEscapedBytes(text));
@@ -62,6 +68,22 @@ TEST(SystemPath, ValidUtf8IsPlainTextAndEachBadByteItsOwnEscape) {
     const QString pair = QString::fromUcs4(U"\U00010080");
     EXPECT_FALSE(SystemPath::hasEscapedBytes(pair));
     EXPECT_EQ(toSystemPath(pair), pair.toUtf8());
+}
+
+// A relative path is taken from the current folder, whose name may be bytes
+// too: a path typed relative to it reaches the very folder.
+TEST(SystemPath, ARelativePathKeepsTheBytesOfTheCurrentFolder) {
+    QTemporaryDir dir;
+    const QByteArray folder = toSystemPath(dir.path()) + "/bad\xff\xfe";
+    ASSERT_EQ(::mkdir(folder.constData(), 0755), 0);
+    char previous[4096];
+    ASSERT_NE(::getcwd(previous, sizeof previous), nullptr);
+    ASSERT_EQ(::chdir(folder.constData()), 0);
+    const QString inside = PathUtils::standardizedPath(QStringLiteral("inside.txt"));
+    const QString here = PathUtils::standardizedPath(QString());
+    ASSERT_EQ(::chdir(previous), 0);
+    EXPECT_EQ(toSystemPath(inside), folder + "/inside.txt");
+    EXPECT_EQ(toSystemPath(here), folder);
 }
 
 TEST(ShownFileName, LegacyNamesAreDecodedAndMarkedOtherBadBytesShowAsEscapes) {
