@@ -4,6 +4,7 @@
 #include <QApplication>
 
 #include <cstdio>
+#include <cstdlib>
 #include <optional>
 
 namespace {
@@ -26,15 +27,7 @@ std::optional<int> answerWithoutWindow(int argc, char* argv[]) {
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char* argv[]) {
-    QApplication::setApplicationName(QStringLiteral("Dorvik"));
-    QApplication::setOrganizationName(QStringLiteral("Dorvik"));
-    QApplication::setApplicationVersion(QStringLiteral(DORVIK_VERSION));
-    if (const std::optional<int> answered = answerWithoutWindow(argc, argv)) {
-        return *answered;
-    }
+int runWindow(int argc, char* argv[]) {
     QApplication application(argc, argv);
     const CommandLine::Request request = CommandLine::parse(QApplication::arguments());
     if (request.kind == CommandLine::Request::Kind::usageError) {
@@ -46,4 +39,22 @@ int main(int argc, char* argv[]) {
         app.startIn(*request.folder);
     }
     return app.run(application);
+}
+
+} // namespace
+
+int main(int argc, char* argv[]) {
+    QApplication::setApplicationName(QStringLiteral("Dorvik"));
+    QApplication::setOrganizationName(QStringLiteral("Dorvik"));
+    QApplication::setApplicationVersion(QStringLiteral(DORVIK_VERSION));
+    if (const std::optional<int> answered = answerWithoutWindow(argc, argv)) {
+        return *answered;
+    }
+    const int status = runWindow(argc, argv);
+    // The worker threads are never stopped, so that leaving never waits for
+    // a read stuck on a dead mount; one may still be inside a library when
+    // the window has closed. The process ends here, without tearing down the
+    // libraries' globals under such a thread.
+    std::fflush(nullptr);
+    std::_Exit(status);
 }

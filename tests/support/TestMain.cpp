@@ -4,8 +4,18 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
+
 int main(int argc, char** argv) {
     ::testing::InitGoogleTest(&argc, argv);
-    QCoreApplication application(argc, argv);
-    return RUN_ALL_TESTS();
+    int result = 0;
+    {
+        QCoreApplication application(argc, argv);
+        result = RUN_ALL_TESTS();
+    }
+    // As the program does: work still running on the never-stopped worker
+    // threads must not meet the libraries' globals being torn down.
+    std::fflush(nullptr);
+    std::_Exit(result);
 }
