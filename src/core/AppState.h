@@ -35,6 +35,7 @@ class TextInputHost;
 class TreeSession;
 class FolderSearchService;
 class DirectoryWatcher;
+struct ArmedWatch;
 namespace ArchiveLocation {
 enum class ReadOnlyCommand;
 }
@@ -318,7 +319,9 @@ public:
     void runPendingDelete();
 
     // --- Directory watching (PaneWatchingCommands.cpp)
-    void watchPaneFolder(PaneSide side);
+    // With a watch armed by the listing's worker, the main thread only takes
+    // it; without, the watch is armed here.
+    void watchPaneFolder(PaneSide side, const std::shared_ptr<ArmedWatch>& armed = nullptr);
 
     // --- Free space (FreeSpaceCommands.cpp): reads the volume of the pane's
     // folder on a worker thread into freeSpace, and keeps refreshing the
@@ -659,16 +662,19 @@ private:
     void checkStartFolders();
     void settleStartFolders(const QString& stored, const std::optional<QString>& named,
                             const std::optional<QString>& refusal);
-    void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
+    void showListing(PaneSide side, Result<QList<FileEntry>, QString> rows,
+                     const std::shared_ptr<ArmedWatch>& armed = nullptr);
     void startListing(PaneSide side, PaneListing request);
     void noteLoadSlow(PaneSide side, const Background::Ticket& ticket,
                       PaneLoad* (*load)(PaneState&));
-    void finishListing(PaneSide side, Result<QList<FileEntry>, QString> rows);
+    void finishListing(PaneSide side, Result<QList<FileEntry>, QString> rows,
+                       const std::shared_ptr<ArmedWatch>& armed);
     // After a listing or a tree load: once neither runs on the side, the steps
     // that waited for them run, then the keys held for the pane.
     void finishLoading(PaneSide side);
     void completeOpenLocation(PaneSide side, const PaneListing& request,
-                              Result<QList<FileEntry>, QString> rows);
+                              Result<QList<FileEntry>, QString> rows,
+                              const std::shared_ptr<ArmedWatch>& armed = nullptr);
     void replayHeldKeys(PaneSide side);
 
     // Before a picker or the gallery opens: none opens without an active pane

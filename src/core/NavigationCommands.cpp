@@ -140,7 +140,8 @@ void AppState::openLocation(const FilerLocation& location, PaneSide side,
 }
 
 void AppState::completeOpenLocation(PaneSide side, const PaneListing& request,
-                                    Result<QList<FileEntry>, QString> rows) {
+                                    Result<QList<FileEntry>, QString> rows,
+                                    const std::shared_ptr<ArmedWatch>& armed) {
     FilerLocation& stored = pane(side).location;
     // An archive that cannot be listed (damaged, cut short, gone) is not
     // entered: the pane stays on the rows it shows, with its cursor and tags.
@@ -150,7 +151,7 @@ void AppState::completeOpenLocation(PaneSide side, const PaneListing& request,
         return;
     }
     stored = request.location;
-    showListing(side, std::move(rows));
+    showListing(side, std::move(rows), armed);
     // Tags never survive a change of location, on either side.
     taggedKeys.clear();
     int index = 0;

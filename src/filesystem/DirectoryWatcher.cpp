@@ -6,6 +6,7 @@
 #include <QSocketNotifier>
 
 #include <cerrno>
+#include <utility>
 #include <sys/inotify.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -43,33 +44,50 @@ DirectoryWatcher::~DirectoryWatcher() {
     stop();
 }
 
+ArmedWatch::~ArmedWatch() {
+    if (fileDescriptor >= 0) {
+        ::close(fileDescriptor);
+    }
+}
+
+std::unique_ptr<ArmedWatch> DirectoryWatcher::arm(const QString& url) {
+    auto armed = std::make_unique<ArmedWatch>();
+    armed->path = PathUtils::standardizedPath(url);
+    armed->fileDescriptor = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
+    if (armed->fileDescriptor < 0 ||
+        ::inotify_add_watch(armed->fileDescriptor, toSystemPath(armed->path).constData(),
+                            kWatchMask) < 0) {
+        return nullptr;
+    }
+    armed->folder = folderIdentity(armed->path);
+    return armed;
+}
+
 void DirectoryWatcher::start(const QString& url, std::function<void()> onChange) {
-    const QString path = PathUtils::standardizedPath(url);
-    // Arming a watch costs the kernel a walk over every item of the folder
-    // it knows, some milliseconds in a folder of 100,000 items on the main
-    // thread; the watch on the very same folder is kept instead. A folder
-    // replaced under the same path is another one, and is watched afresh.
-    if (isWatching() && !m_folderLeft && path == m_path && m_folder == folderIdentity(path)) {
+    adopt(arm(url).get(), std::move(onChange));
+}
+
+void DirectoryWatcher::adopt(ArmedWatch* armed, std::function<void()> onChange) {
+    if (!armed) {
+        stop();
+        return;
+    }
+    // The watch on the very same folder is kept: a change it saw while the
+    // new one was armed is not lost. A folder replaced under the same path
+    // is another one, and is watched afresh.
+    if (isWatching() && !m_folderLeft && armed->path == m_path && m_folder == armed->folder) {
         m_onChange = std::move(onChange);
         return;
     }
-    // Re-arming on the same folder (every reload does) keeps a change seen
-    // while the reload was listing: its call is still owed.
-    const bool owed = m_debounce.isActive() && path == m_path;
+    // Re-arming on the same folder keeps a change seen while the reload was
+    // listing: its call is still owed.
+    const bool owed = m_debounce.isActive() && armed->path == m_path;
     stop();
-    const int fd = ::inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
-    if (fd < 0) {
-        return;
-    }
-    if (::inotify_add_watch(fd, toSystemPath(path).constData(), kWatchMask) < 0) {
-        ::close(fd);
-        return;
-    }
-    m_fileDescriptor = fd;
-    m_path = path;
-    m_folder = folderIdentity(path);
+    m_fileDescriptor = std::exchange(armed->fileDescriptor, -1);
+    m_path = armed->path;
+    m_folder = armed->folder;
     m_onChange = std::move(onChange);
-    m_source = std::make_unique<QSocketNotifier>(fd, QSocketNotifier::Read);
+    m_source = std::make_unique<QSocketNotifier>(m_fileDescriptor, QSocketNotifier::Read);
     QObject::connect(m_source.get(), &QSocketNotifier::activated, [this] { drainEvents(); });
     if (owed) {
         m_debounce.start();

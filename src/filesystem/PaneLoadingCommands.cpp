@@ -6,6 +6,7 @@
 #include "archive/ArchiveLocation.h"
 #include "core/HeapRelease.h"
 #include "core/PathUtils.h"
+#include "filesystem/DirectoryWatcher.h"
 #include "filesystem/FileAccessMemory.h"
 #include "filesystem/FileSystemService.h"
 
@@ -44,6 +45,23 @@ Rows listWith(const FilerLocation& location, const ListingSettings& settings,
         readCount->store(rows->size(), std::memory_order_relaxed);
     }
     return std::move(rows).value();
+}
+
+// The rows of a listing, and for a folder the watch armed on it right after,
+// on the same worker.
+struct Listed {
+    Rows rows;
+    std::shared_ptr<ArmedWatch> watch;
+};
+
+Listed listAndArm(const FilerLocation& location, const ListingSettings& settings,
+                  const std::stop_token& stop, std::atomic<qsizetype>* readCount) {
+    Listed listed{listWith(location, settings, stop, readCount), nullptr};
+    const auto* directory = location.asDirectory();
+    if (listed.rows && directory && !stop.stop_requested()) {
+        listed.watch = DirectoryWatcher::arm(directory->url);
+    }
+    return listed;
 }
 
 bool isQuitKey(const KeyEvent& event) {
@@ -85,11 +103,12 @@ void AppState::startListing(PaneSide side, PaneListing request) {
     auto work = [location = request.location,
                  settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames},
                  stop = request.stop.get_token(), count = request.readCount] {
-        return listWith(location, settings, stop, count.get());
+        return listAndArm(location, settings, stop, count.get());
     };
     p.listing = std::move(request);
-    Background::run(m_executor, Background::Pool::listing, this, ticket, std::move(work),
-                    [this, side](Rows rows) { finishListing(side, std::move(rows)); });
+    Background::run(
+        m_executor, Background::Pool::listing, this, ticket, std::move(work),
+        [this, side](Listed listed) { finishListing(side, std::move(listed.rows), listed.watch); });
     const auto running = [](PaneState& p) -> PaneLoad* {
         return p.listing ? &*p.listing : nullptr;
     };
@@ -118,7 +137,7 @@ std::optional<qsizetype> AppState::loadingLineCount(PaneSide side) const {
     return load ? std::optional<qsizetype>(load->shownCount) : std::nullopt;
 }
 
-void AppState::finishListing(PaneSide side, Rows rows) {
+void AppState::finishListing(PaneSide side, Rows rows, const std::shared_ptr<ArmedWatch>& armed) {
     PaneState& p = pane(side);
     if (!p.listing) {
         return;
@@ -126,9 +145,9 @@ void AppState::finishListing(PaneSide side, Rows rows) {
     const PaneListing request = std::move(*p.listing);
     p.listing.reset();
     if (request.purpose == PaneListing::Purpose::open) {
-        completeOpenLocation(side, request, std::move(rows));
+        completeOpenLocation(side, request, std::move(rows), armed);
     } else {
-        showListing(side, std::move(rows));
+        showListing(side, std::move(rows), armed);
     }
     finishLoading(side);
 }
@@ -201,7 +220,7 @@ bool AppState::holdKeyWhileListing(const KeyEvent& event) {
     return true;
 }
 
-void AppState::showListing(PaneSide side, Rows rows) {
+void AppState::showListing(PaneSide side, Rows rows, const std::shared_ptr<ArmedWatch>& armed) {
     if (!rows) {
         reportError(rows.error());
         notifyChanged();
@@ -211,7 +230,7 @@ void AppState::showListing(PaneSide side, Rows rows) {
     pane(side).replaceEntries(std::move(rows).value());
     HeapRelease::afterRowsReplaced(rowsBefore, pane(side).entries.size());
     setSelection(pane(side).selection, side);
-    watchPaneFolder(side);
+    watchPaneFolder(side, armed);
     // Pictures that came or went show in the grid at once.
     if (layoutMode == LayoutMode::filerGallery && side == PaneSide::left) {
         rebuildGalleryItems();
@@ -234,13 +253,13 @@ void AppState::reloadPaneInBackground(PaneSide side) {
     Background::run(
         m_executor, Background::Pool::listing, this, pane(side).backgroundReloads.take(),
         [location, settings = ListingSettings{showHiddenFiles, sortMode, showLocalizedNames}] {
-            return listWith(location, settings, {}, nullptr);
+            return listAndArm(location, settings, {}, nullptr);
         },
-        [this, side, location](Rows rows) {
+        [this, side, location](Listed listed) {
             if (pane(side).location != location || pane(side).listing) {
                 return;
             }
-            showListing(side, std::move(rows));
+            showListing(side, std::move(listed.rows), listed.watch);
         });
 }
 

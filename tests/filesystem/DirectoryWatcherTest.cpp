@@ -93,6 +93,24 @@ TEST(DirectoryWatcher, ReArmingTheSameFolderKeepsTheCallOwedAndAnotherFolderDrop
     EXPECT_EQ(calls, 1);
 }
 
+// The watch is armed by the listing's worker and taken by the main thread
+// later: a change made in between is seen, and a watch never taken closes.
+TEST(DirectoryWatcher, AChangeBetweenArmingOnAWorkerAndTakingTheWatchIsSeen) {
+    TestDir dir;
+    std::unique_ptr<ArmedWatch> armed = DirectoryWatcher::arm(dir.path());
+    ASSERT_NE(armed, nullptr);
+    dir.makeFile("made-meanwhile.txt");
+    DirectoryWatcher watcher(20ms);
+    int calls = 0;
+    watcher.adopt(armed.get(), [&] { ++calls; });
+    EXPECT_EQ(watcher.watchedPath(), dir.path());
+    EXPECT_TRUE(QTest::qWaitFor([&] { return calls == 1; }, 2000)) << calls;
+
+    EXPECT_EQ(DirectoryWatcher::arm(dir.filePath("missing")), nullptr);
+    watcher.adopt(nullptr, [] {});
+    EXPECT_FALSE(watcher.isWatching());
+}
+
 // A reload of the same folder keeps its watch; a folder deleted and made
 // anew under the same path (perhaps with the same inode) is watched afresh.
 TEST(DirectoryWatcher, AFolderMadeAnewUnderTheSamePathIsWatchedAfresh) {
