@@ -1,6 +1,7 @@
 #include "ui/VideoPreviewView.h"
 
 #include "core/AppState.h"
+#include "core/SystemPath.h"
 #include "ui/Palette.h"
 #include "ui/ScreenFont.h"
 
@@ -88,7 +89,25 @@ void VideoPreviewView::setPath(const QString& path) {
     m_currentPath = path;
     m_error.clear();
     m_player->stop();
-    auto source = MediaSource::open(path);
+    m_opens.take();
+    if (!SystemPath::hasEscapedBytes(path)) {
+        play(MediaSource::open(path));
+        return;
+    }
+    // Only a name that is not UTF-8 is opened here, by its bytes: on a
+    // reader thread, as every file the screen reads.
+    m_player->setSource(QUrl());
+    m_source.reset();
+    using Opened = std::shared_ptr<Result<MediaSource, SystemError>>;
+    Background::run(
+        m_state.executor(), Background::Pool::diskRead, this, m_opens.take(),
+        [path] {
+            return std::make_shared<Result<MediaSource, SystemError>>(MediaSource::open(path));
+        },
+        [this](const Opened& opened) { play(std::move(*opened)); });
+}
+
+void VideoPreviewView::play(Result<MediaSource, SystemError> source) {
     if (!source) {
         m_player->setSource(QUrl());
         m_source.reset();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "core/Background.h"
 #include "preview/MediaSource.h"
 
 #include <QString>
@@ -38,12 +39,15 @@ private:
     void togglePlayback();
     void showPlaybackState();
     void showError(const QString& message);
+    void play(Result<MediaSource, SystemError> source);
 
     const AppState& m_state;
     QString m_currentPath;
     QString m_error;
     // The file being played, held open for the player.
     std::optional<MediaSource> m_source;
+    // The opening of a file named in bytes that are not UTF-8, under way.
+    Background::TicketCounter m_opens;
     QMediaPlayer* m_player;
     QAudioOutput* m_audio;
     QVideoWidget* m_video;

@@ -3,6 +3,14 @@
 // tell what the card shows before the read, after it, and when it is slow.
 #include "ui/GeneralPreviewView.h"
 #include "ui/PreviewBodyView.h"
+#include "ui/VideoPreviewView.h"
+
+#include "core/SystemPath.h"
+
+#include <QMediaPlayer>
+
+#include <fcntl.h>
+#include <unistd.h>
 
 #include "ScreenTestSupport.h"
 #include "support/SteppedStateFixture.h"
@@ -115,6 +123,21 @@ TEST_F(PreviewCardLoad, ANamelessSoundIsToldByItsFirstBytesOnAReaderThread) {
     preview(blob);
     executor.runAll();
     EXPECT_EQ(body.kind(), PreviewBodyView::Kind::general) << "a stale look was taken";
+}
+
+// Only a film whose name is not UTF-8 is opened by the view itself, by its
+// bytes, and that on a reader thread.
+TEST_F(PreviewCardLoad, AFilmNamedInBytesIsOpenedOnAReaderThread) {
+    const QByteArray bytes = toSystemPath(dir.path()) + "/bad\xff\xfe.wav";
+    const int fd = ::open(bytes.constData(), O_CREAT | O_WRONLY, 0644);
+    ASSERT_GE(fd, 0);
+    ::close(fd);
+    const QString film = fromSystemPath(bytes);
+    VideoPreviewView view(*state);
+    view.setPath(film);
+    EXPECT_TRUE(view.player()->source().isEmpty()) << "opened on the main thread";
+    runTheRead();
+    EXPECT_TRUE(view.player()->source().toLocalFile().startsWith("/proc/self/fd/"));
 }
 
 } // namespace
