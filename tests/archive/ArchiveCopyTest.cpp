@@ -127,13 +127,6 @@ TEST_F(ArchiveCopies, AFolderThatIsALinkOrAnotherUsersIsNeverUsed) {
     ArchiveTemporaryFolder::remove(*copy);
 }
 
-void makeRawFile(const QByteArray& path, const QByteArray& bytes) {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL, 0600);
-    ASSERT_GE(fd, 0) << path.toStdString();
-    ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
-    ::close(fd);
-}
-
 QByteArray readThroughPair(const QString& path) {
     auto file = openRegularQFile(path);
     return file ? (*file)->readAll() : QByteArray("(cannot open)");
@@ -148,13 +141,13 @@ TEST_F(ArchiveCopies, NamesThatAreNotUtf8AreFoundAndRemovedByTheirBytes) {
     const auto work = ArchiveTemporaryFolder::createWorkFolder(QStringLiteral("Dorvik-lha-"));
     ASSERT_TRUE(work) << work.error().toStdString();
     const QByteArray root = toSystemPath(*work);
-    makeRawFile(root + "/bad\xff\xfe.txt", "bad");
+    TestDir::makeFileAt(root + "/bad\xff\xfe.txt", "bad");
     ASSERT_EQ(::mkdir((root + "/sub\xff").constData(), 0700), 0);
-    makeRawFile(root + "/sub\xff/" + sjis, "sjis");
+    TestDir::makeFileAt(root + "/sub\xff/" + sjis, "sjis");
     ASSERT_EQ(::chmod((root + "/sub\xff").constData(), 0500), 0);
     // A link the tool made to a folder elsewhere is not walked.
     const QString elsewhere = dir.makeFolder("elsewhere");
-    makeRawFile(toSystemPath(elsewhere) + '/' + sjis, "outside");
+    TestDir::makeFileAt(toSystemPath(elsewhere) + '/' + sjis, "outside");
     ASSERT_EQ(::symlink(toSystemPath(elsewhere).constData(), (root + "/link").constData()), 0);
 
     const QStringList found = ArchiveTemporaryFolder::filesNamed(*work, fromSystemPath(sjis));

@@ -107,10 +107,7 @@ TEST_F(TarArchiveTest, NamesThatAreNotUtf8KeepTheirBytesFromListingToCopy) {
         {"bad\xff\xfe.txt", "first"}, {"bad\xfe\xff.txt", "second"}, {sjis, "sofuto"}};
     const QByteArray src = toSystemPath(dir.makeFolder(QStringLiteral("src")));
     for (const auto& [name, bytes] : files) {
-        const int fd = ::open((src + '/' + name).constData(), O_WRONLY | O_CREAT, 0600);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
-        ::close(fd);
+        TestDir::makeFileAt(src + '/' + name, bytes);
     }
     const QString archive = makeTar(QStringLiteral("names.tar"), {"-cf"}, {"."});
     const auto members = ArchiveService::listMembers(archive);

@@ -27,13 +27,6 @@ const QByteArray badName("bad\xff\xfe");
 // "ソフト" in Shift_JIS.
 const QByteArray sjisName("\x83\x5c\x83\x74\x83\x67");
 
-void writeRaw(const QByteArray& path, const QByteArray& bytes) {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-    ASSERT_GE(fd, 0) << path.toStdString();
-    ASSERT_EQ(::write(fd, bytes.constData(), size_t(bytes.size())), bytes.size());
-    ::close(fd);
-}
-
 // What the player reads at a URL: it opens the URL's local path as Qt does.
 QByteArray readAtUrl(const QUrl& url) {
     QFile file(url.toLocalFile());
@@ -46,10 +39,10 @@ TEST(ByteNameHandover, TheMediaPlayerReadsTheFileByItsOwnBytes) {
     TestDir dir;
     const QByteArray folder = toSystemPath(dir.path());
     const QString sound = fromSystemPath(folder + '/' + badName + ".wav");
-    writeRaw(toSystemPath(sound), "RIFF the real sound");
+    TestDir::makeFileAt(toSystemPath(sound), "RIFF the real sound");
     const QByteArray lossy = QFile::encodeName(sound);
     ASSERT_NE(lossy, toSystemPath(sound));
-    writeRaw(lossy, "RIFF a decoy");
+    TestDir::makeFileAt(lossy, "RIFF a decoy");
 
     const auto source = MediaSource::open(sound);
     ASSERT_TRUE(source) << source.error().text.toStdString();
@@ -109,7 +102,7 @@ TEST(ByteNameHandover, AnotherApplicationIsStartedOnTheExactBytes) {
     for (const QByteArray& file :
          {root + '/' + badName + ".txt", root + '/' + sjisName + '/' + sjisName + ".txt"}) {
         SCOPED_TRACE(file.toHex().toStdString());
-        writeRaw(file, "content");
+        TestDir::makeFileAt(file, "content");
         ::unlink(received.constData());
         CountingExecutor executor;
         QObject context;

@@ -58,12 +58,7 @@ class ByteNames : public FlowTest {
 protected:
     // Makes a file by the bytes of its name, beside what the test folder holds.
     QString makeRaw(const QString& folder, const QByteArray& name) {
-        const QByteArray path = toSystemPath(dir.filePath(folder)) + '/' + name;
-        const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_EXCL, 0644);
-        EXPECT_GE(fd, 0) << path.constData();
-        EXPECT_EQ(::write(fd, name.constData(), size_t(name.size())), name.size());
-        ::close(fd);
-        return dir.filePath(folder) + '/' + fromSystemPath(name);
+        return TestDir::makeFileAt(toSystemPath(dir.filePath(folder)) + '/' + name, name);
     }
     void listLeft() {
         state->reloadPane(PaneSide::left, false);

@@ -294,11 +294,8 @@ namespace {
 TEST_F(FolderSearchTest, NamesThatAreNotUtf8AreFoundByTheirShownFormAndReadByTheirBytes) {
     const QByteArray folder = toSystemPath(dir.path()) + '/';
     for (const QByteArray& name : {QByteArray("bad\xff\xfe.txt"), QByteArray("bad\xfe\xff.txt"),
-                                  QByteArray("\x83\x5c\x83\x74\x83\x67.txt")}) {
-        const int fd = ::open((folder + name).constData(), O_WRONLY | O_CREAT, 0644);
-        ASSERT_GE(fd, 0);
-        ASSERT_EQ(::write(fd, "needle", 6), 6);
-        ::close(fd);
+                                   QByteArray("\x83\x5c\x83\x74\x83\x67.txt")}) {
+        TestDir::makeFileAt(folder + name, "needle");
     }
     const auto byName = scan("bad").hits;
     ASSERT_EQ(byName.size(), 2);

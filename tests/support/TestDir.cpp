@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QFileInfo>
 
+#include <fcntl.h>
 #include <ftw.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -64,4 +65,13 @@ QString TestDir::makeLink(const QString& relative, const QString& target) {
 
 void TestDir::setMode(const QString& relative, int mode) {
     ::chmod(toSystemPath(filePath(relative)).constData(), mode_t(mode));
+}
+
+QString TestDir::makeFileAt(const QByteArray& path, const QByteArray& bytes) {
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0 || ::write(fd, bytes.constData(), size_t(bytes.size())) != bytes.size()) {
+        qFatal("cannot make %s", path.constData());
+    }
+    ::close(fd);
+    return fromSystemPath(path);
 }

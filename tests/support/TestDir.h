@@ -17,6 +17,9 @@ public:
 
     // Creates a file (and its folders) with the given bytes; returns its path.
     QString makeFile(const QString& relative, const QByteArray& bytes = {});
+    // Creates a file at the bytes the system knows its path by (a name that
+    // is not UTF-8, say), whose folder is there; returns the path's text form.
+    static QString makeFileAt(const QByteArray& systemPath, const QByteArray& bytes = {});
     QString makeFolder(const QString& relative);
     QString makeLink(const QString& relative, const QString& target);
     void setMode(const QString& relative, int mode);

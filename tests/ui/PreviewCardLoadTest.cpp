@@ -9,9 +9,6 @@
 
 #include <QMediaPlayer>
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "ScreenTestSupport.h"
 #include "support/SteppedStateFixture.h"
 
@@ -128,11 +125,7 @@ TEST_F(PreviewCardLoad, ANamelessSoundIsToldByItsFirstBytesOnAReaderThread) {
 // Only a film whose name is not UTF-8 is opened by the view itself, by its
 // bytes, and that on a reader thread.
 TEST_F(PreviewCardLoad, AFilmNamedInBytesIsOpenedOnAReaderThread) {
-    const QByteArray bytes = toSystemPath(dir.path()) + "/bad\xff\xfe.wav";
-    const int fd = ::open(bytes.constData(), O_CREAT | O_WRONLY, 0644);
-    ASSERT_GE(fd, 0);
-    ::close(fd);
-    const QString film = fromSystemPath(bytes);
+    const QString film = TestDir::makeFileAt(toSystemPath(dir.path()) + "/bad\xff\xfe.wav");
     VideoPreviewView view(*state);
     view.setPath(film);
     EXPECT_TRUE(view.player()->source().isEmpty()) << "opened on the main thread";
